@@ -1,0 +1,21 @@
+# The everyday commands; everything that they do stands in tools/ and in CMakePresets.json.
+
+.PHONY: run test build bench format packages
+
+run: build
+	@tools/run.sh
+
+test: build
+	@tools/test.sh
+
+build: packages
+	@tools/build.sh release
+
+bench: build
+	@build/bin/veridane_bench
+
+format:
+	@tools/format.sh
+
+packages:
+	@tools/install_packages.sh

@@ -1,0 +1,33 @@
+#!/bin/sh
+# Installs the Debian packages that building, testing and running need. Does nothing, and asks for nothing, when all are
+# there already. Give "format" to get the formatter as well.
+set -eu
+
+packages="g++ cmake ninja-build pkg-config
+    qt6-base-dev qt6-image-formats-plugins libjpeg62-turbo-dev libexif-dev libiptcdata0-dev poppler-utils
+    libhwy-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth"
+[ "${1:-}" = format ] && packages="clang-format"
+
+missing=""
+for package in $packages; do
+    status=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$status" = installed ] || missing="$missing $package"
+done
+[ -n "$missing" ] || exit 0
+
+asRoot=""
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null 2>&1; then
+        echo "These Debian packages are missing and installing them needs root:$missing" >&2
+        exit 1
+    fi
+    asRoot="sudo"
+fi
+echo "Installing the Debian packages that are missing:$missing"
+export DEBIAN_FRONTEND=noninteractive
+lock="-o DPkg::Lock::Timeout=500"
+# shellcheck disable=SC2086  # lists of words on purpose
+$asRoot apt-get $lock -qq update
+# shellcheck disable=SC2086
+$asRoot env DEBIAN_FRONTEND=noninteractive apt-get $lock -qq install -y --no-install-recommends $missing >/dev/null
+echo "Installed."
