@@ -1,0 +1,106 @@
+#include "sign_block.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "bch157.h"
+#include "interleaving.h"
+#include "sign_format.h"
+#include "sign_op.h"
+
+namespace {
+
+constexpr int kTextBits = kTextCodes * kBitsPerCode;    // 60
+constexpr int kCheckBits = kCheckCodes * kBitsPerCode;  // 48
+constexpr int kStreamBits = kCodeWords * 7;             // 112: 108 block bits and 4 zeros
+
+CBxBCH157 MakeCoder() {
+    CBxBCH157 coder;
+    coder.read_p();
+    coder.generate_gf();
+    coder.gen_poly();
+    return coder;
+}
+
+// Bit `bit` of a run of 6-bit codes, the least significant bit of each first.
+int BitOfCodes(const int* codes, int bit) { return (codes[bit / kBitsPerCode] >> (bit % kBitsPerCode)) & 1; }
+
+// The 8 check codes of 10 text codes: each text bit is added to three check bits. A triple that names one check bit
+// twice leaves it unchanged.
+void CheckCodes(int* checkCodes, const int* textCodes) {
+    int checkBits[kCheckBits] = {};
+    for (int bit = 0; bit < kTextBits; ++bit) {
+        for (const int position : CBxSignOp::hashpole[bit]) {
+            checkBits[position] ^= BitOfCodes(textCodes, bit);
+        }
+    }
+    for (int code = 0; code < kCheckCodes; ++code) {
+        checkCodes[code] = 0;
+        for (int bit = 0; bit < kBitsPerCode; ++bit) {
+            checkCodes[code] |= checkBits[code * kBitsPerCode + bit] << bit;
+        }
+    }
+}
+
+// The 18 codes of a text. The prefix only keeps the places of the check codes.
+void BlockOfText(int* codes, const char* text) {
+    char formatted[100] = {};
+    std::snprintf(formatted, sizeof formatted, "signSIGN%s", text);
+    std::fill(codes, codes + kBlockCodes, 0);
+    for (int position = 0; position < kBlockCodes && formatted[position] != 0; ++position) {
+        codes[position] = CBxSignOp::MapCharTo6Bit(formatted[position]);
+    }
+    CheckCodes(codes, codes + kCheckCodes);
+}
+
+}  // namespace
+
+void BX_EncodeSign(int* cells, const char* text) {
+    CBxSignOp::GenerateHashPole();
+    int codes[kBlockCodes];
+    BlockOfText(codes, text);
+
+    CBxBCH157 coder = MakeCoder();
+    int frame[kFrameBits] = {};
+    for (int word = 0; word < kCodeWords; ++word) {
+        for (int i = 0; i < coder.k; ++i) {
+            const int bit = word * coder.k + i;
+            coder.data[i] = bit < kBlockCodes * kBitsPerCode ? BitOfCodes(codes, bit) : 0;
+        }
+        coder.GetBCHCodeFromData();
+        std::copy(coder.recd, coder.recd + coder.length, frame + word * coder.length);
+    }
+    std::fill(cells, cells + kCellCount, 0);
+    for (int cell = 0; cell < kFrameBits; ++cell) {
+        cells[cell] = frame[puiBitChange[cell]];
+    }
+}
+
+SBxReadBlock BX_DecodeSign(const int* cells) {
+    CBxSignOp::GenerateHashPole();
+    SBxReadBlock read{};
+    static const CBxBCH157 kCoder = MakeCoder();
+    CBxBCH157 coder = kCoder;
+    int stream[kStreamBits];
+    for (int word = 0; word < kCodeWords; ++word) {
+        for (int i = 0; i < coder.length; ++i) {
+            coder.recd[i] = cells[puiBitChangeInv[word * coder.length + i]];
+        }
+        read.m_uiCorrectedBits += static_cast<unsigned int>(coder.GetDataFromBCHCode());
+        std::copy(coder.data, coder.data + coder.k, stream + word * coder.k);
+    }
+    int codes[kBlockCodes] = {};
+    for (int bit = 0; bit < kBlockCodes * kBitsPerCode; ++bit) {
+        codes[bit / kBitsPerCode] |= stream[bit] << (bit % kBitsPerCode);
+    }
+    for (int position = 0; position < kBlockCodes; ++position) {
+        char code = static_cast<char>(codes[position]);
+        read.m_szCharacters[position] = CBxSignOp::Map6BitToChar(code);
+    }
+    int checkCodes[kCheckCodes];
+    CheckCodes(checkCodes, codes + kCheckCodes);
+    read.m_bAccepted = std::equal(checkCodes, checkCodes + kCheckCodes, codes) &&
+                       std::strlen(read.m_szCharacters + kCheckCodes) >= static_cast<std::size_t>(kShortestFoundText);
+    return read;
+}

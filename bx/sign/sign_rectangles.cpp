@@ -1,0 +1,201 @@
+// The important rectangles of a picture: those between pairs of strong corners.
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "carrier_choice.h"
+#include "corner_detector.h"
+#include "heap_array.h"
+#include "owned_pic.h"
+#include "pic_buf_api.h"
+#include "result.h"
+#include "sign_format.h"
+#include "sign_op.h"
+
+namespace {
+
+constexpr unsigned int kAnchorSlots = 10;
+constexpr double kNoCorners = -100.0;
+constexpr double kDeleted = -1.0;
+constexpr double kSameWithin = 1e-5;
+constexpr unsigned int kMiddleTone = 128;
+constexpr unsigned int kTopTone = 256;
+
+// How richly corners are paired.
+struct SPairing {
+    unsigned int anchors;      // corners that a rectangle may start from
+    unsigned int partners;     // corners that it may end at
+    unsigned int perQuadrant;  // rectangles of one anchor in each of its quadrants
+};
+constexpr SPairing kInsertionPairing{10, 40, 1};
+constexpr SPairing kDetectionPairing{12, 45, 2};
+
+bool Spans(const CBxPoint<double>& p, const CBxPoint<double>& q) {
+    return std::fabs(p.x - q.x) > kSmallestCarrierSide && std::fabs(p.y - q.y) > kSmallestCarrierSide;
+}
+
+CBxRect<double> RectangleBetween(const CBxPoint<double>& p, const CBxPoint<double>& q) {
+    return {std::min(p.x, q.x), std::min(p.y, q.y), std::max(p.x, q.x), std::max(p.y, q.y)};
+}
+
+// Insertion appends the rectangles of an anchor in the order of their quadrants, detection in the order found.
+void PairCorners(CBxRect<double>* rects, unsigned int& count, const CBxPoint<double>* corners, unsigned int cornerCount,
+                 bool detection) {
+    const SPairing pairing = detection ? kDetectionPairing : kInsertionPairing;
+    const unsigned int anchors = std::min(cornerCount, pairing.anchors);
+    const unsigned int partners = std::min(cornerCount, pairing.partners);
+    for (unsigned int anchor = 0; anchor < anchors; ++anchor) {
+        CBxRect<double> first[4];
+        unsigned int found[4] = {};
+        for (unsigned int partner = anchor; partner < partners; ++partner) {
+            const CBxPoint<double>& p = corners[anchor];
+            const CBxPoint<double>& q = corners[partner];
+            const int quadrant = 2 * (q.x >= p.x ? 1 : 0) + (q.y >= p.y ? 1 : 0);
+            if (!Spans(p, q) || found[quadrant] == pairing.perQuadrant) {
+                continue;
+            }
+            ++found[quadrant];
+            first[quadrant] = RectangleBetween(p, q);
+            if (detection) {
+                rects[count++] = first[quadrant];
+            }
+        }
+        for (int quadrant = 0; !detection && quadrant < 4; ++quadrant) {
+            if (found[quadrant] > 0) {
+                rects[count++] = first[quadrant];
+            }
+        }
+    }
+}
+
+void Delete(CBxRect<double>& rect) { rect = {kDeleted, kDeleted, kDeleted, kDeleted}; }
+
+void Compact(CBxRect<double>* rects, unsigned int& count) {
+    count = static_cast<unsigned int>(
+        std::remove_if(rects, rects + count, [](const CBxRect<double>& rect) { return rect.top < 0; }) - rects);
+}
+
+bool Encloses(const CBxRect<double>& outer, const CBxRect<double>& inner) {
+    return outer.left <= inner.left && outer.top <= inner.top && outer.right >= inner.right &&
+           outer.bottom >= inner.bottom;
+}
+
+bool Repeats(const CBxRect<double>& first, const CBxRect<double>& second) {
+    const auto same = [](double a, double b) { return std::fabs(a - b) < kSameWithin; };
+    return same(first.left, second.left) && same(first.top, second.top) && same(first.right, second.right) &&
+           same(first.bottom, second.bottom);
+}
+
+void AppendAnchors(CBxPoint<double>* anchors, unsigned int& anchorCount, const CBxPoint<double>* slots) {
+    std::copy(slots, slots + kAnchorSlots, anchors + anchorCount);
+    anchorCount += kAnchorSlots;
+}
+
+}  // namespace
+
+unsigned char CBxSignOp::GetInnerImportantRectangle(CBxRect<double>* rects, unsigned int& count, SBxPicBuf* picture,
+                                                    CBxPoint<double>* anchors, unsigned int anchorSlots, bool detection,
+                                                    double zoom) {
+    CBxPoint<double>* corners = nullptr;
+    unsigned int cornerCount = 0;
+    unsigned int ignored = 0;
+    float strengths[CBxCornerDetector::kMostCorners];
+    const int result = CBxCornerDetector::FindCornersHarrisInsert_Tailed(corners, cornerCount, picture, ignored,
+                                                                         strengths, zoom);
+    if (result != kBxSuccess) {
+        return static_cast<unsigned char>(result);
+    }
+    if (cornerCount == 0) {
+        if (count == 0) {
+            rects[count++] = {0.0, 0.0, static_cast<double>(picture->m_iWidth), static_cast<double>(picture->m_iHeight)};
+        }
+        std::fill(anchors, anchors + anchorSlots, CBxPoint<double>{kNoCorners, kNoCorners});
+        std::free(corners);
+        return kBxFailure;
+    }
+    PairCorners(rects, count, corners, cornerCount, detection);
+    std::free(corners);
+    return count != 0 ? kBxSuccess : kBxFailure;
+}
+
+unsigned char CBxSignOp::GetAllImportantRectangles(CBxRect<double>* rects, unsigned int& count, SBxPicBuf* picture,
+                                                   CBxPoint<double>* anchors, unsigned int& anchorCount, bool detection,
+                                                   double zoom) {
+    return GetAllImportantRectangles(m_DefaultRun, rects, count, picture, anchors, anchorCount, detection, zoom);
+}
+
+unsigned char CBxSignOp::GetAllImportantRectangles(SBxSignRun& run, CBxRect<double>* rects, unsigned int& count,
+                                                   SBxPicBuf* picture, CBxPoint<double>* anchors,
+                                                   unsigned int& anchorCount, bool detection, double zoom) {
+    CBxPoint<double> slots[kAnchorSlots] = {};
+    CBxOwnedPic working;
+    if (working.Allocate(picture->m_iWidth, picture->m_iHeight, 1, 32) != kBxSuccess) {
+        return kBxOutOfMemory;
+    }
+    CBxPicBufAPI::Copy(working.Pic(), *picture);
+    ModifyChangeFromToFloat(working.Pic(), 0, kMiddleTone);
+    const unsigned char dark =
+        GetInnerImportantRectangle(rects, count, &working.Pic(), slots, kAnchorSlots, detection, zoom);
+    if (dark == kBxOutOfMemory) {
+        return dark;
+    }
+    if (dark == kBxSuccess) {
+        AppendAnchors(anchors, anchorCount, slots);
+    }
+    if (run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0) {
+        return kBxFailure;
+    }
+
+    CBxPicBufAPI::Copy(working.Pic(), *picture);
+    ModifyChangeFromToFloat(working.Pic(), kMiddleTone, kTopTone);
+    std::fill(slots, slots + kAnchorSlots, CBxPoint<double>{});
+    const unsigned char bright =
+        GetInnerImportantRectangle(rects, count, &working.Pic(), slots, kAnchorSlots, detection, zoom);
+    if (bright == kBxSuccess) {
+        AppendAnchors(anchors, anchorCount, slots);
+    } else if (dark == kBxFailure) {
+        anchorCount = 0;
+        rects[0] = {0.0, 0.0, static_cast<double>(picture->m_iWidth), static_cast<double>(picture->m_iHeight)};
+        count = 1;
+        std::fill(anchors, anchors + kAnchorSlots, CBxPoint<double>{kNoCorners, kNoCorners});
+    }
+    // Any other failure of the bright half leaves what the dark half produced.
+    return kBxSuccess;
+}
+
+void CBxSignOp::ReduceNumbersOfRectangles(CBxRect<double>* rects, unsigned int& count) {
+    for (unsigned int i = 0; i < count; ++i) {
+        for (unsigned int j = 0; j < count; ++j) {
+            if (i != j && Encloses(rects[j], rects[i])) {
+                Delete(rects[j]);
+            }
+        }
+    }
+    Compact(rects, count);
+}
+
+void CBxSignOp::ReduceNumbersOfRectanglesX(CBxRect<double>* rects, unsigned int& count) {
+    for (unsigned int i = 0; i < count; ++i) {
+        for (unsigned int j = i + 1; j < count; ++j) {
+            if (Repeats(rects[i], rects[j])) {
+                Delete(rects[j]);
+            }
+        }
+    }
+    Compact(rects, count);
+}
+
+unsigned char CBxSignOp::GetMaxNoOfRectangles(CBxRect<double>* rects, unsigned int& count) {
+    SBxCarrierChoice choice;
+    const unsigned char result = BX_ChooseCarriers(choice, rects, count);
+    if (result != kBxSuccess || count == 0) {
+        return result;
+    }
+    CBxRect<double> chosen[kMostCarriers];
+    for (unsigned int i = 0; i < choice.m_uiCount; ++i) {
+        chosen[i] = rects[choice.m_uiIndex[i]];
+    }
+    std::copy(chosen, chosen + choice.m_uiCount, rects);
+    count = choice.m_uiCount;
+    return kBxSuccess;
+}

@@ -1,0 +1,29 @@
+// The search of one zoom, and what the threads of a search are told.
+#pragma once
+
+#include "pic_buf.h"
+#include "sign_format.h"
+#include "sign_run.h"
+
+// Searches one zoom for a sign.
+//
+//   block     kTextBytes bytes of CBxSignOp; on 0 holds the 18 decoded characters
+//   finding   written on 0
+//
+// 0 found; 1 not found, aborted, stopped, or the scaled picture has more than kMostPixelsToSearch pixels; 6 no memory.
+// Threads may search zooms of one picture side by side, each with a block and a finding of its own.
+[[nodiscard]] unsigned char BX_SearchZoom(SBxSignRun& run, SBxPicBuf* picture, char* block, SBxFinding& finding,
+                                          double zoom);
+
+// The share of one thread. Owned by the operation that starts the threads, which outlives them.
+struct SBxZoomThread {
+    unsigned int m_uiThread;          // its index; 0 is the calling thread
+    unsigned int m_uiStep;            // number of threads
+    unsigned int m_uiEntries;         // of the schedule
+    char* m_pResult;                  // its own block
+    SBxPicBuf* m_pPicture;
+    unsigned int m_uiOrder[kZooms];   // the schedule: zoom indices
+    SBxSignRun* m_pRun;
+    SBxFinding m_Finding;
+    bool m_bOutOfMemory;              // a zoom of this thread ran out of memory
+};
