@@ -1,0 +1,158 @@
+// All operations on pictures: the table of contents of this folder.
+//
+// Rules common to all operations:
+//   - Operations are static, keep nothing between calls and take no lock. A picture is written by one thread at a time.
+//   - A name ends in the format that it serves (pic_buf.h): 1_8, 3_8, 1_16, 1_F, 3_F, 1_D; x8, x16 and x32 stand for
+//   any
+//     number of components of that depth. A name without a format looks at the depth first and the components second,
+//     calls the variant for it, and does nothing for a format without variant, or when two pictures differ in format.
+//   - Rectangles are half-open; an empty one does nothing.
+//   - Nothing is clipped, except in drawing: callers keep rectangles and positions inside the pictures, and pass
+//     pictures of matching size where whole pictures are combined.
+//   - The destination has been allocated by the caller. Source and destination are different pictures unless an
+//     operation states otherwise.
+//   - Views made by SubPic can be passed everywhere except to ReinitHeap, DoneHeap and ConvertBpcComp: a view never
+//     frees its parent's pixels.
+//   - Operations with a result return kBxSuccess (0), kBxFailure (1) or kBxOutOfMemory (6); none throws or logs.
+#pragma once
+
+#include "geometry.h"
+#include "pic_buf.h"
+#include "pic_map.h"
+
+class CBxPicBufAPI {
+public:
+    // ---- life cycle and whole-picture fills (pic_lifecycle.cpp) ----
+
+    // Sets every field to zero. Comes before the first ReinitHeap of a record.
+    static void Init(SBxPicBuf& buf);
+
+    // Releases the pixels, stores the geometry and allocates uninitialised pixels in packed rows. 6 when memory cannot
+    // be had, a value is negative, or the size does not fit the fields: the data pointer is then null and the four
+    // values are set. A width or height of 0 gives an empty, valid picture.
+    [[nodiscard]] static int ReinitHeap(SBxPicBuf& buf, int width, int height, int components, int bitsPerComponent);
+    // Gives `buf` the geometry of `model`, with the pixels that it has when the byte sizes are equal, with fresh ones
+    // otherwise. 6 when memory cannot be had: the data pointer is then null and the geometry as before.
+    [[nodiscard]] static int ReinitHeap(SBxPicBuf& buf, const SBxPicBuf& model);
+
+    // Frees the pixels and sets every field to zero; changes nothing without pixels. Never for a view.
+    static void DoneHeap(SBxPicBuf& buf);
+
+    // Writes `value` into every byte: of 16-bit, float and double pictures each byte, not each component.
+    static void SetConst(SBxPicBuf& buf, unsigned char value);
+    static void Zero(SBxPicBuf& buf);
+
+    // Copies as many bytes as the smaller of the two has, from start to start, whatever the geometries are. Of a view
+    // only the bytes from its first to its last pixel count.
+    static void Copy(SBxPicBuf& dst, const SBxPicBuf& src);
+
+    // Makes `view` a view of a rectangle of `src`; lives as long as the pixels of `src`.
+    static void SubPic1_8(SBxPicBuf& view, const SBxPicBuf& src, const CBxRect<int>& rect);
+    static void SubPic3_8(SBxPicBuf& view, const SBxPicBuf& src, const CBxRect<int>& rect);
+    static void SubPic1_D(SBxPicBuf& view, const SBxPicBuf& src, const CBxRect<int>& rect);
+    static void SubPic(SBxPicBuf& view, const SBxPicBuf& src, const CBxRect<int>& rect);
+
+    // ---- copies and fills of rectangles (pic_copy.cpp) ----
+
+    // Copies a rectangle of `src` to the top left corner of `dst`.
+    static void Copy1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxRect<int>& rect);
+    static void Copy3_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxRect<int>& rect);
+    static void Copy1_F(SBxPicBuf& dst, const SBxPicBuf& src, const CBxRect<int>& rect);
+    static void Copy3_F(SBxPicBuf& dst, const SBxPicBuf& src, const CBxRect<int>& rect);
+    static void Copy1_D(SBxPicBuf& dst, const SBxPicBuf& src, const CBxRect<int>& rect);
+    static void Copy(SBxPicBuf& dst, const SBxPicBuf& src, const CBxRect<int>& rect);
+
+    // Copies the frame between two rectangles: top, bottom, left and right band, each to the top left corner of `dst`.
+    static void Copy(SBxPicBuf& dst, const SBxPicBuf& src, const CBxRect<int>& outer, const CBxRect<int>& inner);
+
+    // Copies a block from `srcPos` of `src` to `dstPos` of `dst`.
+    static void CopyRect1_8(SBxPicBuf& dst, SBxPicBuf& src, const CBxPoint<int>& dstPos, const CBxPoint<int>& srcPos,
+                            const CBxSize<int>& size);
+    static void CopyRect3_8(SBxPicBuf& dst, SBxPicBuf& src, const CBxPoint<int>& dstPos, const CBxPoint<int>& srcPos,
+                            const CBxSize<int>& size);
+    static void CopyRect1_16(SBxPicBuf& dst, SBxPicBuf& src, const CBxPoint<int>& dstPos, const CBxPoint<int>& srcPos,
+                             const CBxSize<int>& size);
+    static void CopyRect1_F(SBxPicBuf& dst, SBxPicBuf& src, const CBxPoint<int>& dstPos, const CBxPoint<int>& srcPos,
+                            const CBxSize<int>& size);
+    static void CopyRect1_D(SBxPicBuf& dst, SBxPicBuf& src, const CBxPoint<int>& dstPos, const CBxPoint<int>& srcPos,
+                            const CBxSize<int>& size);
+    static void CopyRect(SBxPicBuf& dst, SBxPicBuf& src, const CBxPoint<int>& dstPos, const CBxPoint<int>& srcPos,
+                         const CBxSize<int>& size);
+
+    // Moves a block inside one picture; the two places may overlap.
+    static void Copy1_8(SBxPicBuf& pic, const CBxPoint<int>& dstPos, const CBxPoint<int>& srcPos,
+                        const CBxSize<int>& size);
+    static void Copy1_D(SBxPicBuf& pic, const CBxPoint<int>& dstPos, const CBxPoint<int>& srcPos,
+                        const CBxSize<int>& size);
+    static void Copy(SBxPicBuf& pic, const CBxPoint<int>& dstPos, const CBxPoint<int>& srcPos,
+                     const CBxSize<int>& size);
+
+    // Writes `value` into every byte of a rectangle.
+    static void SetConst1_8(SBxPicBuf& pic, const CBxRect<int>& rect, unsigned char value);
+    static void SetConst3_8(SBxPicBuf& pic, const CBxRect<int>& rect, unsigned char value);
+    static void SetConst1_D(SBxPicBuf& pic, const CBxRect<int>& rect, unsigned char value);
+    static void SetConst(SBxPicBuf& pic, const CBxRect<int>& rect, unsigned char value);
+    static void Zero(SBxPicBuf& pic, const CBxRect<int>& rect);
+
+    // ---- blends and sums (pic_blend.cpp) ----
+
+    // Blends a rectangle of `src` over the same rectangle of `dst`. `transparency` is the share of `dst` that remains,
+    // 0 to 1; it is rounded to 256ths. At 0 this is the rectangle Copy, which writes to the top left corner of `dst`.
+    static void TransparentCopy1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxRect<int>& rect, double transparency);
+    static void TransparentCopy1_D(SBxPicBuf& dst, const SBxPicBuf& src, const CBxRect<int>& rect, double transparency);
+    static void TransparentCopy(SBxPicBuf& dst, const SBxPicBuf& src, const CBxRect<int>& rect, double transparency);
+
+    // dst = dst + src over the whole picture; 1_8 saturates at 255.
+    static void Plus1_8(SBxPicBuf& dst, SBxPicBuf& src);
+    static void Plus1_D(SBxPicBuf& dst, SBxPicBuf& src);
+    static void Plus(SBxPicBuf& dst, SBxPicBuf& src);
+
+    // ---- component planes (pic_planes.cpp) ----
+
+    // dst (1 component) = component `index` of `src`. 1, with `dst` unchanged, when `dst` has other than 1 component,
+    // there is no such component, width, height or depth differ, or the depth is not 8, 16 or 32.
+    static int ExtractComponent_x8(SBxPicBuf& dst, unsigned int index, SBxPicBuf& src);
+    static int ExtractComponent_x16(SBxPicBuf& dst, unsigned int index, SBxPicBuf& src);
+    static int ExtractComponent_x32(SBxPicBuf& dst, unsigned int index, SBxPicBuf& src);
+    static int ExtractComponent(SBxPicBuf& dst, unsigned int index, SBxPicBuf& src);
+
+    // Component `index` of `dst` = src (1 component). 1, with `dst` unchanged, when `src` has other than 1 component,
+    // there is no such component, or width, height or depth differ. A depth other than 8 goes through the 16-bit form
+    // as it stands; depths that take a single byte and are not 8 give 1.
+    static int InsertComponent_x8(SBxPicBuf& dst, unsigned int index, SBxPicBuf& src);
+    static int InsertComponent_x16(SBxPicBuf& dst, unsigned int index, SBxPicBuf& src);
+    static int InsertComponent(SBxPicBuf& dst, unsigned int index, SBxPicBuf& src);
+
+    // dst (1 component) = mean of the components of each pixel, truncated. The 16-bit form keeps its low 8 bits only.
+    static void ConvertToIntensity_x8(SBxPicBuf& dst, const SBxPicBuf& src);
+    static void ConvertToIntensity_x16(SBxPicBuf& dst, const SBxPicBuf& src);
+
+    // Every component of a `dst` pixel = the single component of the `src` pixel.
+    static void ExpandComponents_x8(SBxPicBuf& dst, const SBxPicBuf& src);
+    static void ExpandComponents_x16(SBxPicBuf& dst, const SBxPicBuf& src);
+
+    // ---- depths (pic_depth.cpp) ----
+
+    // Copy the components across depths. They are shifted by the difference of the component counts, which is zero in
+    // every sensible use: values are copied unscaled, and a 16-bit value keeps only its low 8 bits in 8.
+    static void ChangeBpcBuff8x16(SBxPicBuf& dst, const SBxPicBuf& src);
+    static void ChangeBpcBuff16x8(SBxPicBuf& dst, const SBxPicBuf& src);
+    static void ChangeBpcBuff16x16(SBxPicBuf& dst, const SBxPicBuf& src);
+
+    // Converts an owned picture in place to another depth and number of components: several components become one by
+    // their intensity, one becomes several by repetition. 1 when several were to become several others, or when a
+    // depth other than 8 to 16 bits would have to change or to be averaged. 6 without memory. The picture is as it was
+    // after 1 and 6.
+    [[nodiscard]] static int ConvertBpcComp(SBxPicBuf& pic, unsigned int bitsPerComponent, unsigned int components);
+
+    // ---- colour spaces (pic_colour.cpp) ----
+
+    // Blue, green, red to Y, V, U, and back. Differences are stored around 128; results are clamped to the range of the
+    // component type. `dst` may be `src`.
+    static void ConvertRGBtoYUV_x8(SBxPicBuf& dst, const SBxPicBuf& src);
+    static void ConvertRGBtoYUV_x16(SBxPicBuf& dst, const SBxPicBuf& src);
+    static void ConvertRGBtoYUV(SBxPicBuf& dst, const SBxPicBuf& src);
+    static void ConvertYUVtoRGB_x8(SBxPicBuf& dst, const SBxPicBuf& src);
+    static void ConvertYUVtoRGB_x16(SBxPicBuf& dst, const SBxPicBuf& src);
+    static void ConvertYUVtoRGB(SBxPicBuf& dst, const SBxPicBuf& src);
+};
