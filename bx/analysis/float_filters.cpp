@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <numeric>
 
 #include "row_kernels.h"
 
@@ -33,17 +34,17 @@ double KernelAt(const float* kernel, double position) {
     return weightBefore * kernel[static_cast<int>(before)] + (1.0 - weightBefore) * kernel[static_cast<int>(behind)];
 }
 
+// Interpolates in double, but a tap is a float from then on, and so is the sum that they are divided by.
 void StretchedTaps(float* taps, const float* kernel, int tapCount, double zoom) {
     const int centre = tapCount / 2;
-    double half[4] = {kernel[centre], 0.0, 0.0, 0.0};
-    double sum = half[0];
+    taps[centre] = kernel[centre];
     for (int distance = 1; distance <= centre; ++distance) {
-        half[distance] = KernelAt(kernel, centre - distance * zoom);
-        sum += 2.0 * half[distance];
+        const auto tap = static_cast<float>(KernelAt(kernel, centre - distance * zoom));
+        taps[centre - distance] = tap;
+        taps[centre + distance] = tap;
     }
-    for (int tap = 0; tap < tapCount; ++tap) {
-        taps[tap] = static_cast<float>(half[std::abs(tap - centre)] / sum);
-    }
+    const float sum = std::accumulate(taps, taps + tapCount, 0.0f);
+    std::transform(taps, taps + tapCount, taps, [sum](float tap) { return tap / sum; });
 }
 
 // Smooths a plane that is at least tapCount wide and high.

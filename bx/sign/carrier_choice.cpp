@@ -130,11 +130,14 @@ private:
     // The first tuple of a set: its close pair in front, or the two last members when there is none; the others follow
     // from the last to the first.
     void OrderAsTuple(unsigned int* tuple) const {
-        unsigned int sorted[kMostCarriers];
-        std::copy(m_uiMembers, m_uiMembers + m_iLevel, sorted);
-        std::sort(sorted, sorted + m_iLevel);
-        int a = m_iLevel - 2;
-        int b = m_iLevel - 1;
+        unsigned int sorted[kMostCarriers] = {};
+        for (int member = 0; member < m_iLevel; ++member) {
+            unsigned int* place = std::upper_bound(sorted, sorted + member, m_uiMembers[member]);
+            std::copy_backward(place, sorted + member, sorted + member + 1);
+            *place = m_uiMembers[member];
+        }
+        int a = std::max(0, m_iLevel - 2);
+        int b = a + 1;
         for (int i = 0; i < m_iLevel; ++i) {
             for (int j = i + 1; j < m_iLevel; ++j) {
                 if (GapOf(sorted[i], sorted[j]) == EGap::PairOnly) {
