@@ -111,7 +111,8 @@ TEST(PicPlanes, WhatDoesNotBelongTogetherIsRefused) {
     EXPECT_EQ(Api::ExtractComponent(plane.Pic(), 3, src.Pic()), 1);
     EXPECT_EQ(Api::InsertComponent(src.Pic(), 3, plane.Pic()), 1);
     EXPECT_EQ(Api::ExtractComponent(src.Pic(), 0, src.Pic()), 1);
-    for (CBxOwnedPic other : {MakePic(5, 4, 1, 8), MakePic(4, 5, 1, 8), MakePic(4, 4, 1, 16), MakePic(4, 4, 3, 8)}) {
+    CBxOwnedPic others[] = {MakePic(5, 4, 1, 8), MakePic(4, 5, 1, 8), MakePic(4, 4, 1, 16), MakePic(4, 4, 3, 8)};
+    for (CBxOwnedPic& other : others) {
         EXPECT_EQ(Api::ExtractComponent(other.Pic(), 0, src.Pic()), 1);
         EXPECT_EQ(Api::InsertComponent(src.Pic(), 0, other.Pic()), 1);
     }
