@@ -168,8 +168,8 @@ int AppendTileCorners(SBxPointANMS* list, unsigned int& listCount, const SBxPicB
     float strengths[CBxCornerDetector::kMostCorners];
     const CBxRect<int> accept{tile.left - grown.left, tile.top - grown.top, tile.right - grown.left,
                               tile.bottom - grown.top};
-    const int result = CBxCornerDetector::FindCornersHarrisInsert(points, count, &cut.Pic(), ignored, strengths, zoom,
-                                                                  accept);
+    const int result =
+        CBxCornerDetector::FindCornersHarrisInsert(points, count, &cut.Pic(), ignored, strengths, zoom, accept);
     if (result != kBxSuccess) {
         return result;
     }

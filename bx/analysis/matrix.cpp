@@ -57,7 +57,9 @@ void CBxMatrix::Build(unsigned int rows, unsigned int columns) {
     m_uiColumns = columns;
 }
 
-CBxMatrix::CBxMatrix(unsigned int rows, unsigned int columns) { Build(rows, columns); }
+CBxMatrix::CBxMatrix(unsigned int rows, unsigned int columns) {
+    Build(rows, columns);
+}
 
 CBxMatrix::CBxMatrix(const double* values, unsigned int count) {
     Build(count, 1);
@@ -92,7 +94,9 @@ CBxMatrix& CBxMatrix::operator=(CBxMatrix&& other) noexcept {
     return *this;
 }
 
-CBxMatrix::~CBxMatrix() { std::free(m_ppRows); }
+CBxMatrix::~CBxMatrix() {
+    std::free(m_ppRows);
+}
 
 CBxMatrix CBxMatrix::operator*(const CBxMatrix& right) const {
     if (m_uiColumns != right.m_uiRows) {

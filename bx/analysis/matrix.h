@@ -3,9 +3,9 @@
 
 #include <cstddef>
 
-// Owns rows x columns elements and the table of its row pointers in one allocation. A default-constructed matrix, and one
-// whose memory could not be had, is empty: no rows, no columns, IsValid() false. Operations on matrices whose shapes do
-// not fit give an empty matrix.
+// Owns rows x columns elements and the table of its row pointers in one allocation. A default-constructed matrix, and
+// one whose memory could not be had, is empty: no rows, no columns, IsValid() false. Operations on matrices whose
+// shapes do not fit give an empty matrix.
 class CBxMatrix {
 public:
     CBxMatrix() = default;

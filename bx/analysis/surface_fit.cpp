@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr int kGridSteps = 16;        // over the two pixels between the outer grid points
-constexpr double kGridStep = 0.125;   // pixels
+constexpr int kGridSteps = 16;       // over the two pixels between the outer grid points
+constexpr double kGridStep = 0.125;  // pixels
 
 double SurfaceAt(const double* c, double x, double y) {
     return c[0] * x * x * y * y + c[1] * x * x * y + c[2] * x * x + c[3] * x * y * y + c[4] * x * y + c[5] * x +

@@ -10,8 +10,8 @@
 // The 9 x 9 design matrix: row 3 x + y holds the nine monomials at (x, y) in the order above.
 CBxMatrix BX_BiquadraticDesign();
 
-// The maximum of the surface with these nine coefficients on the grid of eighths 0, 0.125, .. 2 in both directions; writes
-// its place, of equal values that with the smallest x and then the smallest y.
+// The maximum of the surface with these nine coefficients on the grid of eighths 0, 0.125, .. 2 in both directions;
+// writes its place, of equal values that with the smallest x and then the smallest y.
 double BX_SurfaceMaximum(CBxPoint<double>& position, const double* coefficients);
 
 // The same for coefficients in a 9 x 1 matrix; -infinity for any other shape.

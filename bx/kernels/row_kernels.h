@@ -1,7 +1,7 @@
 // Row loops in which the time of the analysis is spent: plain pointers and counts, no pictures.
 //
-// Every loop multiplies and adds in float, the first tap first, so that the bits of a result depend neither on the width
-// of the machine's vectors nor on the compiler. Outputs never alias inputs.
+// Every loop multiplies and adds in float, the first tap first, so that the bits of a result depend neither on the
+// width of the machine's vectors nor on the compiler. Outputs never alias inputs.
 #pragma once
 
 #include <cstddef>

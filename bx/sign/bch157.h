@@ -6,19 +6,19 @@
 // thread.
 class CBxBCH157 {
 public:
-    int m = 4;         // degree of the field
-    int n = 15;        // 2^m - 1
-    int k = 7;         // data bits
-    int t = 2;         // errors that are corrected
-    int d = 5;         // designed distance
-    int length = 15;   // bits of a code word
-    int p[5] = {};         // primitive polynomial, lowest power first
+    int m = 4;              // degree of the field
+    int n = 15;             // 2^m - 1
+    int k = 7;              // data bits
+    int t = 2;              // errors that are corrected
+    int d = 5;              // designed distance
+    int length = 15;        // bits of a code word
+    int p[5] = {};          // primitive polynomial, lowest power first
     int alpha_to[16] = {};  // power to vector form
     int index_of[16] = {};  // vector to power form; -1 for 0
-    int g[9] = {};         // generator polynomial
-    int bb[8] = {};        // redundancy bits
-    int recd[15] = {};     // code word: redundancy, then data
-    int data[7] = {};      // data bits
+    int g[9] = {};          // generator polynomial
+    int bb[8] = {};         // redundancy bits
+    int recd[15] = {};      // code word: redundancy, then data
+    int data[7] = {};       // data bits
 
     void read_p();
     void generate_gf();

@@ -22,7 +22,9 @@ bool Apart(const CBxRect<double>& first, const CBxRect<double>& second, double g
            separated(first.bottom, second.top) || separated(second.bottom, first.top);
 }
 
-double Area(const CBxRect<double>& rect) { return rect.Width() * rect.Height(); }
+double Area(const CBxRect<double>& rect) {
+    return rect.Width() * rect.Height();
+}
 
 enum class EGap : std::uint8_t { None, PairOnly, Full };
 
@@ -167,7 +169,7 @@ private:
 
     const CBxRect<double>* m_pRects;
     unsigned int m_uiCount;
-    CBxHeapArray<unsigned int> m_Order;  // indices by ascending area
+    CBxHeapArray<unsigned int> m_Order;         // indices by ascending area
     CBxHeapArray<unsigned int> m_SmallestFrom;  // least index from a position of that order on
     CBxHeapArray<EGap> m_Gaps;
     CBxHeapArray<double> m_Areas;
@@ -180,11 +182,10 @@ private:
 };
 
 unsigned int SmallestRectangle(const CBxRect<double>* rects, unsigned int count) {
-    return static_cast<unsigned int>(std::min_element(rects, rects + count,
-                                                      [](const CBxRect<double>& a, const CBxRect<double>& b) {
-                                                          return Area(a) < Area(b);
-                                                      }) -
-                                     rects);
+    return static_cast<unsigned int>(
+        std::min_element(rects, rects + count,
+                         [](const CBxRect<double>& a, const CBxRect<double>& b) { return Area(a) < Area(b); }) -
+        rects);
 }
 
 }  // namespace

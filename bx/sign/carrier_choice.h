@@ -11,10 +11,10 @@ struct SBxCarrierChoice {
 
 // Chooses the largest set of rectangles that keep apart, and of sets of that size the one of least total area.
 //
-// A tuple is a first pair (a, b), a before b, whose members may share an edge, and up to three further members, each more
-// than 40 pixels in x or in y from every other member. Tuples are ordered by their last member first (e, then d, then c,
-// then a, then b); of equal areas the first tuple in this order is chosen. With no pair at all the smallest rectangle is
-// chosen.
+// A tuple is a first pair (a, b), a before b, whose members may share an edge, and up to three further members, each
+// more than 40 pixels in x or in y from every other member. Tuples are ordered by their last member first (e, then d,
+// then c, then a, then b); of equal areas the first tuple in this order is chosen. With no pair at all the smallest
+// rectangle is chosen.
 //
 //   count   any number; 6 when memory ran out, else 0
 //

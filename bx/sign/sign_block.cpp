@@ -24,7 +24,9 @@ CBxBCH157 MakeCoder() {
 }
 
 // Bit `bit` of a run of 6-bit codes, the least significant bit of each first.
-int BitOfCodes(const int* codes, int bit) { return (codes[bit / kBitsPerCode] >> (bit % kBitsPerCode)) & 1; }
+int BitOfCodes(const int* codes, int bit) {
+    return (codes[bit / kBitsPerCode] >> (bit % kBitsPerCode)) & 1;
+}
 
 // The 8 check codes of 10 text codes: each text bit is added to three check bits. A triple that names one check bit
 // twice leaves it unchanged.

@@ -3,9 +3,9 @@
 
 // What a grid of cells was read as.
 struct SBxReadBlock {
-    char m_szCharacters[19];       // the 18 decoded characters and a zero; the text stands from position 8
+    char m_szCharacters[19];         // the 18 decoded characters and a zero; the text stands from position 8
     unsigned int m_uiCorrectedBits;  // bits that the error correction changed
-    bool m_bAccepted;              // the check codes match and the text is longer than 5 characters
+    bool m_bAccepted;                // the check codes match and the text is longer than 5 characters
 };
 
 // Writes the 256 cell bits (0 or 1, row by row) that carry a text. Characters beyond the tenth are not carried;

@@ -42,7 +42,9 @@ int SamplesInside(const SEllipse& ellipse, int x, int y) {
     return inside;
 }
 
-bool IsRim(std::uint16_t label) { return label % 2 == 1; }
+bool IsRim(std::uint16_t label) {
+    return label % 2 == 1;
+}
 
 // How a cell's pixels are moved: by `near`, or by `far` with a chance of `percent` in 100.
 struct SDither {
@@ -63,7 +65,9 @@ SDither DitherOfChange(double change) {
             static_cast<unsigned int>(100.0 * std::fabs(change - near))};
 }
 
-unsigned char ClampToByte(int value) { return static_cast<unsigned char>(value < 0 ? 0 : value > 255 ? 255 : value); }
+unsigned char ClampToByte(int value) {
+    return static_cast<unsigned char>(value < 0 ? 0 : value > 255 ? 255 : value);
+}
 
 }  // namespace
 

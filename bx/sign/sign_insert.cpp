@@ -33,8 +33,8 @@ unsigned char FindCarriers(SBxSignRun& run, CBxRect<double>* carriers, unsigned 
     }
     CBxPoint<double> anchors[kAnchorRoom];
     unsigned int anchorCount = 0;
-    const unsigned char result = CBxSignOp::GetAllImportantRectangles(run, carriers, count, &plane.Pic(), anchors,
-                                                                      anchorCount, false, 1.0);
+    const unsigned char result =
+        CBxSignOp::GetAllImportantRectangles(run, carriers, count, &plane.Pic(), anchors, anchorCount, false, 1.0);
     if (result != kBxSuccess) {
         return result;
     }
@@ -100,8 +100,7 @@ private:
         bool moving = false;
         for (int cell = 0; cell < kCellCount; ++cell) {
             const double remainder = std::fmod(m_dMeans[cell], kPeriod);
-            changes[cell] =
-                CBxSignOp::GetdChange(remainder, static_cast<unsigned char>(bits[cell]), m_dMeans[cell]);
+            changes[cell] = CBxSignOp::GetdChange(remainder, static_cast<unsigned char>(bits[cell]), m_dMeans[cell]);
             moving = moving || std::fabs(changes[cell]) > kSettledChange;
         }
         CBxSignOp::ModifyAllHistogram(&m_Carrier.Pic(), &m_Labels.Pic(), m_uiSizes, changes);
@@ -112,11 +111,10 @@ private:
 
     void ReadMeans() {
         CBxSignOp::Convert8BitToFloat(m_Unsmoothed.Pic(), m_Blue.Pic());
-        CBxFloatFilter::ConvWithKernel2D_7(BX_PicRow<float>(m_Smoothed.Pic(), 0),
-                                           BX_PicRow<float>(m_Unsmoothed.Pic(), 0),
-                                           static_cast<unsigned int>(m_Area.Width()),
-                                           static_cast<unsigned int>(m_Area.Height()),
-                                           BX_PicRow<float>(m_Scratch.Pic(), 0), kSmoothingKernel, 1.0);
+        CBxFloatFilter::ConvWithKernel2D_7(
+            BX_PicRow<float>(m_Smoothed.Pic(), 0), BX_PicRow<float>(m_Unsmoothed.Pic(), 0),
+            static_cast<unsigned int>(m_Area.Width()), static_cast<unsigned int>(m_Area.Height()),
+            BX_PicRow<float>(m_Scratch.Pic(), 0), kSmoothingKernel, 1.0);
         CBxPicBufAPI::CopyRect(m_Values.Pic(), m_Smoothed.Pic(), {0, 0}, FrameInArea(),
                                {Frame().Width(), Frame().Height()});
         CBxSignOp::GetAllMeansFloat(m_dMeans, &m_Values.Pic(), &m_Labels.Pic(), m_Centres, m_Grid.m_dCellWidth,

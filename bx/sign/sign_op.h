@@ -128,7 +128,8 @@ public:
     static unsigned char GetAllImportantRectangles(SBxSignRun& run, CBxRect<double>* rects, unsigned int& count,
                                                    SBxPicBuf* picture, CBxPoint<double>* anchors,
                                                    unsigned int& anchorCount, bool detection, double zoom);
-    // The same for one half, already clamped. 0 when there is a rectangle in the array, 1 without corners or rectangles.
+    // The same for one half, already clamped. 0 when there is a rectangle in the array, 1 without corners or
+    // rectangles.
     static unsigned char GetInnerImportantRectangle(CBxRect<double>* rects, unsigned int& count, SBxPicBuf* picture,
                                                     CBxPoint<double>* anchors, unsigned int anchorSlots, bool detection,
                                                     double zoom);

@@ -19,8 +19,9 @@ void CBxSignOp::ModifyChangeFromToFloat(SBxPicBuf& picture, unsigned int from, u
     const auto high = static_cast<float>(to);
     for (int y = 0; y < picture.m_iHeight; ++y) {
         auto* row = BX_PicRow<float>(picture, y);
-        std::transform(row, row + picture.m_iWidth, row,
-                       [low, high](float value) { return value < low ? low : value >= high ? high : value; });
+        std::transform(row, row + picture.m_iWidth, row, [low, high](float value) {
+            return value < low ? low : value >= high ? high : value;
+        });
     }
 }
 
@@ -68,7 +69,8 @@ void CBxSignOp::WriteRectToPicBuf(SBxPicBuf* picture, CBxRect<int> rect, unsigne
         pixel[2] = static_cast<unsigned char>(colour >> 16);
     };
     const CBxRect<int> drawn{std::max(rect.left, -1), std::max(rect.top, -1),
-                             std::min(rect.right, picture->m_iWidth + 1), std::min(rect.bottom, picture->m_iHeight + 1)};
+                             std::min(rect.right, picture->m_iWidth + 1),
+                             std::min(rect.bottom, picture->m_iHeight + 1)};
     for (int x = drawn.left; x < drawn.right; ++x) {
         put(x, rect.top);
         put(x, rect.bottom - 1);

@@ -68,7 +68,9 @@ void PairCorners(CBxRect<double>* rects, unsigned int& count, const CBxPoint<dou
     }
 }
 
-void Delete(CBxRect<double>& rect) { rect = {kDeleted, kDeleted, kDeleted, kDeleted}; }
+void Delete(CBxRect<double>& rect) {
+    rect = {kDeleted, kDeleted, kDeleted, kDeleted};
+}
 
 void Compact(CBxRect<double>* rects, unsigned int& count) {
     count = static_cast<unsigned int>(
@@ -100,14 +102,15 @@ unsigned char CBxSignOp::GetInnerImportantRectangle(CBxRect<double>* rects, unsi
     unsigned int cornerCount = 0;
     unsigned int ignored = 0;
     float strengths[CBxCornerDetector::kMostCorners];
-    const int result = CBxCornerDetector::FindCornersHarrisInsert_Tailed(corners, cornerCount, picture, ignored,
-                                                                         strengths, zoom);
+    const int result =
+        CBxCornerDetector::FindCornersHarrisInsert_Tailed(corners, cornerCount, picture, ignored, strengths, zoom);
     if (result != kBxSuccess) {
         return static_cast<unsigned char>(result);
     }
     if (cornerCount == 0) {
         if (count == 0) {
-            rects[count++] = {0.0, 0.0, static_cast<double>(picture->m_iWidth), static_cast<double>(picture->m_iHeight)};
+            rects[count++] = {0.0, 0.0, static_cast<double>(picture->m_iWidth),
+                              static_cast<double>(picture->m_iHeight)};
         }
         std::fill(anchors, anchors + anchorSlots, CBxPoint<double>{kNoCorners, kNoCorners});
         std::free(corners);

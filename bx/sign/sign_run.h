@@ -36,9 +36,10 @@ private:
 
 // Where and how a sign was found.
 struct SBxFinding {
-    double m_dZoom = 0.0;                              // the zoom at which the block was accepted
-    CBxRect<double> m_Rectangle{0.0, 0.0, 0.0, 0.0};   // the carrier, in pixels of the picture that was searched (unscaled)
-    unsigned int m_uiCorrectedBits = 0;                // bits of the 16 code words that the error correction changed
+    double m_dZoom = 0.0;  // the zoom at which the block was accepted
+    CBxRect<double> m_Rectangle{0.0, 0.0, 0.0,
+                                0.0};    // the carrier, in pixels of the picture that was searched (unscaled)
+    unsigned int m_uiCorrectedBits = 0;  // bits of the 16 code words that the error correction changed
 };
 
 // The state of one run. Runs share nothing with each other, so two of them in one process cannot stop each other.
@@ -55,9 +56,9 @@ struct SBxSignRun {
     SProgressData m_ProgressData;
 
     // Written by the run, read when it has ended.
-    SBxFinding m_Finding;                 // valid after a detection that returned 0
-    std::uint32_t m_uiRectCount = 0;      // carriers of the last insertion
-    CBxRect<int> m_siRect[5] = {};        // their frames, in pixels of the picture
+    SBxFinding m_Finding;             // valid after a detection that returned 0
+    std::uint32_t m_uiRectCount = 0;  // carriers of the last insertion
+    CBxRect<int> m_siRect[5] = {};    // their frames, in pixels of the picture
 
     // Asks the run to stop; the next detection starts unaborted. May be called from any thread.
     void AbortDetecting() { m_iAbortDetecting.store(1, std::memory_order_relaxed); }

@@ -19,7 +19,9 @@ CBxRect<int> (&CBxSignOp::m_siRect)[5] = CBxSignOp::m_DefaultRun.m_siRect;
 std::int32_t CBxSignOp::hashpole[71][3];
 std::atomic<bool> CBxSignOp::m_bHashGenerated{false};
 
-void CBxSignOp::AbortDetecting() { m_DefaultRun.AbortDetecting(); }
+void CBxSignOp::AbortDetecting() {
+    m_DefaultRun.AbortDetecting();
+}
 
 namespace {
 
@@ -37,9 +39,13 @@ private:
 
 }  // namespace
 
-SProgressData::SProgressData() : m_szText{}, m_dPercentage(0.0) { pthread_mutex_init(&m_Mutex, nullptr); }
+SProgressData::SProgressData() : m_szText{}, m_dPercentage(0.0) {
+    pthread_mutex_init(&m_Mutex, nullptr);
+}
 
-SProgressData::~SProgressData() { pthread_mutex_destroy(&m_Mutex); }
+SProgressData::~SProgressData() {
+    pthread_mutex_destroy(&m_Mutex);
+}
 
 void SProgressData::SetText(const char* text) {
     const CLocked locked(m_Mutex);

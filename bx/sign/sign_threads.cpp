@@ -28,7 +28,9 @@ constexpr unsigned char kSchedules[11][kZooms] = {
     {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 23, 22, 21, 20, 19, 18, 17, 16, 15, 14, 13, 12},
 };
 
-bool Aborted(const SBxSignRun& run) { return run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0; }
+bool Aborted(const SBxSignRun& run) {
+    return run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0;
+}
 
 // Runs the zoom at one position of a thread's share. Returns its result.
 unsigned char RunPosition(SBxZoomThread& thread, unsigned int position) {
@@ -116,7 +118,9 @@ struct SThreadedSearch {
 
 }  // namespace
 
-void CBxSignOp::GetThreadShedule(unsigned int* order) { GetThreadShedule(order, m_uiNoOfThreads); }
+void CBxSignOp::GetThreadShedule(unsigned int* order) {
+    GetThreadShedule(order, m_uiNoOfThreads);
+}
 
 void CBxSignOp::GetThreadShedule(unsigned int* order, unsigned int threads) {
     const unsigned int row = threads >= 2 && threads <= kMostThreads ? threads - 2 : kMostThreads - 2;

@@ -53,10 +53,9 @@ unsigned char SmoothBlue(CBxOwnedPic& blue, SBxPicBuf& scaled, double zoom) {
     }
     CBxPicBufAPI::Zero(blue.Pic());
     CBxPicBufAPI::ExtractComponent(plane.Pic(), 0, scaled);
-    CBxFloatFilter::ConvWithKernel2D_7(BX_PicRow<float>(blue.Pic(), 0), BX_PicRow<float>(plane.Pic(), 0),
-                                       static_cast<unsigned int>(scaled.m_iWidth),
-                                       static_cast<unsigned int>(scaled.m_iHeight), BX_PicRow<float>(scratch.Pic(), 0),
-                                       kSmoothingKernel, zoom);
+    CBxFloatFilter::ConvWithKernel2D_7(
+        BX_PicRow<float>(blue.Pic(), 0), BX_PicRow<float>(plane.Pic(), 0), static_cast<unsigned int>(scaled.m_iWidth),
+        static_cast<unsigned int>(scaled.m_iHeight), BX_PicRow<float>(scratch.Pic(), 0), kSmoothingKernel, zoom);
     return kBxSuccess;
 }
 
@@ -68,8 +67,8 @@ unsigned char FindCandidates(SBxSignRun& run, CBxRect<double>* candidates, unsig
     }
     CBxPoint<double> anchors[kAnchorRoom];
     unsigned int anchorCount = 0;
-    const unsigned char result = CBxSignOp::GetAllImportantRectangles(run, candidates, count, &scaled, anchors,
-                                                                      anchorCount, true, zoom);
+    const unsigned char result =
+        CBxSignOp::GetAllImportantRectangles(run, candidates, count, &scaled, anchors, anchorCount, true, zoom);
     if (result != kBxSuccess) {
         CBxSignOp::LogErrorDetail("GetAllImportantRectangles() failed.");
         return result;

@@ -17,13 +17,13 @@
 
 // The share of one thread. Owned by the operation that starts the threads, which outlives them.
 struct SBxZoomThread {
-    unsigned int m_uiThread;          // its index; 0 is the calling thread
-    unsigned int m_uiStep;            // number of threads
-    unsigned int m_uiEntries;         // of the schedule
-    char* m_pResult;                  // its own block
+    unsigned int m_uiThread;   // its index; 0 is the calling thread
+    unsigned int m_uiStep;     // number of threads
+    unsigned int m_uiEntries;  // of the schedule
+    char* m_pResult;           // its own block
     SBxPicBuf* m_pPicture;
-    unsigned int m_uiOrder[kZooms];   // the schedule: zoom indices
+    unsigned int m_uiOrder[kZooms];  // the schedule: zoom indices
     SBxSignRun* m_pRun;
     SBxFinding m_Finding;
-    bool m_bOutOfMemory;              // a zoom of this thread ran out of memory
+    bool m_bOutOfMemory;  // a zoom of this thread ran out of memory
 };
