@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "corner_selection.h"
 #include "float_filters.h"
 #include "heap_array.h"
 #include "owned_pic.h"
@@ -14,12 +15,8 @@
 
 namespace {
 
-constexpr int kTileSize = 500;               // largest side of a tile
-constexpr int kTileMargin = 20;              // pixels around a tile that its corners are computed from
-constexpr int kCornersPerTile = 51;          // room in the list
-constexpr int kBorder = 10;                  // no corner lies closer to an edge of its picture
-constexpr double kSmallestDistance2 = 10.0;  // squared distance between two corners
-constexpr float kResponseThreshold = 10.0f;
+constexpr int kTileMargin = 20;      // pixels around a tile that its corners are computed from
+constexpr int kCornersPerTile = 51;  // room in the list
 constexpr unsigned int kCandidateStep = 50;
 
 // Strongest first. Equal strengths keep their order, so that the list is the same with every C library.
@@ -28,38 +25,18 @@ void SortByStrength(SBxPointANMS* candidates, std::size_t count) {
                      [](const SBxPointANMS& a, const SBxPointANMS& b) { return a.R > b.R; });
 }
 
-// The corners kept so far.
-struct SKeptCorners {
-    CBxPoint<double>* points;
-    float* strengths;
-    unsigned int count;
-
-    bool KeepsDistance(const SBxPointANMS& candidate) const {
-        return std::none_of(points, points + count, [&](const CBxPoint<double>& point) {
-            const double dx = candidate.x - point.x;
-            const double dy = candidate.y - point.y;
-            return dx * dx + dy * dy < kSmallestDistance2;
-        });
-    }
-};
-
-bool InsideBorder(const SBxPointANMS& candidate, int width, int height) {
-    return candidate.x >= kBorder && candidate.y >= kBorder && width - candidate.x >= kBorder &&
-           height - candidate.y >= kBorder;
-}
-
 // Walks a sorted list and keeps the strongest corners that lie inside the border and apart from each other.
 template <typename Accepts>
-void Select(SKeptCorners& kept, const SBxPointANMS* candidates, std::size_t count, int width, int height,
-            Accepts accepts) {
-    for (std::size_t i = 0; i < count && kept.count < CBxCornerDetector::kMostCorners; ++i) {
+unsigned int Select(CBxPoint<double>* points, float* strengths, const SBxPointANMS* candidates, std::size_t count,
+                    int width, int height, Accepts accepts) {
+    SBxKeptCorners kept{points, strengths, CBxCornerDetector::kMostCorners, 0};
+    for (std::size_t i = 0; i < count && !kept.IsFull(); ++i) {
         const SBxPointANMS& candidate = candidates[i];
-        if (accepts(candidate) && InsideBorder(candidate, width, height) && kept.KeepsDistance(candidate)) {
-            kept.points[kept.count] = {candidate.x, candidate.y};
-            kept.strengths[kept.count] = candidate.R;
-            ++kept.count;
+        if (accepts(candidate) && BX_InsideCornerBorder(candidate.x, candidate.y, width, height)) {
+            kept.Offer(candidate.x, candidate.y, candidate.R);
         }
     }
+    return kept.count;
 }
 
 // The planes of one tile.
@@ -114,13 +91,7 @@ SBxPointANMS FitMaximum(const double* inverse, const float* centre, std::ptrdiff
         }
     }
     double coefficients[9];
-    for (int i = 0; i < 9; ++i) {
-        double sum = 0.0;
-        for (int k = 0; k < 9; ++k) {
-            sum += inverse[9 * i + k] * neighbourhood[k];
-        }
-        coefficients[i] = sum;
-    }
+    BX_FitSurface(coefficients, inverse, neighbourhood);
     CBxPoint<double> position;
     const double strength = BX_SurfaceMaximum(position, coefficients);
     return {column + position.x - 1.0, row + position.y - 1.0, static_cast<float>(strength), 0};
@@ -140,15 +111,6 @@ bool AppendCandidate(SBxPointANMS*& candidates, unsigned int& count, unsigned in
     candidates[count++] = candidate;
     return true;
 }
-
-// How a side is cut into tiles.
-struct STiling {
-    int tiles;
-    int tileSize;
-
-    explicit STiling(int length)
-        : tiles((length + kTileSize - 1) / kTileSize), tileSize(tiles > 0 ? (length + tiles - 1) / tiles : 0) {}
-};
 
 // The corners of one tile, appended to the list of the whole picture.
 int AppendTileCorners(SBxPointANMS* list, unsigned int& listCount, const SBxPicBuf& picture, const CBxRect<int>& tile,
@@ -231,16 +193,14 @@ int CBxCornerDetector::FindCornersHarrisInsert(CBxPoint<double>*& points, unsign
     unsigned int capacity = kCandidateStep;
     SBxPointANMS* candidates = initial.Release();
     const int result = FindLocalMaxima3x3WithThreshold(candidates, candidateCount, capacity, plane, width, height,
-                                                       kResponseThreshold, ignored);
+                                                       kCornerThreshold, ignored);
     if (result == kBxSuccess) {
         SortByStrength(candidates, candidateCount);
-        SKeptCorners selection{kept.Data(), strengths, 0};
-        Select(selection, candidates, candidateCount, picture->m_iWidth, picture->m_iHeight,
-               [&](const SBxPointANMS& candidate) {
-                   return candidate.x >= accept.left && candidate.x <= accept.right && candidate.y >= accept.top &&
-                          candidate.y <= accept.bottom;
-               });
-        count = selection.count;
+        count = Select(kept.Data(), strengths, candidates, candidateCount, picture->m_iWidth, picture->m_iHeight,
+                       [&accept](const SBxPointANMS& candidate) {
+                           return candidate.x >= accept.left && candidate.x <= accept.right &&
+                                  candidate.y >= accept.top && candidate.y <= accept.bottom;
+                       });
         points = kept.Release();
     }
     std::free(candidates);
@@ -252,8 +212,8 @@ int CBxCornerDetector::FindCornersHarrisInsert_Tailed(CBxPoint<double>*& points,
                                                       double zoom) {
     points = nullptr;
     count = 0;
-    const STiling rows(picture->m_iHeight);
-    const STiling columns(picture->m_iWidth);
+    const SBxTiling rows(picture->m_iHeight);
+    const SBxTiling columns(picture->m_iWidth);
     CBxHeapArray<SBxPointANMS> list;
     CBxHeapArray<CBxPoint<double>> kept;
     if (!list.Allocate(static_cast<std::size_t>(rows.tiles) * columns.tiles * kCornersPerTile) ||
@@ -277,10 +237,8 @@ int CBxCornerDetector::FindCornersHarrisInsert_Tailed(CBxPoint<double>*& points,
         }
     }
     SortByStrength(list.Data(), listCount);
-    SKeptCorners selection{kept.Data(), strengths, 0};
-    Select(selection, list.Data(), listCount, picture->m_iWidth, picture->m_iHeight,
-           [](const SBxPointANMS&) { return true; });
-    count = selection.count;
+    count = Select(kept.Data(), strengths, list.Data(), listCount, picture->m_iWidth, picture->m_iHeight,
+                   [](const SBxPointANMS&) { return true; });
     points = kept.Release();
     return kBxSuccess;
 }

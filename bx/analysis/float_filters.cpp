@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <numeric>
 
-#include "row_kernels.h"
+#include "kernels.h"
 
 namespace {
 
@@ -57,7 +57,7 @@ void Smooth(float* out, const float* in, unsigned int width, unsigned int height
     for (unsigned int y = 0; y < height; ++y) {
         const float* source = in + std::size_t{y} * width;
         float* row = tmp + std::size_t{y} * width;
-        BX_FilterAlongRow(row + radius, source, lastColumn - radius + 1, taps, tapCount);
+        BX_Kernels().FilterAlong(row + radius, source, lastColumn - radius + 1, taps, tapCount);
         std::fill(row, row + radius, row[radius]);
         std::fill(row + lastColumn + 1, row + width, row[lastColumn]);
     }
@@ -69,7 +69,7 @@ void Smooth(float* out, const float* in, unsigned int width, unsigned int height
         for (int tap = 0; tap < tapCount; ++tap) {
             rows[tap] = tmp + std::size_t{centre - radius + static_cast<unsigned int>(tap)} * width;
         }
-        BX_FilterAcrossRows(out + std::size_t{y} * width, rows, width, taps, tapCount);
+        BX_Kernels().FilterAcross(out + std::size_t{y} * width, rows, width, taps, tapCount);
     }
 }
 
@@ -138,7 +138,7 @@ void CBxFloatFilter::GetDerivationDx(float* out, const float* in, unsigned int w
     for (unsigned int y = 0; y < height; ++y) {
         const float* source = in + std::size_t{y} * width;
         float* row = out + std::size_t{y} * width;
-        BX_SubtractRows(row, source + 1, source, width - 1);
+        BX_Kernels().Subtract(row, source + 1, source, width - 1);
         row[width - 1] = width > 1 ? row[width - 2] : 0.0f;
     }
 }
@@ -147,7 +147,7 @@ void CBxFloatFilter::GetDerivationDy(float* out, const float* in, unsigned int w
     if (height == 0) {
         return;
     }
-    BX_SubtractRows(out, in + width, in, std::size_t{height - 1} * width);
+    BX_Kernels().Subtract(out, in + width, in, std::size_t{height - 1} * width);
     float* last = out + std::size_t{height - 1} * width;
     if (height > 1) {
         std::copy(last - width, last, last);
@@ -157,10 +157,10 @@ void CBxFloatFilter::GetDerivationDy(float* out, const float* in, unsigned int w
 }
 
 void CBxFloatFilter::PointProduct(float* out, const float* a, const float* b, unsigned int width, unsigned int height) {
-    BX_MultiplyRows(out, a, b, std::size_t{width} * height);
+    BX_Kernels().Multiply(out, a, b, std::size_t{width} * height);
 }
 
 void CBxFloatFilter::HessianProduct(float* out, const float* sxx, const float* syy, const float* sxy,
                                     unsigned int width, unsigned int height) {
-    BX_HarrisRow(out, sxx, syy, sxy, std::size_t{width} * height);
+    BX_Kernels().Harris(out, sxx, syy, sxy, std::size_t{width} * height);
 }

@@ -27,6 +27,16 @@ CBxMatrix BX_BiquadraticDesign() {
     return design;
 }
 
+void BX_FitSurface(double* coefficients, const double* inverse, const double* neighbourhood) {
+    for (int i = 0; i < 9; ++i) {
+        double sum = 0.0;
+        for (int k = 0; k < 9; ++k) {
+            sum += inverse[9 * i + k] * neighbourhood[k];
+        }
+        coefficients[i] = sum;
+    }
+}
+
 double BX_SurfaceMaximum(CBxPoint<double>& position, const double* coefficients) {
     double best = -1e300;
     position = {1.0, 1.0};

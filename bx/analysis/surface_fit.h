@@ -10,6 +10,10 @@
 // The 9 x 9 design matrix: row 3 x + y holds the nine monomials at (x, y) in the order above.
 CBxMatrix BX_BiquadraticDesign();
 
+// The nine coefficients of the surface through a neighbourhood, whose value at (x, y) stands at 3 x + y; `inverse` is
+// the inverse of the design matrix, row by row.
+void BX_FitSurface(double* coefficients, const double* inverse, const double* neighbourhood);
+
 // The maximum of the surface with these nine coefficients on the grid of eighths 0, 0.125, .. 2 in both directions;
 // writes its place, of equal values that with the smallest x and then the smallest y.
 double BX_SurfaceMaximum(CBxPoint<double>& position, const double* coefficients);

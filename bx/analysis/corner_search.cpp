@@ -1,0 +1,507 @@
+#include "corner_search.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+
+#include "candidate_list.h"
+#include "corner_selection.h"
+#include "float_filters.h"
+#include "heap_array.h"
+#include "kernels.h"
+#include "result.h"
+#include "surface_fit.h"
+
+namespace {
+
+constexpr int kStripWidth = 1024;  // columns that are searched at a time
+constexpr int kBandHeight = 64;    // rows that are searched at a time
+constexpr int kMargin = 8;         // pixels around a block that its corners depend on, rounded up to a cell of bounds
+constexpr int kBoundsCell = 8;     // pixels along a cell of the range and gradient bounds
+constexpr int kBlock = 16;         // pixels along a block that is searched or left out
+constexpr int kBlockCells = kBlock / kBoundsCell;
+
+constexpr int kBufferWidth = kStripWidth + 2 * kMargin;
+constexpr int kBufferHeight = kBandHeight + 2 * kMargin;
+constexpr int kCellColumns = kBufferWidth / kBoundsCell;
+constexpr int kCellRows = kBufferHeight / kBoundsCell;
+constexpr int kBlockColumns = kStripWidth / kBlock;
+constexpr int kBlockRows = kBandHeight / kBlock;
+constexpr int kRowPitch = kBufferWidth + 16;
+
+// A corner lies at least 10 pixels from every edge, and at most one pixel from the maximum that it was fitted to.
+constexpr int kEdge = 9;
+// The fitted surface rises above its centre v by at most this share of v minus its lowest neighbour: half of what the
+// sum of the absolute weights of bi-quadratic interpolation, (5 / 4)^2, exceeds 1.
+constexpr double kFitOvershoot = 0.28125;
+// Rounding in float cannot lift a response above its bound by more than this.
+constexpr double kRoundingSlack = 1.001;
+
+// The bounds of a half's tones.
+struct STones {
+    float low;
+    float high;
+};
+constexpr STones kTonesOfHalf[2] = {{0.0f, 128.0f}, {128.0f, 256.0f}};
+
+// The greatest strength that a corner can have where dx^2 <= xx, dy^2 <= yy and dx^2 + dy^2 <= trace: the response is
+// at most xx * yy, and at most (1 / 4 - 0.08) trace^2; it is at least -0.08 trace^2.
+double GreatestStrength(double xx, double yy, double trace) {
+    const double response = std::min(xx * yy, 0.17 * trace * trace);
+    if (response * kRoundingSlack <= kCornerThreshold) {
+        return 0.0;
+    }
+    return kRoundingSlack * (response + kFitOvershoot * (response + 0.08 * trace * trace));
+}
+
+// A half-open rectangle of blocks.
+struct SBlocks {
+    int left;
+    int right;
+    int top;
+    int bottom;
+};
+
+// Which blocks of a band have to be looked at.
+class CBlockMap {
+public:
+    void Clear() { std::memset(m_bActive, 0, sizeof m_bActive); }
+    void Mark(int row, int column) { m_bActive[row][column] = true; }
+    bool IsMarked(int row, int column) const { return m_bActive[row][column]; }
+
+    // Calls `visit` for runs of neighbouring block columns, each with the rows that its marks span.
+    template <typename Visit>
+    void ForEachRun(Visit visit) const {
+        for (int column = 0; column < kBlockColumns; ++column) {
+            if (!ColumnIsMarked(column)) {
+                continue;
+            }
+            SBlocks run{column, column, kBlockRows, 0};
+            while (run.right < kBlockColumns && ColumnIsMarked(run.right)) {
+                for (int row = 0; row < kBlockRows; ++row) {
+                    if (m_bActive[row][run.right]) {
+                        run.top = std::min(run.top, row);
+                        run.bottom = std::max(run.bottom, row + 1);
+                    }
+                }
+                ++run.right;
+            }
+            visit(run);
+            column = run.right;
+        }
+    }
+
+private:
+    bool ColumnIsMarked(int column) const {
+        for (int row = 0; row < kBlockRows; ++row) {
+            if (m_bActive[row][column]) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    bool m_bActive[kBlockRows][kBlockColumns];
+};
+
+// Buffers of one walk. Buffer column 0 is kMargin left of the strip, buffer row 0 kMargin above the band.
+struct SBuffers {
+    CBxHeapArray<float> plane;     // the rows of the band
+    CBxHeapArray<float> smoothed;  // of one run
+    CBxHeapArray<float> rows;      // short-lived rows
+    CBxHeapArray<unsigned char> flags;
+
+    static constexpr int kRows = 40;
+
+    bool Allocate() {
+        return plane.AllocateZeroed(std::size_t{kBufferHeight} * kRowPitch) &&
+               smoothed.AllocateZeroed(std::size_t{kBufferHeight} * kRowPitch) &&
+               rows.AllocateZeroed(std::size_t{kRows} * kRowPitch) && flags.Allocate(kRowPitch);
+    }
+    float* PlaneRow(int row) { return plane.Data() + std::ptrdiff_t{row} * kRowPitch; }
+    float* SmoothedRow(int row) { return smoothed.Data() + std::ptrdiff_t{row} * kRowPitch; }
+    float* ShortRow(int row) { return rows.Data() + std::ptrdiff_t{row} * kRowPitch; }
+};
+
+class CCornerWalk {
+public:
+    CCornerWalk(CBxRowSource& source, int width, int height, double zoom, const CBxStopCheck* stop)
+        : m_Source(source), m_iWidth(width), m_iHeight(height), m_pStop(stop), m_Kernels(BX_Kernels()) {
+        BX_KernelTaps(m_fSmoothingTaps, kSmoothingKernel, 7, zoom);
+        BX_KernelTaps(m_fTensorTaps, kTensorKernel, 5, zoom);
+        m_dLargestTap = *std::max_element(m_fSmoothingTaps, m_fSmoothingTaps + 7);
+    }
+
+    bool Prepare() {
+        const CBxMatrix inverse = BX_BiquadraticDesign().Inv();
+        if (!inverse.IsValid() || !m_Buffers.Allocate()) {
+            return false;
+        }
+        std::copy(inverse[0], inverse[0] + 81, m_dInverse);
+        return true;
+    }
+
+    // Walks the plane for one half or for both (null lists are left out). 0, 1 or 6.
+    unsigned char Run(CBxCandidateList* const (&lists)[2]) {
+        std::copy(lists, lists + 2, m_pLists);
+        for (int left = 0; left < m_iWidth; left += kStripWidth) {
+            const unsigned char result = RunStrip(left);
+            if (result != kBxSuccess) {
+                return result;
+            }
+        }
+        return kBxSuccess;
+    }
+
+private:
+    unsigned char RunStrip(int left) {
+        m_iLeft = left;
+        m_iFirstColumn = std::max(0, left - kMargin);
+        m_iEndColumn = std::min(m_iWidth, left + kStripWidth + kMargin);
+        m_Source.BeginStrip(m_iFirstColumn, m_iEndColumn - m_iFirstColumn);
+        for (int top = 0; top < m_iHeight; top += kBandHeight) {
+            if (m_pStop != nullptr && m_pStop->Stopped()) {
+                return kBxFailure;
+            }
+            m_iTop = top;
+            FillBand();
+            for (int half = 0; half < 2; ++half) {
+                if (m_pLists[half] != nullptr && !SearchBand(half)) {
+                    return kBxOutOfMemory;
+                }
+            }
+        }
+        return kBxSuccess;
+    }
+
+    // Brings the rows top - kMargin .. top + kBandHeight + kMargin into the buffer and bounds them cell by cell.
+    void FillBand() {
+        if (m_iTop > 0) {
+            std::memmove(m_Buffers.PlaneRow(0), m_Buffers.PlaneRow(kBandHeight),
+                         sizeof(float) * kRowPitch * 2 * kMargin);
+            std::memmove(m_fLow[0], m_fLow[kBandHeight / kBoundsCell], sizeof m_fLow[0] * 2);
+            std::memmove(m_fHigh[0], m_fHigh[kBandHeight / kBoundsCell], sizeof m_fHigh[0] * 2);
+        }
+        const int firstCellRow = m_iTop > 0 ? 2 * kMargin / kBoundsCell : 0;
+        for (int cellRow = firstCellRow; cellRow < kCellRows; ++cellRow) {
+            FillCellRow(cellRow);
+        }
+    }
+
+    void FillCellRow(int cellRow) {
+        float* low = m_Buffers.ShortRow(0);
+        float* high = m_Buffers.ShortRow(1);
+        std::fill(low, low + kBufferWidth, std::numeric_limits<float>::infinity());
+        std::fill(high, high + kBufferWidth, -std::numeric_limits<float>::infinity());
+        const int offset = m_iFirstColumn - (m_iLeft - kMargin);
+        const auto count = static_cast<std::size_t>(m_iEndColumn - m_iFirstColumn);
+        for (int row = cellRow * kBoundsCell; row < (cellRow + 1) * kBoundsCell; ++row) {
+            const int y = m_iTop - kMargin + row;
+            if (y < 0 || y >= m_iHeight) {
+                continue;
+            }
+            float* line = m_Buffers.PlaneRow(row) + offset;
+            m_Source.Row(line, y);
+            m_Kernels.Bounds(low + offset, high + offset, line, count);
+        }
+        for (int cell = 0; cell < kCellColumns; ++cell) {
+            float cellLow = low[cell * kBoundsCell];
+            float cellHigh = high[cell * kBoundsCell];
+            for (int i = 1; i < kBoundsCell; ++i) {
+                cellLow = std::min(cellLow, low[cell * kBoundsCell + i]);
+                cellHigh = std::max(cellHigh, high[cell * kBoundsCell + i]);
+            }
+            m_fLow[cellRow][cell] = cellLow;
+            m_fHigh[cellRow][cell] = cellHigh;
+        }
+    }
+
+    bool SearchBand(int half) {
+        CBxCandidateList& list = *m_pLists[half];
+        CBlockMap map;
+        map.Clear();
+        for (int row = 0; row < kBlockRows; ++row) {
+            for (int column = 0; column < kBlockColumns; ++column) {
+                if (RangeMayHoldCorner(row, column, half, list.Bar())) {
+                    map.Mark(row, column);
+                }
+            }
+        }
+        bool memory = true;
+        map.ForEachRun([&](const SBlocks& run) { memory = memory && SearchRun(run, map, half, list); });
+        list.RaiseBar();
+        return memory;
+    }
+
+    bool RangeMayHoldCorner(int blockRow, int blockColumn, int half, float bar) const {
+        const STones tones = kTonesOfHalf[half];
+        float low = std::numeric_limits<float>::infinity();
+        float high = -low;
+        for (int row = blockRow * kBlockCells; row < (blockRow + 1) * kBlockCells + 2; ++row) {
+            for (int column = blockColumn * kBlockCells; column < (blockColumn + 1) * kBlockCells + 2; ++column) {
+                low = std::min(low, m_fLow[row][column]);
+                high = std::max(high, m_fHigh[row][column]);
+            }
+        }
+        const double range = static_cast<double>(std::clamp(high, tones.low, tones.high)) -
+                             static_cast<double>(std::clamp(low, tones.low, tones.high));
+        if (!(range > 0.0)) {
+            return false;
+        }
+        // A difference of neighbours in the smoothed plane is a sum of differences of the taps, times pixels.
+        const double gradient = m_dLargestTap * range;
+        return Matters(gradient * gradient, gradient * gradient, 2.0 * gradient * gradient, bar);
+    }
+
+    static bool Matters(double xx, double yy, double trace, float bar) {
+        const double strength = GreatestStrength(xx, yy, trace);
+        return strength > kCornerThreshold && strength >= bar;
+    }
+
+    // The buffer rows and columns of a run, cut to where a maximum may lie.
+    CBxRect<int> BufferArea(const SBlocks& run) const {
+        const auto cut = [](int first, int end, int origin, int length) {
+            return CBxPoint<int>{std::max(first, kEdge - origin), std::min(end, length - kEdge + 1 - origin)};
+        };
+        const CBxPoint<int> columns =
+            cut(kMargin + run.left * kBlock, kMargin + run.right * kBlock, m_iLeft - kMargin, m_iWidth);
+        const CBxPoint<int> rows =
+            cut(kMargin + run.top * kBlock, kMargin + run.bottom * kBlock, m_iTop - kMargin, m_iHeight);
+        return {columns.x, rows.x, columns.y, rows.y};
+    }
+
+    // Smooths a run of blocks, bounds its gradients, and searches what may still hold a corner.
+    bool SearchRun(const SBlocks& run, const CBlockMap& map, int half, CBxCandidateList& list) {
+        const CBxRect<int> area = BufferArea(run);
+        if (area.IsEmpty()) {
+            return true;
+        }
+        SmoothArea(area, kTonesOfHalf[half]);
+        CBlockMap gradientMap;
+        gradientMap.Clear();
+        BoundGradients(area, run, map, gradientMap, list.Bar());
+        bool memory = true;
+        gradientMap.ForEachRun([&](const SBlocks& inner) {
+            const CBxRect<int> innerArea = BufferArea(inner);
+            memory = memory && (innerArea.IsEmpty() || SearchArea(innerArea, list));
+        });
+        return memory;
+    }
+
+    // Smooths the rows top - 3 .. bottom + 3 and columns left - 3 .. right + 3 (inclusive ends) of an area.
+    void SmoothArea(const CBxRect<int>& area, const STones& tones) {
+        const int first = area.left - 3;
+        const auto count = static_cast<std::size_t>(area.Width() + 7);
+        float* clamped = m_Buffers.ShortRow(0);
+        const auto along = [this](int row) { return m_Buffers.ShortRow(1 + row % 8); };
+        for (int row = area.top - 6; row < area.bottom + 7; ++row) {
+            m_Kernels.Clamp(clamped, m_Buffers.PlaneRow(row) + first - 3, count + 6, tones.low, tones.high);
+            m_Kernels.FilterAlong(along(row), clamped, count, m_fSmoothingTaps, 7);
+            const int centre = row - 3;
+            if (centre >= area.top - 3) {
+                const float* rows[7];
+                for (int tap = 0; tap < 7; ++tap) {
+                    rows[tap] = along(centre - 3 + tap);
+                }
+                m_Kernels.FilterAcross(m_Buffers.SmoothedRow(centre) + first, rows, count, m_fSmoothingTaps, 7);
+            }
+        }
+    }
+
+    void BoundGradients(const CBxRect<int>& area, const SBlocks& run, const CBlockMap& map, CBlockMap& gradientMap,
+                        float bar) {
+        float* xx = m_Buffers.ShortRow(0);
+        float* yy = m_Buffers.ShortRow(1);
+        float* trace = m_Buffers.ShortRow(2);
+        const int firstCell = (area.left - 3) / kBoundsCell;
+        const int endCell = (area.right + 2) / kBoundsCell + 1;
+        for (int cellRow = (area.top - 3) / kBoundsCell; cellRow <= (area.bottom + 2) / kBoundsCell; ++cellRow) {
+            std::fill(xx, xx + kBufferWidth, 0.0f);
+            std::fill(yy, yy + kBufferWidth, 0.0f);
+            std::fill(trace, trace + kBufferWidth, 0.0f);
+            const int first = area.left - 3;
+            const auto count = static_cast<std::size_t>(area.Width() + 6);
+            for (int row = std::max(cellRow * kBoundsCell, area.top - 3);
+                 row < std::min((cellRow + 1) * kBoundsCell, area.bottom + 3); ++row) {
+                m_Kernels.GradientBounds(xx + first, yy + first, trace + first, m_Buffers.SmoothedRow(row) + first,
+                                         m_Buffers.SmoothedRow(row + 1) + first, count);
+            }
+            for (int cell = firstCell; cell < endCell; ++cell) {
+                const auto largest = [cell](const float* row) {
+                    float value = row[cell * kBoundsCell];
+                    for (int i = 1; i < kBoundsCell; ++i) {
+                        value = std::max(value, row[cell * kBoundsCell + i]);
+                    }
+                    return value;
+                };
+                m_Gradients[cellRow][cell] = {largest(xx), largest(yy), largest(trace)};
+            }
+        }
+        for (int row = run.top; row < run.bottom; ++row) {
+            for (int column = run.left; column < run.right; ++column) {
+                if (map.IsMarked(row, column) && GradientsMayHoldCorner(row, column, area, bar)) {
+                    gradientMap.Mark(row, column);
+                }
+            }
+        }
+    }
+
+    struct SGradientBounds {
+        float xx;
+        float yy;
+        float trace;
+    };
+
+    bool GradientsMayHoldCorner(int blockRow, int blockColumn, const CBxRect<int>& area, float bar) const {
+        SGradientBounds largest{0.0f, 0.0f, 0.0f};
+        const int firstRow = std::max(blockRow * kBlockCells, (area.top - 3) / kBoundsCell);
+        const int endRow = std::min((blockRow + 1) * kBlockCells + 2, (area.bottom + 2) / kBoundsCell + 1);
+        const int firstColumn = std::max(blockColumn * kBlockCells, (area.left - 3) / kBoundsCell);
+        const int endColumn = std::min((blockColumn + 1) * kBlockCells + 2, (area.right + 2) / kBoundsCell + 1);
+        for (int row = firstRow; row < endRow; ++row) {
+            for (int column = firstColumn; column < endColumn; ++column) {
+                const SGradientBounds& cell = m_Gradients[row][column];
+                largest = {std::max(largest.xx, cell.xx), std::max(largest.yy, cell.yy),
+                           std::max(largest.trace, cell.trace)};
+            }
+        }
+        return Matters(largest.xx, largest.yy, largest.trace, bar);
+    }
+
+    // Computes the response over an area and one pixel around it, and takes the maxima inside.
+    bool SearchArea(const CBxRect<int>& area, CBxCandidateList& list) {
+        const int first = area.left - 1;  // of the response
+        const auto count = static_cast<std::size_t>(area.Width() + 2);
+        float* products[3] = {m_Buffers.ShortRow(0), m_Buffers.ShortRow(1), m_Buffers.ShortRow(2)};
+        const auto along = [this](int product, int row) { return m_Buffers.ShortRow(3 + 8 * product + row % 8); };
+        float* tensor[3] = {m_Buffers.ShortRow(27), m_Buffers.ShortRow(28), m_Buffers.ShortRow(29)};
+        const auto response = [this](int row) { return m_Buffers.ShortRow(30 + row % 4); };
+        for (int row = area.top - 3; row < area.bottom + 3; ++row) {
+            m_Kernels.GradientProducts(products[0], products[1], products[2], m_Buffers.SmoothedRow(row) + first - 2,
+                                       m_Buffers.SmoothedRow(row + 1) + first - 2, count + 4);
+            for (int product = 0; product < 3; ++product) {
+                m_Kernels.FilterAlong(along(product, row), products[product], count, m_fTensorTaps, 5);
+            }
+            const int centre = row - 2;
+            if (centre < area.top - 1) {
+                continue;
+            }
+            for (int product = 0; product < 3; ++product) {
+                const float* rows[5];
+                for (int tap = 0; tap < 5; ++tap) {
+                    rows[tap] = along(product, centre - 2 + tap);
+                }
+                m_Kernels.FilterAcross(tensor[product], rows, count, m_fTensorTaps, 5);
+            }
+            m_Kernels.Harris(response(centre), tensor[0], tensor[2], tensor[1], count);
+            const int middle = centre - 1;
+            if (middle >= area.top &&
+                !TakeMaxima(area, middle, response(middle - 1), response(middle), response(middle + 1), list)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    // Fits and keeps the maxima of one row of the response; the rows start one pixel left of the area.
+    bool TakeMaxima(const CBxRect<int>& area, int row, const float* upper, const float* middle, const float* lower,
+                    CBxCandidateList& list) {
+        unsigned char* flags = m_Buffers.flags.Data();
+        if (!m_Kernels.StrictMaxima(flags, upper, middle, lower, static_cast<std::size_t>(area.Width()),
+                                    kCornerThreshold)) {
+            return true;
+        }
+        for (int i = 0; i < area.Width(); ++i) {
+            if (flags[i] != 0 && !FitMaximum(area.left + i, row, upper + i, middle + i, lower + i, list)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    // The neighbourhood starts at upper[0], middle[0], lower[0].
+    bool FitMaximum(int bufferColumn, int bufferRow, const float* upper, const float* middle, const float* lower,
+                    CBxCandidateList& list) {
+        const float* rows[3] = {upper, middle, lower};
+        double neighbourhood[9];
+        double lowest = middle[1];
+        for (int x = 0; x < 3; ++x) {
+            for (int y = 0; y < 3; ++y) {
+                neighbourhood[3 * x + y] = rows[y][x];
+                lowest = std::min(lowest, neighbourhood[3 * x + y]);
+            }
+        }
+        const double highest = middle[1] + kFitOvershoot * (middle[1] - lowest);
+        if (highest * kRoundingSlack < list.Bar()) {
+            return true;
+        }
+        double coefficients[9];
+        BX_FitSurface(coefficients, m_dInverse, neighbourhood);
+        CBxPoint<double> position;
+        const auto strength = static_cast<float>(BX_SurfaceMaximum(position, coefficients));
+        const int column = m_iLeft - kMargin + bufferColumn;
+        const int row = m_iTop - kMargin + bufferRow;
+        return list.Add({column + position.x - 1.0, row + position.y - 1.0, strength, row, column});
+    }
+
+    CBxRowSource& m_Source;
+    int m_iWidth;
+    int m_iHeight;
+    const CBxStopCheck* m_pStop;
+    const SBxKernels& m_Kernels;
+    float m_fSmoothingTaps[7];
+    float m_fTensorTaps[5];
+    double m_dLargestTap;
+    double m_dInverse[81];
+    CBxCandidateList* m_pLists[2] = {nullptr, nullptr};
+
+    SBuffers m_Buffers;
+    float m_fLow[kCellRows][kCellColumns];
+    float m_fHigh[kCellRows][kCellColumns];
+    SGradientBounds m_Gradients[kCellRows][kCellColumns];
+    int m_iLeft = 0;         // of the strip, in the plane
+    int m_iFirstColumn = 0;  // of the strip with its margins, cut to the plane
+    int m_iEndColumn = 0;
+    int m_iTop = 0;  // of the band
+};
+
+}  // namespace
+
+unsigned char BX_FindCornersOfHalves(SBxCornerList& dark, SBxCornerList& bright, CBxRowSource& source, int width,
+                                     int height, double zoom, const CBxStopCheck* stop) {
+    dark.m_uiCount = 0;
+    bright.m_uiCount = 0;
+    if (width <= 2 * kEdge || height <= 2 * kEdge) {
+        return kBxSuccess;
+    }
+    const std::unique_ptr<CCornerWalk> walk(new (std::nothrow) CCornerWalk(source, width, height, zoom, stop));
+    CBxCandidateList candidates[2] = {{width, height}, {width, height}};
+    if (walk == nullptr || !walk->Prepare() || !candidates[0].Prepare() || !candidates[1].Prepare()) {
+        return kBxOutOfMemory;
+    }
+    SBxCornerList* corners[2] = {&dark, &bright};
+    CBxCandidateList* pending[2] = {&candidates[0], &candidates[1]};
+    while (pending[0] != nullptr || pending[1] != nullptr) {
+        unsigned char result = walk->Run(pending);
+        for (int half = 0; half < 2 && result == kBxSuccess; ++half) {
+            if (pending[half] == nullptr) {
+                continue;
+            }
+            bool complete = false;
+            result = candidates[half].Select(*corners[half], complete) ? kBxSuccess : kBxOutOfMemory;
+            // A bar that was too high has hidden corners that belong to the list: once more without it.
+            candidates[half].Restart();
+            pending[half] = complete ? nullptr : &candidates[half];
+        }
+        if (result != kBxSuccess) {
+            dark.m_uiCount = 0;
+            bright.m_uiCount = 0;
+            return result;
+        }
+    }
+    return kBxSuccess;
+}

@@ -1,0 +1,216 @@
+// The loops themselves. Included once by each kernels_*.cpp, which is compiled for one instruction set.
+//
+// Everything in here has internal linkage and no standard function is called: a shared inline function compiled for a
+// wide form could end up being used on a machine that does not have it.
+#pragma once
+
+#include "kernels.h"
+
+namespace {
+
+template <int Taps>
+void FilterAlongTaps(float* __restrict out, const float* __restrict in, std::size_t count, const float* taps) {
+    float weight[Taps];
+    for (int tap = 0; tap < Taps; ++tap) {
+        weight[tap] = taps[tap];
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        float sum = weight[0] * in[i];
+        for (int tap = 1; tap < Taps; ++tap) {
+            sum += weight[tap] * in[i + static_cast<std::size_t>(tap)];
+        }
+        out[i] = sum;
+    }
+}
+
+void FilterAlong(float* out, const float* in, std::size_t count, const float* taps, int tapCount) {
+    tapCount == 7 ? FilterAlongTaps<7>(out, in, count, taps) : FilterAlongTaps<5>(out, in, count, taps);
+}
+
+void FilterAcross7(float* __restrict out, const float* const* rows, std::size_t count, const float* taps) {
+    const float* r0 = rows[0];
+    const float* r1 = rows[1];
+    const float* r2 = rows[2];
+    const float* r3 = rows[3];
+    const float* r4 = rows[4];
+    const float* r5 = rows[5];
+    const float* r6 = rows[6];
+    const float t0 = taps[0], t1 = taps[1], t2 = taps[2], t3 = taps[3], t4 = taps[4], t5 = taps[5], t6 = taps[6];
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = t0 * r0[i] + t1 * r1[i] + t2 * r2[i] + t3 * r3[i] + t4 * r4[i] + t5 * r5[i] + t6 * r6[i];
+    }
+}
+
+void FilterAcross5(float* __restrict out, const float* const* rows, std::size_t count, const float* taps) {
+    const float* r0 = rows[0];
+    const float* r1 = rows[1];
+    const float* r2 = rows[2];
+    const float* r3 = rows[3];
+    const float* r4 = rows[4];
+    const float t0 = taps[0], t1 = taps[1], t2 = taps[2], t3 = taps[3], t4 = taps[4];
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = t0 * r0[i] + t1 * r1[i] + t2 * r2[i] + t3 * r3[i] + t4 * r4[i];
+    }
+}
+
+void FilterAcross(float* out, const float* const* rows, std::size_t count, const float* taps, int tapCount) {
+    tapCount == 7 ? FilterAcross7(out, rows, count, taps) : FilterAcross5(out, rows, count, taps);
+}
+
+void Subtract(float* __restrict out, const float* a, const float* b, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = a[i] - b[i];
+    }
+}
+
+void Multiply(float* __restrict out, const float* a, const float* b, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = a[i] * b[i];
+    }
+}
+
+void Harris(float* __restrict out, const float* sxx, const float* syy, const float* sxy, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const float trace = sxx[i] + syy[i];
+        out[i] = sxx[i] * syy[i] - sxy[i] * sxy[i] - 0.08f * (trace * trace);
+    }
+}
+
+void Clamp(float* out, const float* in, std::size_t count, float low, float high) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const float value = in[i];
+        const float raised = value < low ? low : value;
+        out[i] = raised >= high ? high : raised;
+    }
+}
+
+void Mean(float* __restrict out, const float* a, const float* b, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = (a[i] + b[i]) * 0.5f;
+    }
+}
+
+void ResampleAlong(double* __restrict out, const double* __restrict in, const int* __restrict first,
+                   const double* const* weights, int tapCount, std::size_t count) {
+    if (tapCount == 2) {
+        const double* w0 = weights[0];
+        const double* w1 = weights[1];
+        for (std::size_t i = 0; i < count; ++i) {
+            const double* source = in + first[i];
+            out[i] = w0[i] * source[0] + w1[i] * source[1];
+        }
+        return;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        const double* source = in + first[i];
+        double sum = weights[0][i] * source[0];
+        for (int tap = 1; tap < tapCount; ++tap) {
+            sum += weights[tap][i] * source[tap];
+        }
+        out[i] = sum;
+    }
+}
+
+void ResampleAcross(float* __restrict out, const double* const* rows, const double* weights, int rowCount,
+                    std::size_t count) {
+    const double* r0 = rows[0];
+    const double w0 = weights[0];
+    if (rowCount == 2) {
+        const double* r1 = rows[1];
+        const double w1 = weights[1];
+        for (std::size_t i = 0; i < count; ++i) {
+            out[i] = static_cast<float>(w0 * r0[i] + w1 * r1[i]);
+        }
+        return;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        double sum = w0 * r0[i];
+        for (int row = 1; row < rowCount; ++row) {
+            sum += weights[row] * rows[row][i];
+        }
+        out[i] = static_cast<float>(sum);
+    }
+}
+
+void Widen(double* __restrict out, const unsigned char* __restrict pixels, int component, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = pixels[3 * i + static_cast<std::size_t>(component)];
+    }
+}
+
+void Bounds(float* __restrict low, float* __restrict high, const float* __restrict in, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const float value = in[i];
+        low[i] = value < low[i] ? value : low[i];
+        high[i] = value > high[i] ? value : high[i];
+    }
+}
+
+void GradientBounds(float* __restrict xx, float* __restrict yy, float* __restrict trace, const float* __restrict row,
+                    const float* __restrict next, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const float dx = row[i + 1] - row[i];
+        const float dy = next[i] - row[i];
+        const float dx2 = dx * dx;
+        const float dy2 = dy * dy;
+        const float sum = dx2 + dy2;
+        xx[i] = dx2 > xx[i] ? dx2 : xx[i];
+        yy[i] = dy2 > yy[i] ? dy2 : yy[i];
+        trace[i] = sum > trace[i] ? sum : trace[i];
+    }
+}
+
+void GradientProducts(float* __restrict xx, float* __restrict xy, float* __restrict yy, const float* __restrict row,
+                      const float* __restrict next, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const float dx = row[i + 1] - row[i];
+        const float dy = next[i] - row[i];
+        xx[i] = dx * dx;
+        xy[i] = dx * dy;
+        yy[i] = dy * dy;
+    }
+}
+
+bool StrictMaxima(unsigned char* __restrict flags, const float* __restrict upper, const float* __restrict middle,
+                  const float* __restrict lower, std::size_t count, float threshold) {
+    int any = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const float value = middle[i + 1];
+        const int above = (value > threshold) & (value > upper[i]) & (value > upper[i + 1]) & (value > upper[i + 2]) &
+                          (value > middle[i]) & (value > middle[i + 2]) & (value > lower[i]) & (value > lower[i + 1]) &
+                          (value > lower[i + 2]);
+        flags[i] = static_cast<unsigned char>(above);
+        any |= above;
+    }
+    return any != 0;
+}
+
+void PrefixSums4(double* const* sums, const float* const* rows, std::size_t count) {
+    double* __restrict s0 = sums[0];
+    double* __restrict s1 = sums[1];
+    double* __restrict s2 = sums[2];
+    double* __restrict s3 = sums[3];
+    double a0 = 0.0, a1 = 0.0, a2 = 0.0, a3 = 0.0;
+    for (std::size_t i = 0; i < count; ++i) {
+        s0[i] = a0;
+        s1[i] = a1;
+        s2[i] = a2;
+        s3[i] = a3;
+        a0 += rows[0][i];
+        a1 += rows[1][i];
+        a2 += rows[2][i];
+        a3 += rows[3][i];
+    }
+    s0[count] = a0;
+    s1[count] = a1;
+    s2[count] = a2;
+    s3[count] = a3;
+}
+
+constexpr SBxKernels MakeKernels(const char* name) {
+    return {name,         FilterAlong,   FilterAcross,   Subtract, Multiply, Harris,         Clamp,
+            Mean,         ResampleAlong, ResampleAcross, Widen,    Bounds,   GradientBounds, GradientProducts,
+            StrictMaxima, PrefixSums4};
+}
+
+}  // namespace

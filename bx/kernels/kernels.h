@@ -1,0 +1,62 @@
+// The row loops in which the time of a search is spent: plain pointers and counts, no pictures.
+//
+// Each loop exists in several forms, compiled from the same source for different vector widths; the widest that the
+// machine has is picked at the first use. Loops multiply and add element by element in the order written here, first
+// tap first, never fused, so that every form gives the same bits. Counts may be 0; pointers need no alignment; outputs
+// do not alias inputs unless it says so.
+#pragma once
+
+#include <cstddef>
+
+enum class EBxKernelForm { Portable, Avx2, Avx512 };
+
+struct SBxKernels {
+    const char* m_szName;
+
+    // out[i] = taps[0] * in[i] + ... + taps[tapCount - 1] * in[i + tapCount - 1]; tapCount 5 or 7; `in` holds
+    // count + tapCount - 1 samples.
+    void (*FilterAlong)(float* out, const float* in, std::size_t count, const float* taps, int tapCount);
+    // out[i] = taps[0] * rows[0][i] + ... + taps[tapCount - 1] * rows[tapCount - 1][i]; tapCount 5 or 7.
+    void (*FilterAcross)(float* out, const float* const* rows, std::size_t count, const float* taps, int tapCount);
+    // out[i] = a[i] - b[i].
+    void (*Subtract)(float* out, const float* a, const float* b, std::size_t count);
+    // out[i] = a[i] * b[i]; a and b may be the same row.
+    void (*Multiply)(float* out, const float* a, const float* b, std::size_t count);
+    // out[i] = sxx[i] * syy[i] - sxy[i]^2 - 0.08 * (sxx[i] + syy[i])^2.
+    void (*Harris)(float* out, const float* sxx, const float* syy, const float* sxy, std::size_t count);
+    // out[i] = in[i], below `low` low, at or above `high` high; out may be in.
+    void (*Clamp)(float* out, const float* in, std::size_t count, float low, float high);
+    // out[i] = (a[i] + b[i]) / 2.
+    void (*Mean)(float* out, const float* a, const float* b, std::size_t count);
+
+    // out[i] = weights[0][i] * in[first[i]] + ... over `tapCount` neighbouring samples, in double.
+    void (*ResampleAlong)(double* out, const double* in, const int* first, const double* const* weights, int tapCount,
+                          std::size_t count);
+    // out[i] = weights[0] * rows[0][i] + ... over `rowCount` rows, in double, rounded once.
+    void (*ResampleAcross)(float* out, const double* const* rows, const double* weights, int rowCount,
+                           std::size_t count);
+    // out[i] = component `component` of pixel i of a row of three bytes a pixel.
+    void (*Widen)(double* out, const unsigned char* pixels, int component, std::size_t count);
+
+    // low[i] = min(low[i], in[i]), high[i] = max(high[i], in[i]).
+    void (*Bounds)(float* low, float* high, const float* in, std::size_t count);
+    // With dx = row[i + 1] - row[i] and dy = next[i] - row[i]: xx, yy and trace take the larger of themselves and dx^2,
+    // dy^2 and dx^2 + dy^2. `row` holds count + 1 samples.
+    void (*GradientBounds)(float* xx, float* yy, float* trace, const float* row, const float* next, std::size_t count);
+    // The three products dx * dx, dx * dy, dy * dy of the same differences. `row` holds count + 1 samples.
+    void (*GradientProducts)(float* xx, float* xy, float* yy, const float* row, const float* next, std::size_t count);
+    // flags[i] = 1 where middle[i] is above the threshold and above its 8 neighbours, else 0. The rows hold one more
+    // sample on either side: flags[i] belongs to middle[i + 1]. Returns whether any flag is 1.
+    bool (*StrictMaxima)(unsigned char* flags, const float* upper, const float* middle, const float* lower,
+                         std::size_t count, float threshold);
+    // sums[r][i + 1] = sums[r][i] + rows[r][i] for four rows at once, in double; sums[r][0] = 0 is written too.
+    void (*PrefixSums4)(double* const* sums, const float* const* rows, std::size_t count);
+};
+
+// The loops in the form in use.
+const SBxKernels& BX_Kernels();
+// Null when this machine cannot run the form.
+const SBxKernels* BX_KernelsOfForm(EBxKernelForm form);
+// Takes another form into use, for the whole process, from the next call of BX_Kernels on; false, with nothing changed,
+// when the machine cannot run it. Results do not depend on it.
+bool BX_SelectKernelForm(EBxKernelForm form);

@@ -1,0 +1,4 @@
+#include "kernel_loops.h"
+
+extern const SBxKernels kKernelsPortable;
+constinit const SBxKernels kKernelsPortable = MakeKernels("portable");
