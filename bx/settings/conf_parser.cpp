@@ -29,8 +29,13 @@ unsigned char RefuseWriting(const char* path, const char* reason) {
 }
 
 unsigned char ReplaceFile(const char* path, const CBxHeapArray<char>& text) {
+    // The name that the contents were read from: "\\" separates folders there.
+    char name[kBxPathBytes];
+    if (!BX_GetLocalFilePath(name, path)) {
+        return RefuseWriting(path, "the name cannot be used");
+    }
     CBxFileReplacement replacement;
-    if (replacement.Begin(path) != 0 || replacement.Write(text.Data(), text.Size()) != 0 || replacement.Commit() != 0) {
+    if (replacement.Begin(name) != 0 || replacement.Write(text.Data(), text.Size()) != 0 || replacement.Commit() != 0) {
         return RefuseWriting(path, replacement.Reason());
     }
     return 0;
