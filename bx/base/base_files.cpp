@@ -98,7 +98,7 @@ char* BX_GetOSFilePath(char* path) {
     return BX_Replace(path, kBxPathBytes, '\\', '/');
 }
 
-bool BX_GetLocalFilePath(char (&local)[kBxPathBytes], const char* name) {
+bool BX_GetLocalName(char (&local)[kBxPathBytes], const char* name) {
     if (name == nullptr || name[0] == '\0') {
         errno = ENOENT;
         return false;
@@ -109,11 +109,15 @@ bool BX_GetLocalFilePath(char (&local)[kBxPathBytes], const char* name) {
     }
     memset(local, 0, sizeof(local));
     BX_ConvertUTF8ToLocalStr(local, sizeof(local), name);
-    if (BX_GetOSFilePath(local) == nullptr) {
+    if (local[0] == '\0') {
         errno = EILSEQ;
         return false;
     }
     return true;
+}
+
+bool BX_GetLocalFilePath(char (&local)[kBxPathBytes], const char* name) {
+    return BX_GetLocalName(local, name) && BX_GetOSFilePath(local) != nullptr;
 }
 
 std::FILE* BX_fopen(const char* name, const char* mode) {

@@ -20,8 +20,11 @@ wchar_t* BX_Replace(wchar_t* str, unsigned int length, wchar_t from, wchar_t to)
 // Turns every "\" of `path` into "/", in place. Returns `path`, or null when it is null or empty.
 char* BX_GetOSFilePath(char* path);
 
-// Writes the name that the system knows `name` by: local code page, "/" between folders. False, with errno set, when
-// the name is null, empty or too long: a shortened name would be another file.
+// Writes the name that the system knows `name` by, in the local code page. False, with errno set, when the name is
+// null, empty or too long: a shortened name would be another file.
+bool BX_GetLocalName(char (&local)[kBxPathBytes], const char* name);
+
+// The same with "/" between folders.
 bool BX_GetLocalFilePath(char (&local)[kBxPathBytes], const char* name);
 
 // fopen on the local form of the name. The file is closed in programs that the process starts. Null, with errno set,

@@ -80,7 +80,7 @@ unsigned char CBxFileReplacement::Begin(const char* targetPath) {
 }
 
 bool CBxFileReplacement::FollowLinks(const char* targetPath) {
-    if (!BX_GetLocalFilePath(m_szTarget, targetPath)) {
+    if (!BX_GetLocalName(m_szTarget, targetPath)) {
         Fail("The name of the file cannot be used", errno);
         return false;
     }
@@ -155,6 +155,14 @@ unsigned char CBxFileReplacement::CreateTemporary() {
         }
     }
     return Fail(what, EEXIST);
+}
+
+unsigned char CBxFileReplacement::LimitPermissions(mode_t mode) {
+    m_FreshMode &= mode;
+    if (m_iDescriptor < 0 || (!m_bHasPredecessor && fchmod(m_iDescriptor, m_FreshMode) != 0)) {
+        return Fail("The permissions of the temporary file cannot be set", m_iDescriptor < 0 ? EBADF : errno);
+    }
+    return 0;
 }
 
 std::FILE* CBxFileReplacement::Stream() {

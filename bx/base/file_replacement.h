@@ -49,6 +49,10 @@ public:
     // Appends bytes through the stream.
     unsigned char Write(const void* bytes, std::size_t count);
 
+    // Takes permissions away from a file without a predecessor, beginning with the temporary one: it gets those of
+    // `mode` that the file mask allows. Only while the file is open.
+    unsigned char LimitPermissions(mode_t mode);
+
     // Ends the writing here: others may now rewrite the temporary file by its name, until Commit.
     unsigned char Close();
 
