@@ -155,4 +155,50 @@ public:
     static void ConvertYUVtoRGB_x8(SBxPicBuf& dst, const SBxPicBuf& src);
     static void ConvertYUVtoRGB_x16(SBxPicBuf& dst, const SBxPicBuf& src);
     static void ConvertYUVtoRGB(SBxPicBuf& dst, const SBxPicBuf& src);
+
+    // ---- geometric transforms (pic_transform.cpp, pic_transform_exact.cpp, pic_transform_fast.cpp) ----
+    //
+    // Every destination pixel is read from the source at the position that the map gives for it. Pixels whose position
+    // is outside the source, or closer to its border than a way of sampling reaches, keep their values. Sources smaller
+    // than 4 x 4 are sampled bilinearly instead of bicubically, sources smaller than 2 x 2 by the nearest sample.
+    // The Fast forms serve 8-bit pictures; they walk each row in 16.16 fixed point and weigh in integers, and may
+    // differ from the exact forms by one grey level.
+
+    // Fills a rectangle of `dst`, whose pixels keep their place in the mapping. 1_8, 3_8, 1_D.
+    static void Transform(SBxPicBuf& dst, CBxRect<int> rect, const SBxPicBuf& src, const CBxPicMap& map,
+                          EBxInterpolation kind, bool fast);
+    // The same for a 1_D picture; there is no Fast form and `fast` is ignored.
+    static void Transform1_D(SBxPicBuf& dst, CBxRect<int> rect, const SBxPicBuf& src, const CBxPicMap& map,
+                             EBxInterpolation kind, bool fast);
+    // Fills the frame between two rectangles: top, bottom, left and right band.
+    static void Transform(SBxPicBuf& dst, CBxRect<int> outer, const CBxRect<int>& inner, const SBxPicBuf& src,
+                          const CBxPicMap& map, EBxInterpolation kind, bool fast);
+
+    // Whole destinations.
+    // The pixel under the position.
+    static void TransformConstant1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformConstant3_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformConstant1_D(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformConstant(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformConstantFast1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformConstantFast3_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformConstantFast(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+
+    // Mixed from 2 x 2 pixels. The 1_D form stores the value plus 0.5, like the forms that round to bytes.
+    static void TransformBilinear1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBilinear3_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBilinear1_D(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBilinear(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBilinearFast1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBilinearFast3_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBilinearFast(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+
+    // Mixed from 4 x 4 pixels; bytes are clamped, doubles are stored as they come out.
+    static void TransformBicubic1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBicubic3_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBicubic1_D(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBicubic(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBicubicFast1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBicubicFast3_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBicubicFast(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
 };
