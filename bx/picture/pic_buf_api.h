@@ -201,4 +201,26 @@ public:
     static void TransformBicubicFast1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
     static void TransformBicubicFast3_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
     static void TransformBicubicFast(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+
+    // ---- drawing (pic_draw_lines.cpp, pic_draw_rects.cpp, pic_draw_spline.cpp) ----
+    //
+    // Everything is clipped to the picture, and coordinates may be any int. Thin lines and splines draw into 1_8
+    // pictures only and write the largest component of the colour; rectangles, and with them thick lines, borders and
+    // markers, draw into 3_8 pictures only and write all three. Nothing is drawn into any other picture.
+
+    // A line with both its end points, one pixel wide; steps are taken along x when the line is diagonal.
+    static void DrawLine(SBxPicBuf& pic, int x0, int y0, int x1, int y1, const CBxColor& colour);
+    // `width` above 1 draws strips of 2 width - 1 pixels across the line, 1 the thin line, less nothing.
+    static void DrawLine(SBxPicBuf& pic, int x0, int y0, int x1, int y1, int width, const CBxColor& colour);
+
+    static void FillRect(SBxPicBuf& pic, const CBxRect<int>& rect, const CBxColor& colour);
+    // A border of `width` pixels around the outside of the rectangle.
+    static void DrawRectBorder(SBxPicBuf& pic, const CBxRect<int>& rect, int width, const CBxColor& colour);
+    // A square of 2 radius - 1 pixels around (x, y) with a border of `width` pixels.
+    static void DrawRectPoint(SBxPicBuf& pic, int x, int y, int radius, int width, const CBxColor& fill,
+                              const CBxColor& border);
+
+    // The piece from p1 to p2 of the smooth curve through the four points; neighbouring pixels touch.
+    static void DrawSplineSegment(SBxPicBuf& pic, const CBxPoint<int>& p0, const CBxPoint<int>& p1,
+                                  const CBxPoint<int>& p2, const CBxPoint<int>& p3, const CBxColor& colour);
 };
