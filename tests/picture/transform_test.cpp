@@ -270,6 +270,9 @@ TEST(PicTransform, TheValidRegionBeginsInsideAndEndsBeforeItsBounds) {
             EXPECT_TRUE(isDrawn(8 - edge - 0.001, 8 - edge - 0.001));
             EXPECT_FALSE(isDrawn(8 - edge, 4));
             EXPECT_FALSE(isDrawn(4, 8 - edge));
+            // A row whose fifth position is the right bound to the last bit.
+            const std::vector<Byte> row = Drawn(source.Pic(), 10, 1, ShiftTo(8 - edge - 4, 4), kind, fast);
+            EXPECT_EQ(std::count(row.begin(), row.end(), 5), 4);
         }
     }
 }
@@ -377,17 +380,24 @@ void ExpectNothingReadOutside(int width, int height, const CBxPicMap& map, int c
 
 }  // namespace
 
-// Long rows: the rounded fixed-point step leaves the source before the exact position does.
+// Far along a row the rounded fixed-point step has left the source where the exact position is still, or already, in
+// it.
 TEST(PicTransform, LongRowsNeverReadOutsideTheSource) {
-    for (const double scale : {1.0, 0.99999, 1.37, 3.7, 0.31, 6.1}) {
-        for (const double angle : {0.0, 180.0, 0.003, 179.997}) {
-            CBxPicMap map;
-            map.Compute(20000, 3, 20000, 5, angle, scale);
-            ExpectNothingReadOutside(40000, 10, map, 41000, 6);
-            map.Compute(35000, 3, 70000, 5, angle, scale);
-            ExpectNothingReadOutside(140000, 10, map, 70000, 6);
-        }
+    std::mt19937 random(31);
+    std::uniform_real_distribution<double> scale(0.8, 8.0);
+    std::uniform_real_distribution<double> position(0.0, 1.0);
+    for (int number = 0; number < 40; ++number) {
+        CBxPicMap map;
+        const double angle = 180.0 * (number % 2) + (number % 3 == 0 ? 0.001 : 0.0);
+        map.Compute(39000 + 1000 * position(random), 1, 300 * position(random), 4.5, angle, scale(random));
+        ExpectNothingReadOutside(300, 9, map, 41000, 3);
+        // Along the columns of the source.
+        map.Compute(39000 + 1000 * position(random), 1, 4.5, 300 * position(random), angle + 90.0, scale(random));
+        ExpectNothingReadOutside(9, 300, map, 41000, 3);
     }
+    CBxPicMap map;
+    map.Compute(35000, 3, 70000, 5, 0.003, 0.99);
+    ExpectNothingReadOutside(140000, 10, map, 70000, 6);
 }
 
 TEST(PicTransform, LongRowsOfWideSourcesAreDrawnToTheirEnd) {
