@@ -10,6 +10,13 @@ struct CBxPoint {
     bool operator==(const CBxPoint&) const = default;
 };
 
+// A pixel of a curve together with its curve parameter, 0 at the start of the segment and 1 at its end.
+struct CBxSplinePoint {
+    int x;
+    int y;
+    double t;
+};
+
 template <typename T>
 struct CBxSize {
     T width;

@@ -155,4 +155,72 @@ public:
     static void ConvertYUVtoRGB_x8(SBxPicBuf& dst, const SBxPicBuf& src);
     static void ConvertYUVtoRGB_x16(SBxPicBuf& dst, const SBxPicBuf& src);
     static void ConvertYUVtoRGB(SBxPicBuf& dst, const SBxPicBuf& src);
+
+    // ---- geometric transforms (pic_transform.cpp, pic_transform_exact.cpp, pic_transform_fast.cpp) ----
+    //
+    // Every destination pixel is read from the source at the position that the map gives for it. Pixels whose position
+    // is outside the source, or closer to its border than a way of sampling reaches, keep their values. Sources smaller
+    // than 4 x 4 are sampled bilinearly instead of bicubically, sources smaller than 2 x 2 by the nearest sample.
+    // The Fast forms serve 8-bit pictures; they walk each row in 16.16 fixed point and weigh in integers, and may
+    // differ from the exact forms by one grey level.
+
+    // Fills a rectangle of `dst`, whose pixels keep their place in the mapping. 1_8, 3_8, 1_D.
+    static void Transform(SBxPicBuf& dst, CBxRect<int> rect, const SBxPicBuf& src, const CBxPicMap& map,
+                          EBxInterpolation kind, bool fast);
+    // The same for a 1_D picture; there is no Fast form and `fast` is ignored.
+    static void Transform1_D(SBxPicBuf& dst, CBxRect<int> rect, const SBxPicBuf& src, const CBxPicMap& map,
+                             EBxInterpolation kind, bool fast);
+    // Fills the frame between two rectangles: top, bottom, left and right band.
+    static void Transform(SBxPicBuf& dst, CBxRect<int> outer, const CBxRect<int>& inner, const SBxPicBuf& src,
+                          const CBxPicMap& map, EBxInterpolation kind, bool fast);
+
+    // Whole destinations.
+    // The pixel under the position.
+    static void TransformConstant1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformConstant3_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformConstant1_D(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformConstant(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformConstantFast1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformConstantFast3_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformConstantFast(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+
+    // Mixed from 2 x 2 pixels. The 1_D form stores the value plus 0.5, like the forms that round to bytes.
+    static void TransformBilinear1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBilinear3_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBilinear1_D(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBilinear(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBilinearFast1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBilinearFast3_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBilinearFast(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+
+    // Mixed from 4 x 4 pixels; bytes are clamped, doubles are stored as they come out.
+    static void TransformBicubic1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBicubic3_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBicubic1_D(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBicubic(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBicubicFast1_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBicubicFast3_8(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+    static void TransformBicubicFast(SBxPicBuf& dst, const SBxPicBuf& src, const CBxPicMap& map);
+
+    // ---- drawing (pic_draw_lines.cpp, pic_draw_rects.cpp, pic_draw_spline.cpp) ----
+    //
+    // Everything is clipped to the picture, and coordinates may be any int. Thin lines and splines draw into 1_8
+    // pictures only and write the largest component of the colour; rectangles, and with them thick lines, borders and
+    // markers, draw into 3_8 pictures only and write all three. Nothing is drawn into any other picture.
+
+    // A line with both its end points, one pixel wide; steps are taken along x when the line is diagonal.
+    static void DrawLine(SBxPicBuf& pic, int x0, int y0, int x1, int y1, const CBxColor& colour);
+    // `width` above 1 draws strips of 2 width - 1 pixels across the line, 1 the thin line, less nothing.
+    static void DrawLine(SBxPicBuf& pic, int x0, int y0, int x1, int y1, int width, const CBxColor& colour);
+
+    static void FillRect(SBxPicBuf& pic, const CBxRect<int>& rect, const CBxColor& colour);
+    // A border of `width` pixels around the outside of the rectangle.
+    static void DrawRectBorder(SBxPicBuf& pic, const CBxRect<int>& rect, int width, const CBxColor& colour);
+    // A square of 2 radius - 1 pixels around (x, y) with a border of `width` pixels.
+    static void DrawRectPoint(SBxPicBuf& pic, int x, int y, int radius, int width, const CBxColor& fill,
+                              const CBxColor& border);
+
+    // The piece from p1 to p2 of the smooth curve through the four points; neighbouring pixels touch.
+    static void DrawSplineSegment(SBxPicBuf& pic, const CBxPoint<int>& p0, const CBxPoint<int>& p1,
+                                  const CBxPoint<int>& p2, const CBxPoint<int>& p3, const CBxColor& colour);
 };
