@@ -90,19 +90,19 @@ void Mean(float* __restrict out, const float* a, const float* b, std::size_t cou
     }
 }
 
-void ResampleAlong(double* __restrict out, const double* __restrict in, const int* __restrict first,
+void ResampleAlong(double* __restrict out, const double* __restrict in, int origin, const int* __restrict first,
                    const double* const* weights, int tapCount, std::size_t count) {
     if (tapCount == 2) {
         const double* w0 = weights[0];
         const double* w1 = weights[1];
         for (std::size_t i = 0; i < count; ++i) {
-            const double* source = in + first[i];
+            const double* source = in + (first[i] - origin);
             out[i] = w0[i] * source[0] + w1[i] * source[1];
         }
         return;
     }
     for (std::size_t i = 0; i < count; ++i) {
-        const double* source = in + first[i];
+        const double* source = in + (first[i] - origin);
         double sum = weights[0][i] * source[0];
         for (int tap = 1; tap < tapCount; ++tap) {
             sum += weights[tap][i] * source[tap];

@@ -29,9 +29,9 @@ struct SBxKernels {
     // out[i] = (a[i] + b[i]) / 2.
     void (*Mean)(float* out, const float* a, const float* b, std::size_t count);
 
-    // out[i] = weights[0][i] * in[first[i]] + ... over `tapCount` neighbouring samples, in double.
-    void (*ResampleAlong)(double* out, const double* in, const int* first, const double* const* weights, int tapCount,
-                          std::size_t count);
+    // out[i] = weights[0][i] * in[first[i] - origin] + ... over `tapCount` neighbouring samples, in double.
+    void (*ResampleAlong)(double* out, const double* in, int origin, const int* first, const double* const* weights,
+                          int tapCount, std::size_t count);
     // out[i] = weights[0] * rows[0][i] + ... over `rowCount` rows, in double, rounded once.
     void (*ResampleAcross)(float* out, const double* const* rows, const double* weights, int rowCount,
                            std::size_t count);

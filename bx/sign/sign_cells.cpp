@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "ellipse.h"
 #include "pic_buf_api.h"
 #include "rand_mt.h"
 #include "result.h"
@@ -13,30 +14,12 @@ namespace {
 
 constexpr double kSmallestAppliedChange = 0.02;
 
-// Ellipse around a centre; "inside" is strict, so that a degenerate ellipse holds nothing.
-struct SEllipse {
-    CBxPoint<double> centre;
-    double a;
-    double b;
-
-    double Measure(double x, double y) const {
-        const double dx = x - centre.x;
-        const double dy = y - centre.y;
-        return dx * dx / (a * a) + dy * dy / (b * b);
-    }
-    bool Holds(double x, double y) const { return Measure(x, y) < 1.0; }
-};
-
-SEllipse EllipseOfCell(const CBxPoint<double>& centre, double cellWidth, double cellHeight) {
-    return {centre, kEllipseShare * cellWidth, kEllipseShare * cellHeight};
-}
-
 // How many of the 3 x 3 sample points of a pixel lie inside.
-int SamplesInside(const SEllipse& ellipse, int x, int y) {
+int SamplesInside(const SBxEllipse& ellipse, int x, int y) {
     int inside = 0;
     for (int row = 0; row < 3; ++row) {
         for (int column = 0; column < 3; ++column) {
-            inside += ellipse.Holds(x + (2 * column + 1) / 6.0, y + (2 * row + 1) / 6.0) ? 1 : 0;
+            inside += ellipse.HoldsSample(3 * x + column, 3 * y + row) ? 1 : 0;
         }
     }
     return inside;
@@ -85,9 +68,9 @@ unsigned char CBxSignOp::GenerateSmallWhat(SBxPicBuf& stamp, double cellWidth, d
         return kBxOutOfMemory;
     }
     const CBxPoint<double> centre{cellWidth / 2, cellHeight / 2};
-    const SEllipse ellipse = EllipseOfCell(centre, cellWidth, cellHeight);
-    const SEllipse inner{centre, ellipse.a - kRimHalfWidth, ellipse.b - kRimHalfWidth};
-    const SEllipse outer{centre, ellipse.a + kRimHalfWidth, ellipse.b + kRimHalfWidth};
+    const SBxEllipse ellipse = BX_EllipseOfCell(centre, cellWidth, cellHeight);
+    const SBxEllipse inner{centre, ellipse.a - kRimHalfWidth, ellipse.b - kRimHalfWidth};
+    const SBxEllipse outer{centre, ellipse.a + kRimHalfWidth, ellipse.b + kRimHalfWidth};
     for (int y = 0; y < height; ++y) {
         auto* row = BX_PicRow<std::uint16_t>(stamp, y);
         for (int x = 0; x < width; ++x) {
@@ -119,7 +102,7 @@ void CBxSignOp::JustCropImageElipsesAndGetSizes(SBxPicBuf* labels, CBxPoint<doub
                 continue;
             }
             const int cell = IsRim(label) ? label / 2 : label / 2 - 1;
-            if (!IsRim(label) || EllipseOfCell(centres[cell], cellWidth, cellHeight).Holds(x + 0.5, y + 0.5)) {
+            if (!IsRim(label) || BX_EllipseOfCell(centres[cell], cellWidth, cellHeight).Holds(x + 0.5, y + 0.5)) {
                 ++sizes[cell];
             }
         }
@@ -142,7 +125,7 @@ void CBxSignOp::GetAllMeansFloat(double* means, SBxPicBuf* values, SBxPicBuf* la
             int samples = 9;
             if (IsRim(label)) {
                 cell = label / 2;
-                samples = SamplesInside(EllipseOfCell(centres[cell], cellWidth, cellHeight), x, y);
+                samples = SamplesInside(BX_EllipseOfCell(centres[cell], cellWidth, cellHeight), x, y);
                 labelRow[x] = static_cast<std::uint16_t>(samples == 0 ? 0 : samples == 9 ? label + 1 : label);
             }
             if (samples > 0) {

@@ -5,10 +5,10 @@
 
 #include "carrier_choice.h"
 #include "corner_detector.h"
-#include "heap_array.h"
-#include "owned_pic.h"
-#include "pic_buf_api.h"
+#include "corner_search.h"
+#include "important_rectangles.h"
 #include "result.h"
+#include "run_stop.h"
 #include "sign_format.h"
 #include "sign_op.h"
 
@@ -18,8 +18,6 @@ constexpr unsigned int kAnchorSlots = 10;
 constexpr double kNoCorners = -100.0;
 constexpr double kDeleted = -1.0;
 constexpr double kSameWithin = 1e-5;
-constexpr unsigned int kMiddleTone = 128;
-constexpr unsigned int kTopTone = 256;
 
 // How richly corners are paired.
 struct SPairing {
@@ -93,7 +91,76 @@ void AppendAnchors(CBxPoint<double>* anchors, unsigned int& anchorCount, const C
     anchorCount += kAnchorSlots;
 }
 
+CBxRect<double> WholePlane(const CBxSize<int>& plane) {
+    return {0.0, 0.0, static_cast<double>(plane.width), static_cast<double>(plane.height)};
+}
+
+// Turns the corners of one half into rectangles. 0 when there is a rectangle in the array, else 1.
+unsigned char AddRectanglesOfHalf(CBxRect<double>* rects, unsigned int& count, const CBxPoint<double>* corners,
+                                  unsigned int cornerCount, const CBxSize<int>& plane, CBxPoint<double>* anchors,
+                                  unsigned int anchorSlots, bool detection) {
+    if (cornerCount == 0) {
+        if (count == 0) {
+            rects[count++] = WholePlane(plane);
+        }
+        std::fill(anchors, anchors + anchorSlots, CBxPoint<double>{kNoCorners, kNoCorners});
+        return kBxFailure;
+    }
+    PairCorners(rects, count, corners, cornerCount, detection);
+    return count != 0 ? kBxSuccess : kBxFailure;
+}
+
+// The rows of a plane in memory.
+class CPlaneRows : public CBxRowSource {
+public:
+    explicit CPlaneRows(const SBxPicBuf& plane) : m_Plane(plane) {}
+    void BeginStrip(int left, int width) override {
+        m_iLeft = left;
+        m_iWidth = width;
+    }
+    void Row(float* out, int row) override {
+        const float* from = BX_PicRow<float>(m_Plane, row) + m_iLeft;
+        std::copy(from, from + m_iWidth, out);
+    }
+
+private:
+    const SBxPicBuf& m_Plane;
+    int m_iLeft = 0;
+    int m_iWidth = 0;
+};
+
 }  // namespace
+
+unsigned char BX_FindImportantRectangles(SBxSignRun& run, CBxRect<double>* rects, unsigned int& count,
+                                         CBxRowSource& source, const CBxSize<int>& plane, CBxPoint<double>* anchors,
+                                         unsigned int& anchorCount, bool detection, double zoom) {
+    SBxCornerList darkCorners;
+    SBxCornerList brightCorners;
+    const CBxRunStop stop(run, detection ? EBxStopOn::AbortOrFound : EBxStopOn::Abort);
+    const unsigned char found =
+        BX_FindCornersOfHalves(darkCorners, brightCorners, source, plane.width, plane.height, zoom, &stop);
+    if (found != kBxSuccess) {
+        return found;
+    }
+    CBxPoint<double> slots[kAnchorSlots] = {};
+    const unsigned char dark = AddRectanglesOfHalf(rects, count, darkCorners.m_Points, darkCorners.m_uiCount, plane,
+                                                   slots, kAnchorSlots, detection);
+    if (dark == kBxSuccess) {
+        AppendAnchors(anchors, anchorCount, slots);
+    }
+    std::fill(slots, slots + kAnchorSlots, CBxPoint<double>{});
+    const unsigned char bright = AddRectanglesOfHalf(rects, count, brightCorners.m_Points, brightCorners.m_uiCount,
+                                                     plane, slots, kAnchorSlots, detection);
+    if (bright == kBxSuccess) {
+        AppendAnchors(anchors, anchorCount, slots);
+    } else if (dark == kBxFailure) {
+        anchorCount = 0;
+        rects[0] = WholePlane(plane);
+        count = 1;
+        std::fill(anchors, anchors + kAnchorSlots, CBxPoint<double>{kNoCorners, kNoCorners});
+    }
+    return kBxSuccess;
+}
 
 unsigned char CBxSignOp::GetInnerImportantRectangle(CBxRect<double>* rects, unsigned int& count, SBxPicBuf* picture,
                                                     CBxPoint<double>* anchors, unsigned int anchorSlots, bool detection,
@@ -102,23 +169,15 @@ unsigned char CBxSignOp::GetInnerImportantRectangle(CBxRect<double>* rects, unsi
     unsigned int cornerCount = 0;
     unsigned int ignored = 0;
     float strengths[CBxCornerDetector::kMostCorners];
-    const int result =
+    const int searched =
         CBxCornerDetector::FindCornersHarrisInsert_Tailed(corners, cornerCount, picture, ignored, strengths, zoom);
-    if (result != kBxSuccess) {
-        return static_cast<unsigned char>(result);
+    if (searched != kBxSuccess) {
+        return static_cast<unsigned char>(searched);
     }
-    if (cornerCount == 0) {
-        if (count == 0) {
-            rects[count++] = {0.0, 0.0, static_cast<double>(picture->m_iWidth),
-                              static_cast<double>(picture->m_iHeight)};
-        }
-        std::fill(anchors, anchors + anchorSlots, CBxPoint<double>{kNoCorners, kNoCorners});
-        std::free(corners);
-        return kBxFailure;
-    }
-    PairCorners(rects, count, corners, cornerCount, detection);
+    const unsigned char result = AddRectanglesOfHalf(
+        rects, count, corners, cornerCount, {picture->m_iWidth, picture->m_iHeight}, anchors, anchorSlots, detection);
     std::free(corners);
-    return count != 0 ? kBxSuccess : kBxFailure;
+    return result;
 }
 
 unsigned char CBxSignOp::GetAllImportantRectangles(CBxRect<double>* rects, unsigned int& count, SBxPicBuf* picture,
@@ -130,40 +189,9 @@ unsigned char CBxSignOp::GetAllImportantRectangles(CBxRect<double>* rects, unsig
 unsigned char CBxSignOp::GetAllImportantRectangles(SBxSignRun& run, CBxRect<double>* rects, unsigned int& count,
                                                    SBxPicBuf* picture, CBxPoint<double>* anchors,
                                                    unsigned int& anchorCount, bool detection, double zoom) {
-    CBxPoint<double> slots[kAnchorSlots] = {};
-    CBxOwnedPic working;
-    if (working.Allocate(picture->m_iWidth, picture->m_iHeight, 1, 32) != kBxSuccess) {
-        return kBxOutOfMemory;
-    }
-    CBxPicBufAPI::Copy(working.Pic(), *picture);
-    ModifyChangeFromToFloat(working.Pic(), 0, kMiddleTone);
-    const unsigned char dark =
-        GetInnerImportantRectangle(rects, count, &working.Pic(), slots, kAnchorSlots, detection, zoom);
-    if (dark == kBxOutOfMemory) {
-        return dark;
-    }
-    if (dark == kBxSuccess) {
-        AppendAnchors(anchors, anchorCount, slots);
-    }
-    if (run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0) {
-        return kBxFailure;
-    }
-
-    CBxPicBufAPI::Copy(working.Pic(), *picture);
-    ModifyChangeFromToFloat(working.Pic(), kMiddleTone, kTopTone);
-    std::fill(slots, slots + kAnchorSlots, CBxPoint<double>{});
-    const unsigned char bright =
-        GetInnerImportantRectangle(rects, count, &working.Pic(), slots, kAnchorSlots, detection, zoom);
-    if (bright == kBxSuccess) {
-        AppendAnchors(anchors, anchorCount, slots);
-    } else if (dark == kBxFailure) {
-        anchorCount = 0;
-        rects[0] = {0.0, 0.0, static_cast<double>(picture->m_iWidth), static_cast<double>(picture->m_iHeight)};
-        count = 1;
-        std::fill(anchors, anchors + kAnchorSlots, CBxPoint<double>{kNoCorners, kNoCorners});
-    }
-    // Any other failure of the bright half leaves what the dark half produced.
-    return kBxSuccess;
+    CPlaneRows rows(*picture);
+    return BX_FindImportantRectangles(run, rects, count, rows, {picture->m_iWidth, picture->m_iHeight}, anchors,
+                                      anchorCount, detection, zoom);
 }
 
 void CBxSignOp::ReduceNumbersOfRectangles(CBxRect<double>* rects, unsigned int& count) {

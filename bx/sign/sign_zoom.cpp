@@ -3,13 +3,11 @@
 #include <cmath>
 #include <cstring>
 
-#include "cell_grid.h"
-#include "corner_detector.h"
-#include "float_filters.h"
-#include "heap_array.h"
-#include "owned_pic.h"
-#include "pic_buf_api.h"
+#include "cell_reader.h"
+#include "important_rectangles.h"
 #include "result.h"
+#include "run_stop.h"
+#include "scaled_rows.h"
 #include "sign_block.h"
 #include "sign_format.h"
 #include "sign_op.h"
@@ -19,86 +17,54 @@ namespace {
 
 constexpr unsigned int kCandidateRoom = 200;  // 96 for each half and the whole picture
 constexpr unsigned int kAnchorRoom = 50;
-constexpr std::size_t kTableRows = 1001;
 
 bool Ended(const SBxSignRun& run) {
     return run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0 ||
            run.m_iStopDetecting.load(std::memory_order_relaxed) >= 0;
 }
 
-// Scales the picture to 3_F.
-unsigned char ScalePicture(CBxOwnedPic& scaled, SBxPicBuf& picture, double zoom) {
-    CBxHeapArray<double> products;
-    CBxHeapArray<double*> table;
-    if (!products.Allocate(kTableRows * 256) || !table.Allocate(kTableRows) ||
-        scaled.Allocate(static_cast<int>(picture.m_iWidth * zoom), static_cast<int>(picture.m_iHeight * zoom), 3, 32) !=
-            kBxSuccess) {
-        return kBxOutOfMemory;
-    }
-    for (std::size_t row = 0; row < kTableRows; ++row) {
-        table[row] = products.Data() + row * 256;
-    }
-    CBxSignOp::TransformBilinearAccurate8x3Float(table.Data(), &scaled.Pic(), &picture, zoom);
-    return kBxSuccess;
-}
-
-// The blue component as a plane of its own, smoothed for the zoom.
-unsigned char SmoothBlue(CBxOwnedPic& blue, SBxPicBuf& scaled, double zoom) {
-    CBxOwnedPic plane;
-    CBxOwnedPic scratch;
-    if (plane.Allocate(scaled.m_iWidth, scaled.m_iHeight, 1, 32) != kBxSuccess ||
-        scratch.Allocate(scaled.m_iWidth, scaled.m_iHeight, 1, 32) != kBxSuccess ||
-        blue.Allocate(scaled.m_iWidth, scaled.m_iHeight, 1, 32) != kBxSuccess) {
-        return kBxOutOfMemory;
-    }
-    CBxPicBufAPI::Zero(blue.Pic());
-    CBxPicBufAPI::ExtractComponent(plane.Pic(), 0, scaled);
-    CBxFloatFilter::ConvWithKernel2D_7(
-        BX_PicRow<float>(blue.Pic(), 0), BX_PicRow<float>(plane.Pic(), 0), static_cast<unsigned int>(scaled.m_iWidth),
-        static_cast<unsigned int>(scaled.m_iHeight), BX_PicRow<float>(scratch.Pic(), 0), kSmoothingKernel, zoom);
-    return kBxSuccess;
-}
-
-// The candidate rectangles of a scaled picture, which is replaced by its mean of green and red.
-unsigned char FindCandidates(SBxSignRun& run, CBxRect<double>* candidates, unsigned int& count, SBxPicBuf& scaled,
-                             double zoom) {
-    if (CBxSignOp::ConvertComp1Float23(scaled) != kBxSuccess) {
-        return kBxOutOfMemory;
-    }
+// The candidate rectangles of a scaled picture, the whole of it last.
+unsigned char FindCandidates(SBxSignRun& run, CBxRect<double>* candidates, unsigned int& count,
+                             const SBxPicBuf& picture, const CBxColumnWeights& columns, double zoom) {
+    CBxScaledRows mean(picture, columns, zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
     CBxPoint<double> anchors[kAnchorRoom];
     unsigned int anchorCount = 0;
-    const unsigned char result =
-        CBxSignOp::GetAllImportantRectangles(run, candidates, count, &scaled, anchors, anchorCount, true, zoom);
+    const CBxSize<int> scaled{mean.Width(), mean.Height()};
+    const unsigned char result = mean.Prepare() ? BX_FindImportantRectangles(run, candidates, count, mean, scaled,
+                                                                             anchors, anchorCount, true, zoom)
+                                                : kBxOutOfMemory;
     if (result != kBxSuccess) {
-        CBxSignOp::LogErrorDetail("GetAllImportantRectangles() failed.");
+        if (!Ended(run)) {
+            CBxSignOp::LogErrorDetail("GetAllImportantRectangles() failed.");
+        }
         return result;
     }
-    candidates[count++] = {0.0, 0.0, static_cast<double>(scaled.m_iWidth), static_cast<double>(scaled.m_iHeight)};
+    candidates[count++] = {0.0, 0.0, static_cast<double>(scaled.width), static_cast<double>(scaled.height)};
     return kBxSuccess;
 }
 
-// Reads the cells of one candidate.
-unsigned char ReadCandidate(SBxReadBlock& read, const CBxRect<double>& candidate, const SBxPicBuf& blue) {
-    const SBxCellGrid grid(candidate);
-    CBxOwnedPic values;
-    CBxOwnedPic labels;
-    if (values.Allocate(grid.m_Frame.Width(), grid.m_Frame.Height(), 1, 32) != kBxSuccess ||
-        BX_BuildLabelMap(labels, grid) != kBxSuccess) {
-        return kBxOutOfMemory;
+// Reads the cells of all candidates.
+unsigned char ReadCells(SBxSignRun& run, CBxCellReader& cells, const CBxRect<double>* candidates, unsigned int count,
+                        const SBxPicBuf& picture, const CBxColumnWeights& columns, double zoom) {
+    CBxScaledRows blue(picture, columns, zoom, CBxScaledRows::EChannel::Blue);
+    const CBxRunStop stop(run, EBxStopOn::AbortOrFound);
+    const unsigned char result = blue.Prepare() && cells.Prepare(candidates, count, blue.Width(), blue.Height())
+                                     ? cells.Read(blue, zoom, &stop)
+                                     : kBxOutOfMemory;
+    if (result == kBxOutOfMemory) {
+        CBxSignOp::LogErrorDetail("Out of memory.");
     }
-    CBxPicBufAPI::Copy(values.Pic(), blue, grid.m_Frame);
-    CBxPoint<double> centres[kCellCount];
-    grid.Centres(centres);
-    double means[kCellCount];
-    CBxSignOp::GetAllMeansFloat(means, &values.Pic(), &labels.Pic(), centres, grid.m_dCellWidth, grid.m_dCellHeight);
+    return result;
+}
+
+SBxReadBlock DecodeCells(const double* means) {
     int bits[kCellCount];
     for (int cell = 0; cell < kCellCount; ++cell) {
         bits[cell] = std::fmod(means[cell], kPeriod) >= kThreshold ? 1 : 0;
     }
     int block[kCellCount];
     CBxSignOp::TransformCurrentBytecode(block, bits, 0);
-    read = BX_DecodeSign(block);
-    return kBxSuccess;
+    return BX_DecodeSign(block);
 }
 
 SBxFinding MakeFinding(const CBxRect<double>& candidate, double zoom, const SBxPicBuf& picture,
@@ -111,17 +77,17 @@ SBxFinding MakeFinding(const CBxRect<double>& candidate, double zoom, const SBxP
             correctedBits};
 }
 
-// Reads the candidates in order until one is accepted.
-unsigned char ReadCandidates(SBxSignRun& run, char* block, SBxFinding& finding, const CBxRect<double>* candidates,
-                             unsigned int count, const SBxPicBuf& picture, const SBxPicBuf& blue, double zoom) {
+// Decodes the candidates in order until one is accepted.
+unsigned char DecodeCandidates(SBxSignRun& run, char* block, SBxFinding& finding, const CBxCellReader& cells,
+                               const CBxRect<double>* candidates, unsigned int count, const SBxPicBuf& picture,
+                               double zoom) {
     for (unsigned int i = 0; i < count; ++i) {
         if (Ended(run)) {
             return kBxFailure;
         }
-        SBxReadBlock read;
-        if (ReadCandidate(read, candidates[i], blue) != kBxSuccess) {
-            return kBxOutOfMemory;
-        }
+        double means[kCellCount];
+        cells.Means(means, i);
+        const SBxReadBlock read = DecodeCells(means);
         if (read.m_bAccepted) {
             std::memcpy(block, read.m_szCharacters, sizeof read.m_szCharacters);
             finding = MakeFinding(candidates[i], zoom, picture, read.m_uiCorrectedBits);
@@ -146,29 +112,28 @@ unsigned char BX_SearchZoom(SBxSignRun& run, SBxPicBuf* picture, char* block, SB
     if (run.m_iStopDetecting.load(std::memory_order_relaxed) >= 0) {
         return kBxFailure;
     }
-    CBxOwnedPic scaled;
-    if (ScalePicture(scaled, *picture, zoom) != kBxSuccess) {
-        return kBxOutOfMemory;
-    }
-    if (Ended(run)) {
+    if (zoom < kSmallestScaledZoom) {
+        // Cells of a few pixels of the scaled picture carry nothing.
+        CBxSignOp::LogInfoDetail("Sign with zoom %.2lf was not detected.", zoom);
         return kBxFailure;
     }
-    CBxOwnedPic blue;
-    if (SmoothBlue(blue, scaled.Pic(), zoom) != kBxSuccess) {
-        CBxSignOp::LogErrorDetail("Out of memory.");
+    CBxColumnWeights columns;
+    if (!columns.Prepare(picture->m_iWidth, zoom)) {
         return kBxOutOfMemory;
     }
     CBxRect<double> candidates[kCandidateRoom];
     unsigned int count = 0;
-    const unsigned char found = FindCandidates(run, candidates, count, scaled.Pic(), zoom);
-    if (found != kBxSuccess) {
-        return found;
-    }
-    if (Ended(run)) {
-        return kBxFailure;
+    unsigned char result = FindCandidates(run, candidates, count, *picture, columns, zoom);
+    if (result != kBxSuccess) {
+        return result;
     }
     CBxSignOp::ReduceNumbersOfRectanglesX(candidates, count);
-    return ReadCandidates(run, block, finding, candidates, count, *picture, blue.Pic(), zoom);
+    CBxCellReader cells;
+    result = ReadCells(run, cells, candidates, count, *picture, columns, zoom);
+    if (result != kBxSuccess) {
+        return result;
+    }
+    return DecodeCandidates(run, block, finding, cells, candidates, count, *picture, zoom);
 }
 
 unsigned char CBxSignOp::ExtractTextFromPictureWithZoom(SBxPicBuf* picture, char* block, double zoom) {

@@ -1,0 +1,83 @@
+// The rows of a scaled picture, made when they are asked for.
+//
+// The samples are those of CBxSignOp::TransformBilinearAccurate8x3Float, but for the last bit of a float in about one
+// of ten million: the same sums, with the weights of columns and rows applied one after the other.
+#pragma once
+
+#include "heap_array.h"
+#include "kernels.h"
+#include "pic_buf.h"
+#include "row_source.h"
+
+// How the columns of a scaled picture are made of source columns. Made once for a zoom.
+class CBxColumnWeights {
+public:
+    // False without memory.
+    [[nodiscard]] bool Prepare(int sourceWidth, double zoom);
+
+    int ScaledWidth() const { return m_iScaledWidth; }
+    int Taps() const { return m_iTaps; }
+    const int* First() const { return m_First.Data(); }
+    const double* OfTap(int tap) const { return m_Weights.Data() + static_cast<std::ptrdiff_t>(tap) * m_iScaledWidth; }
+
+private:
+    int m_iScaledWidth = 0;
+    int m_iTaps = 0;
+    CBxHeapArray<int> m_First;       // source column of the first tap
+    CBxHeapArray<double> m_Weights;  // tap after tap; the weights of a column sum to 1
+};
+
+// The mean of green and red, or blue, of a 3_8 picture scaled by `zoom`. The picture and the weights outlive it.
+class CBxScaledRows : public CBxRowSource {
+public:
+    enum class EChannel { Blue, MeanOfGreenAndRed };
+
+    CBxScaledRows(const SBxPicBuf& picture, const CBxColumnWeights& columns, double zoom, EChannel channel);
+
+    // False without memory.
+    [[nodiscard]] bool Prepare();
+
+    int Width() const { return m_Columns.ScaledWidth(); }
+    int Height() const { return m_iScaledHeight; }
+
+    void BeginStrip(int left, int width) override;
+    void Row(float* out, int row) override;
+
+private:
+    static constexpr int kMostTaps = 16;
+    static constexpr int kRing = kMostTaps;  // source rows kept
+
+    int Components() const { return m_eChannel == EChannel::Blue ? 1 : 2; }
+    double* RingRow(int component, int sourceRow);
+    void MakeSourceRow(int sourceRow);
+
+    const SBxPicBuf& m_Picture;
+    const CBxColumnWeights& m_Columns;
+    double m_dStep;
+    EChannel m_eChannel;
+    int m_iScaledHeight;
+    const SBxKernels& m_Kernels;
+
+    CBxHeapArray<double> m_Source;  // one source row of one component
+    CBxHeapArray<double> m_Ring;    // source rows resampled along the strip
+    CBxHeapArray<float> m_Scratch;
+    int m_iRingRow[kRing];  // which source row stands in each place
+    int m_iLeft = 0;
+    int m_iWidth = 0;
+};
+
+// The mean of green and red of a 3_8 picture as it is.
+class CBxPictureRows : public CBxRowSource {
+public:
+    explicit CBxPictureRows(const SBxPicBuf& picture) : m_Picture(picture) {}
+    void BeginStrip(int left, int width) override;
+    void Row(float* out, int row) override;
+
+private:
+    const SBxPicBuf& m_Picture;
+    int m_iLeft = 0;
+    int m_iWidth = 0;
+};
+
+// The smallest zoom that CBxScaledRows can make; below, a sample covers more source rows than it keeps.
+inline constexpr double kSmallestScaledZoom = 1.0 / 15;
