@@ -1,0 +1,188 @@
+#include "command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <clocale>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <new>
+
+#include "commands.h"
+#include "sign_op.h"
+#include "stop_request.h"
+#include "system_facts.h"
+#include "version.h"
+
+namespace {
+
+constexpr int kSignalStatus = 128;  // plus the number of the signal, as shells have it
+
+constexpr char kAbout[] =
+    "Hides a short text, the sign, invisibly in a photograph and finds it again after the photograph was saved as "
+    "JPEG and rescaled.";
+
+constexpr char kExamples[] = R"(Examples:
+  vrd sign photo.jpg -s abc-Z9 -o photo-signed.jpg
+  vrd sign photo.png -s Veri-2026x -o signed.jpg -q 80
+  vrd detect photo-signed.jpg *.png
+  vrd detect --json -- -odd-name.jpg
+  vrd inspect photo.jpg --overlay places.png
+
+Exit status: 0 done; 1 nothing found, or refused because a sign is there already or was lost in saving; 2 an error;
+128 and the number of the signal after Ctrl-C or a request to end.
+Results go to standard output, one line or (--json) one object for each; everything else to standard error.)";
+
+constexpr char kSignExamples[] =
+    R"(A sign has 6 to 10 letters (a-z, A-Z), digits or dashes. The format is told by the ending of OUT: .jpg, .jpeg,
+.png, .tif, .tiff, .bmp, in any case. OUT is read back and searched before it takes its name.
+
+Examples:
+  vrd sign photo.jpg -s abc-Z9 -o photo-signed.jpg
+  vrd sign photo.jpg -s abc-Z9 -o photo-signed.png --force)";
+
+constexpr char kDetectExamples[] = R"(Prints "FILE: SIGN" or "FILE: no sign found" for each file.
+
+Examples:
+  vrd detect photo-signed.jpg
+  vrd detect --json *.jpg)";
+
+constexpr char kInspectExamples[] =
+    R"(Prints the corners, the rectangles between them, and (without --detect) those that would carry a sign, in pixels
+of the scaled picture.
+
+Examples:
+  vrd inspect photo.jpg --overlay places.png
+  vrd inspect photo.jpg --detect --zoom 1.3 --json)";
+
+struct SArguments {
+    bool json = false;
+    bool quiet = false;
+    SBxSignRequest sign;
+    SBxDetectRequest detect;
+    SBxInspectRequest inspect;
+};
+
+unsigned int DefaultThreads() {
+    return std::clamp(static_cast<unsigned int>(BX_GetCPUCount()), 1U, CBxSignOp::kMostThreads);
+}
+
+void AddThreads(CLI::App* command, unsigned int& threads) {
+    threads = DefaultThreads();
+    command->add_option("-t,--threads", threads, "Threads to search with; at most 12 are used")
+        ->type_name("N")
+        ->check(CLI::Range(1U, 100000U))
+        ->capture_default_str();
+}
+
+void AddCommon(CLI::App* command, SArguments& arguments) {
+    command->add_flag("--json", arguments.json, "Print one JSON object a line, errors included");
+    command->add_flag("--quiet", arguments.quiet, "Print results and errors only: no progress, no notes");
+}
+
+CLI::App* AddSign(CLI::App& app, SArguments& arguments) {
+    SBxSignRequest& request = arguments.sign;
+    CLI::App* command = app.add_subcommand("sign", "Hide a sign in a photograph");
+    command->add_option("PHOTO", request.photo, "The photograph; it is not changed")->required()->type_name("");
+    command->add_option("-s,--sign", request.sign, "The sign")->required()->type_name("SIGN");
+    command->add_option("-o,--output", request.output, "The signed picture")->required()->type_name("OUT");
+    command->add_option("-q,--quality", request.quality, "Quality of a JPEG")
+        ->type_name("1..100")
+        ->check(CLI::Range(1, 100))
+        ->capture_default_str();
+    AddThreads(command, request.threads);
+    command->add_flag("--force", request.force, "Replace OUT when it exists, even when it is PHOTO");
+    command->add_flag("!--no-check", request.check, "Do not search the saved picture for the sign");
+    AddCommon(command, arguments);
+    command->footer(kSignExamples);
+    return command;
+}
+
+CLI::App* AddDetect(CLI::App& app, SArguments& arguments) {
+    CLI::App* command = app.add_subcommand("detect", "Search pictures for a sign");
+    command->add_option("FILE", arguments.detect.files, "Pictures to search")->required()->type_name("");
+    AddThreads(command, arguments.detect.threads);
+    AddCommon(command, arguments);
+    command->footer(kDetectExamples);
+    return command;
+}
+
+CLI::App* AddInspect(CLI::App& app, SArguments& arguments) {
+    SBxInspectRequest& request = arguments.inspect;
+    CLI::App* command = app.add_subcommand("inspect", "Show where a sign would be written or looked for");
+    command->add_option("PHOTO", request.photo, "The photograph; it is not changed")->required()->type_name("");
+    CLI::Option* detect = command->add_flag("--detect", request.detection, "As detection sees it, not as insertion");
+    command->add_option("--zoom", request.zoom, "Scale the photograph by this first (0.05 to 10; 1 unless told)")
+        ->type_name("Z")
+        ->check(CLI::Range(0.05, 10.0))
+        ->needs(detect);
+    command->add_option("--overlay", request.overlay, "Draw all of it into a copy of the scaled photograph")
+        ->type_name("OUT.png");
+    command->add_flag("--force", request.force, "Replace the overlay when it exists");
+    AddCommon(command, arguments);
+    command->footer(kInspectExamples);
+    return command;
+}
+
+// Errors of the command line itself are told as JSON too when that was asked for.
+int ReportUsage(const CLI::App& app, const CLI::ParseError& error, int argc, char** argv) {
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+        return app.exit(error);  // help and version
+    }
+    const bool json = std::any_of(argv, argv + argc, [](const char* word) { return std::strcmp(word, "--json") == 0; });
+    CBxConsole console(json, false);
+    console.Error("", std::string(error.what()) + " (vrd --help tells more)");
+    return static_cast<int>(EBxExit::kError);
+}
+
+int RunCommand(const CLI::App* chosenSign, const CLI::App* chosenDetect, SArguments& arguments) {
+    CBxConsole console(arguments.json, arguments.quiet);
+    BX_CatchStopSignals();
+    EBxExit status = EBxExit::kError;
+    if (chosenSign->parsed()) {
+        status = BX_SignCommand(arguments.sign, console);
+    } else if (chosenDetect->parsed()) {
+        status = BX_DetectCommand(arguments.detect, console);
+    } else {
+        status = BX_InspectCommand(arguments.inspect, console);
+    }
+    if (!console.Finish()) {
+        std::fputs("vrd: the results could not be written to standard output\n", stderr);
+        status = EBxExit::kError;
+    }
+    const bool wasInterrupted = status == EBxExit::kError && BX_IsStopRequested();
+    return wasInterrupted ? kSignalStatus + BX_GetStopSignal() : static_cast<int>(status);
+}
+
+int ParseAndRun(int argc, char** argv) {
+    // Numbers on the command line and in JSON have a point whatever the user's language.
+    std::setlocale(LC_NUMERIC, "C");
+    SArguments arguments;
+    CLI::App app(kAbout, "vrd");
+    app.set_version_flag("--version", "vrd " VERIDANE_VERSION);
+    app.footer(kExamples);
+    app.require_subcommand(1);
+    app.add_flag("--quiet", arguments.quiet, "Print results and errors only: no progress, no notes");
+    const CLI::App* sign = AddSign(app, arguments);
+    const CLI::App* detect = AddDetect(app, arguments);
+    AddInspect(app, arguments);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return ReportUsage(app, error, argc, argv);
+    }
+    return RunCommand(sign, detect, arguments);
+}
+
+}  // namespace
+
+int BX_RunCommandLine(int argc, char** argv) {
+    try {
+        return ParseAndRun(argc, argv);
+    } catch (const std::bad_alloc&) {
+        std::fputs("vrd: there is not enough memory\n", stderr);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "vrd: %s\n", error.what());
+    }
+    return static_cast<int>(EBxExit::kError);
+}
