@@ -34,8 +34,9 @@ Exit status: 0 done; 1 nothing found, or refused because a sign is there already
 Results go to standard output, one line or (--json) one object for each; everything else to standard error.)";
 
 constexpr char kSignExamples[] =
-    R"(A sign has 6 to 10 letters (a-z, A-Z), digits or dashes. The format is told by the ending of OUT: .jpg, .jpeg,
-.png, .tif, .tiff, .bmp, in any case. OUT is read back and searched before it takes its name.
+    R"(A sign has 6 to 10 letters (a-z, A-Z), digits or dashes; one that begins with a dash is given as --sign=-abc-Z9. The
+format is told by the ending of OUT: .jpg, .jpeg, .png, .tif, .tiff, .bmp, in any case. OUT is read back and searched
+before it takes its name.
 
 Examples:
   vrd sign photo.jpg -s abc-Z9 -o photo-signed.jpg
@@ -58,6 +59,7 @@ Examples:
 struct SArguments {
     bool json = false;
     bool quiet = false;
+    bool noCheck = false;
     SBxSignRequest sign;
     SBxDetectRequest detect;
     SBxInspectRequest inspect;
@@ -71,7 +73,7 @@ void AddThreads(CLI::App* command, unsigned int& threads) {
     threads = DefaultThreads();
     command->add_option("-t,--threads", threads, "Threads to search with; at most 12 are used")
         ->type_name("N")
-        ->check(CLI::Range(1U, 100000U))
+        ->check(CLI::Range(1U, 100000U).description(""))
         ->capture_default_str();
 }
 
@@ -88,11 +90,11 @@ CLI::App* AddSign(CLI::App& app, SArguments& arguments) {
     command->add_option("-o,--output", request.output, "The signed picture")->required()->type_name("OUT");
     command->add_option("-q,--quality", request.quality, "Quality of a JPEG")
         ->type_name("1..100")
-        ->check(CLI::Range(1, 100))
+        ->check(CLI::Range(1, 100).description(""))
         ->capture_default_str();
     AddThreads(command, request.threads);
     command->add_flag("--force", request.force, "Replace OUT when it exists, even when it is PHOTO");
-    command->add_flag("!--no-check", request.check, "Do not search the saved picture for the sign");
+    command->add_flag("--no-check", arguments.noCheck, "Do not search the saved picture for the sign");
     AddCommon(command, arguments);
     command->footer(kSignExamples);
     return command;
@@ -111,11 +113,10 @@ CLI::App* AddInspect(CLI::App& app, SArguments& arguments) {
     SBxInspectRequest& request = arguments.inspect;
     CLI::App* command = app.add_subcommand("inspect", "Show where a sign would be written or looked for");
     command->add_option("PHOTO", request.photo, "The photograph; it is not changed")->required()->type_name("");
-    CLI::Option* detect = command->add_flag("--detect", request.detection, "As detection sees it, not as insertion");
-    command->add_option("--zoom", request.zoom, "Scale the photograph by this first (0.05 to 10; 1 unless told)")
+    command->add_flag("--detect", request.detection, "As detection sees it, not as insertion");
+    command->add_option("--zoom", request.zoom, "With --detect: scale by this first (0.05 to 10; 1 unless told)")
         ->type_name("Z")
-        ->check(CLI::Range(0.05, 10.0))
-        ->needs(detect);
+        ->check(CLI::Range(0.05, 10.0).description(""));
     command->add_option("--overlay", request.overlay, "Draw all of it into a copy of the scaled photograph")
         ->type_name("OUT.png");
     command->add_flag("--force", request.force, "Replace the overlay when it exists");
@@ -140,6 +141,7 @@ int RunCommand(const CLI::App* chosenSign, const CLI::App* chosenDetect, SArgume
     BX_CatchStopSignals();
     EBxExit status = EBxExit::kError;
     if (chosenSign->parsed()) {
+        arguments.sign.check = !arguments.noCheck;
         status = BX_SignCommand(arguments.sign, console);
     } else if (chosenDetect->parsed()) {
         status = BX_DetectCommand(arguments.detect, console);

@@ -106,6 +106,9 @@ bool WriteOverlay(const SBxInspectRequest& request, SBxInspection& inspection, S
 }  // namespace
 
 EBxExit BX_InspectCommand(const SBxInspectRequest& request, CBxConsole& console) {
+    if (!request.detection && request.zoom != 1.0) {
+        return Fail("", "--zoom goes with --detect: insertion sees a picture at zoom 1 only", request, console);
+    }
     if (!request.overlay.empty()) {
         const std::string fault = BX_GetOutputFault(request.overlay, request.photo, request.force);
         if (!fault.empty()) {

@@ -70,10 +70,10 @@ void CBxRunWatcher::Draw() {
     percentage = std::clamp(percentage, 0.0, 100.0);
 
     const auto filled = static_cast<std::size_t>(percentage / 100.0 * kBarCharacters + 0.5);
-    char figure[16];
-    std::snprintf(figure, sizeof(figure), "] %3.0f %% ", percentage);
-    const std::string line =
-        "[" + std::string(filled, '#') + std::string(kBarCharacters - filled, '.') + figure + step + ": " + m_strTitle;
+    char bar[64];
+    std::snprintf(bar, sizeof(bar), "[%s%s] %3.0f %% ", std::string(filled, '#').c_str(),
+                  std::string(kBarCharacters - filled, '.').c_str(), percentage);
+    const std::string line = bar + (step + (": " + m_strTitle));
     const std::string shown = CutToColumns(line, ColumnsOfTerminal() - 1);
     std::fprintf(stderr, "\r\033[K%s", shown.c_str());
     std::fflush(stderr);
