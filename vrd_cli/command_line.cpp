@@ -4,9 +4,10 @@
 #include <algorithm>
 #include <clocale>
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <new>
+#include <string>
+#include <vector>
 
 #include "commands.h"
 #include "sign_op.h"
@@ -26,7 +27,7 @@ constexpr char kExamples[] = R"(Examples:
   vrd sign photo.jpg -s abc-Z9 -o photo-signed.jpg
   vrd sign photo.png -s Veri-2026x -o signed.jpg -q 80
   vrd detect photo-signed.jpg *.png
-  vrd detect --json -- -odd-name.jpg
+  vrd detect --json -- -odd-name.jpg *.jpg
   vrd inspect photo.jpg --overlay places.png
 
 Exit status: 0 done; 1 nothing found, or refused because a sign is there already or was lost in saving; 2 an error;
@@ -34,9 +35,8 @@ Exit status: 0 done; 1 nothing found, or refused because a sign is there already
 Results go to standard output, one line or (--json) one object for each; everything else to standard error.)";
 
 constexpr char kSignExamples[] =
-    R"(A sign has 6 to 10 letters (a-z, A-Z), digits or dashes; one that begins with a dash is given as --sign=-abc-Z9. The
-format is told by the ending of OUT: .jpg, .jpeg, .png, .tif, .tiff, .bmp, in any case. OUT is read back and searched
-before it takes its name.
+    R"(A sign has 6 to 10 letters (a-z, A-Z), digits or dashes. The format is told by the ending of OUT: .jpg, .jpeg,
+.png, .tif, .tiff, .bmp, in any case. OUT is read back and searched before it takes its name.
 
 Examples:
   vrd sign photo.jpg -s abc-Z9 -o photo-signed.jpg
@@ -56,6 +56,10 @@ Examples:
   vrd inspect photo.jpg --overlay places.png
   vrd inspect photo.jpg --detect --zoom 1.3 --json)";
 
+constexpr char kAboutSign[] = "Hide a sign in a photograph";
+constexpr char kAboutDetect[] = "Search pictures for a sign";
+constexpr char kAboutInspect[] = "Show where a sign would be written or looked for";
+
 struct SArguments {
     bool json = false;
     bool quiet = false;
@@ -69,85 +73,99 @@ unsigned int DefaultThreads() {
     return std::clamp(static_cast<unsigned int>(BX_GetCPUCount()), 1U, CBxSignOp::kMostThreads);
 }
 
-void AddThreads(CLI::App* command, unsigned int& threads) {
+void AddThreads(CLI::App& command, unsigned int& threads) {
     threads = DefaultThreads();
-    command->add_option("-t,--threads", threads, "Threads to search with; at most 12 are used")
+    command.add_option("-t,--threads", threads, "Threads to search with; at most 12 are used")
         ->type_name("N")
         ->check(CLI::Range(1U, 100000U).description(""))
         ->capture_default_str();
 }
 
-void AddCommon(CLI::App* command, SArguments& arguments) {
-    command->add_flag("--json", arguments.json, "Print one JSON object a line, errors included");
-    command->add_flag("--quiet", arguments.quiet, "Print results and errors only: no progress, no notes");
+void AddCommon(CLI::App& command, SArguments& arguments) {
+    command.add_flag("--json", arguments.json, "Print one JSON object a line, errors included");
+    command.add_flag("--quiet", arguments.quiet, "Print results and errors only: no progress, no notes");
 }
 
-CLI::App* AddSign(CLI::App& app, SArguments& arguments) {
+void DescribeSign(CLI::App& command, SArguments& arguments) {
     SBxSignRequest& request = arguments.sign;
-    CLI::App* command = app.add_subcommand("sign", "Hide a sign in a photograph");
-    command->add_option("PHOTO", request.photo, "The photograph; it is not changed")->required()->type_name("");
-    command->add_option("-s,--sign", request.sign, "The sign")->required()->type_name("SIGN");
-    command->add_option("-o,--output", request.output, "The signed picture")->required()->type_name("OUT");
-    command->add_option("-q,--quality", request.quality, "Quality of a JPEG")
+    command.add_option("PHOTO", request.photo, "The photograph; it is not changed")->required()->type_name("");
+    command.add_option("-s,--sign", request.sign, "The sign")->required()->type_name("SIGN");
+    command.add_option("-o,--output", request.output, "The signed picture")->required()->type_name("OUT");
+    command.add_option("-q,--quality", request.quality, "Quality of a JPEG")
         ->type_name("1..100")
         ->check(CLI::Range(1, 100).description(""))
         ->capture_default_str();
     AddThreads(command, request.threads);
-    command->add_flag("--force", request.force, "Replace OUT when it exists, even when it is PHOTO");
-    command->add_flag("--no-check", arguments.noCheck, "Do not search the saved picture for the sign");
+    command.add_flag("--force", request.force, "Replace OUT when it exists, even when it is PHOTO");
+    command.add_flag("--no-check", arguments.noCheck, "Do not search the saved picture for the sign");
     AddCommon(command, arguments);
-    command->footer(kSignExamples);
-    return command;
+    command.footer(kSignExamples);
 }
 
-CLI::App* AddDetect(CLI::App& app, SArguments& arguments) {
-    CLI::App* command = app.add_subcommand("detect", "Search pictures for a sign");
-    command->add_option("FILE", arguments.detect.files, "Pictures to search")->required()->type_name("");
+void DescribeDetect(CLI::App& command, SArguments& arguments) {
+    command.add_option("FILE", arguments.detect.files, "Pictures to search")->required()->type_name("");
     AddThreads(command, arguments.detect.threads);
     AddCommon(command, arguments);
-    command->footer(kDetectExamples);
-    return command;
+    command.footer(kDetectExamples);
 }
 
-CLI::App* AddInspect(CLI::App& app, SArguments& arguments) {
+void DescribeInspect(CLI::App& command, SArguments& arguments) {
     SBxInspectRequest& request = arguments.inspect;
-    CLI::App* command = app.add_subcommand("inspect", "Show where a sign would be written or looked for");
-    command->add_option("PHOTO", request.photo, "The photograph; it is not changed")->required()->type_name("");
-    command->add_flag("--detect", request.detection, "As detection sees it, not as insertion");
-    command->add_option("--zoom", request.zoom, "With --detect: scale by this first (0.05 to 10; 1 unless told)")
+    command.add_option("PHOTO", request.photo, "The photograph; it is not changed")->required()->type_name("");
+    command.add_flag("--detect", request.detection, "As detection sees it, not as insertion");
+    command.add_option("--zoom", request.zoom, "With --detect: scale by this first (0.05 to 10; 1 unless told)")
         ->type_name("Z")
         ->check(CLI::Range(0.05, 10.0).description(""));
-    command->add_option("--overlay", request.overlay, "Draw all of it into a copy of the scaled photograph")
+    command.add_option("--overlay", request.overlay, "Draw all of it into a copy of the scaled photograph")
         ->type_name("OUT.png");
-    command->add_flag("--force", request.force, "Replace the overlay when it exists");
+    command.add_flag("--force", request.force, "Replace the overlay when it exists");
     AddCommon(command, arguments);
-    command->footer(kInspectExamples);
-    return command;
+    command.footer(kInspectExamples);
 }
 
+struct SCommand {
+    const char* name;
+    const char* about;
+    void (*describe)(CLI::App& command, SArguments& arguments);
+    EBxExit (*run)(SArguments& arguments, CBxConsole& console);
+};
+
+const SCommand kCommands[] = {
+    {"sign", kAboutSign, DescribeSign,
+     [](SArguments& arguments, CBxConsole& console) {
+         arguments.sign.check = !arguments.noCheck;
+         return BX_SignCommand(arguments.sign, console);
+     }},
+    {"detect", kAboutDetect, DescribeDetect,
+     [](SArguments& arguments, CBxConsole& console) { return BX_DetectCommand(arguments.detect, console); }},
+    {"inspect", kAboutInspect, DescribeInspect,
+     [](SArguments& arguments, CBxConsole& console) { return BX_InspectCommand(arguments.inspect, console); }},
+};
+
 // Errors of the command line itself are told as JSON too when that was asked for.
-int ReportUsage(const CLI::App& app, const CLI::ParseError& error, int argc, char** argv) {
+int ReportUsage(const CLI::App& app, const CLI::ParseError& error, const std::vector<std::string>& words) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
         return app.exit(error);  // help and version
     }
-    const bool json = std::any_of(argv, argv + argc, [](const char* word) { return std::strcmp(word, "--json") == 0; });
-    CBxConsole console(json, false);
+    CBxConsole console(std::find(words.begin(), words.end(), "--json") != words.end(), false);
     console.Error("", std::string(error.what()) + " (vrd --help tells more)");
     return static_cast<int>(EBxExit::kError);
 }
 
-int RunCommand(const CLI::App* chosenSign, const CLI::App* chosenDetect, SArguments& arguments) {
+// Parses the words of one command and runs it. Each command is parsed on its own, so that a file may be named like
+// another command, and "--" may stand anywhere before names.
+int ParseAndRunCommand(const SCommand& command, const std::vector<std::string>& words) {
+    SArguments arguments;
+    CLI::App app(command.about, std::string("vrd ") + command.name);
+    command.describe(app, arguments);
+    try {
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    } catch (const CLI::ParseError& error) {
+        return ReportUsage(app, error, words);
+    }
     CBxConsole console(arguments.json, arguments.quiet);
     BX_CatchStopSignals();
-    EBxExit status = EBxExit::kError;
-    if (chosenSign->parsed()) {
-        arguments.sign.check = !arguments.noCheck;
-        status = BX_SignCommand(arguments.sign, console);
-    } else if (chosenDetect->parsed()) {
-        status = BX_DetectCommand(arguments.detect, console);
-    } else {
-        status = BX_InspectCommand(arguments.inspect, console);
-    }
+    EBxExit status = command.run(arguments, console);
     if (!console.Finish()) {
         std::fputs("vrd: the results could not be written to standard output\n", stderr);
         status = EBxExit::kError;
@@ -156,31 +174,44 @@ int RunCommand(const CLI::App* chosenSign, const CLI::App* chosenDetect, SArgume
     return wasInterrupted ? kSignalStatus + BX_GetStopSignal() : static_cast<int>(status);
 }
 
-int ParseAndRun(int argc, char** argv) {
-    // Numbers on the command line and in JSON have a point whatever the user's language.
-    std::setlocale(LC_NUMERIC, "C");
-    SArguments arguments;
+// A command line without a command that is known: asks for help or the version, or is wrong.
+int AnswerWithoutCommand(const std::vector<std::string>& words) {
     CLI::App app(kAbout, "vrd");
     app.set_version_flag("--version", "vrd " VERIDANE_VERSION);
+    SArguments ignored;
+    AddCommon(app, ignored);
     app.footer(kExamples);
     app.require_subcommand(1);
-    app.add_flag("--quiet", arguments.quiet, "Print results and errors only: no progress, no notes");
-    const CLI::App* sign = AddSign(app, arguments);
-    const CLI::App* detect = AddDetect(app, arguments);
-    AddInspect(app, arguments);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return ReportUsage(app, error, argc, argv);
+    for (const SCommand& command : kCommands) {
+        app.add_subcommand(command.name, command.about);
     }
-    return RunCommand(sign, detect, arguments);
+    try {
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    } catch (const CLI::ParseError& error) {
+        return ReportUsage(app, error, words);
+    }
+    return static_cast<int>(EBxExit::kError);
+}
+
+int ParseAndRun(std::vector<std::string> words) {
+    // Numbers on the command line and in JSON have a point whatever the user's language.
+    std::setlocale(LC_NUMERIC, "C");
+    const auto isCommon = [](const std::string& word) { return word == "--quiet" || word == "--json"; };
+    const auto name = std::find_if_not(words.begin(), words.end(), isCommon);
+    for (const SCommand& command : kCommands) {
+        if (name != words.end() && *name == command.name) {
+            words.erase(name);  // what stood before it goes for the command too
+            return ParseAndRunCommand(command, words);
+        }
+    }
+    return AnswerWithoutCommand(words);
 }
 
 }  // namespace
 
 int BX_RunCommandLine(int argc, char** argv) {
     try {
-        return ParseAndRun(argc, argv);
+        return ParseAndRun(std::vector<std::string>(argv + std::min(argc, 1), argv + argc));
     } catch (const std::bad_alloc&) {
         std::fputs("vrd: there is not enough memory\n", stderr);
     } catch (const std::exception& error) {

@@ -53,6 +53,16 @@ TEST_F(VrdDetect, OddNamesBreakNeitherFormOfTheOutput) {
     EXPECT_EQ(OneLine(json)["file"], "-a\nb\x1b[1m\xEF\xBF\xBD.png");
 }
 
+TEST_F(VrdDetect, NamesMayBeThoseOfCommandsAndStandOnEitherSideOfTwoDashes) {
+    for (const char* name : {"sign", "--help", "plain.png"}) {
+        WritePlain(m_Folder / "plain.png");
+        WriteBytes(m_Folder / name, ReadBytes(m_Folder / "plain.png"));
+    }
+    const SProgramRun run = RunVrd({"detect", "sign", "-t", "2", "plain.png", "--", "--help", "sign"}, m_Folder.Path());
+    EXPECT_EQ(run.out, "sign: no sign found\nplain.png: no sign found\n--help: no sign found\nsign: no sign found\n");
+    EXPECT_EQ(run.status, 1);
+}
+
 TEST_F(VrdDetect, ADamagedPictureIsSearchedWithAWarningThatQuietDrops) {
     const std::string whole = ReadBytes(Signed());
     WriteBytes(m_Folder / "cut.jpg", whole.substr(0, whole.size() / 4));
