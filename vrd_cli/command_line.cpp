@@ -142,12 +142,16 @@ const SCommand kCommands[] = {
      [](SArguments& arguments, CBxConsole& console) { return BX_InspectCommand(arguments.inspect, console); }},
 };
 
+bool AsksForJson(const std::vector<std::string>& words) {
+    return std::find(words.begin(), words.end(), "--json") != words.end();
+}
+
 // Errors of the command line itself are told as JSON too when that was asked for.
 int ReportUsage(const CLI::App& app, const CLI::ParseError& error, const std::vector<std::string>& words) {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
         return app.exit(error);  // help and version
     }
-    CBxConsole console(std::find(words.begin(), words.end(), "--json") != words.end(), false);
+    CBxConsole console(AsksForJson(words), false);
     console.Error("", std::string(error.what()) + " (vrd --help tells more)");
     return static_cast<int>(EBxExit::kError);
 }
@@ -203,6 +207,10 @@ int ParseAndRun(std::vector<std::string> words) {
             words.erase(name);  // what stood before it goes for the command too
             return ParseAndRunCommand(command, words);
         }
+    }
+    if (name != words.end() && name->rfind('-', 0) != 0) {
+        CBxConsole(AsksForJson(words), false).Error(*name, "there is no such command; vrd --help names them");
+        return static_cast<int>(EBxExit::kError);
     }
     return AnswerWithoutCommand(words);
 }
