@@ -1,0 +1,177 @@
+#include "picture_reader.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QByteArray>
+#include <QFile>
+#include <QImageReader>
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+#include <new>
+
+#include "decoder_messages.h"
+
+namespace {
+
+// Qt counts in mebibytes of decoded pixels, at most 8 bytes each.
+constexpr int kDecoderLimitMebibytes = static_cast<int>((kMostPixelsRead * 8 + (1 << 20) - 1) >> 20);
+
+void AllowLargePictures() {
+    static std::once_flag allowed;
+    std::call_once(allowed, [] {
+        if (QImageReader::allocationLimit() < kDecoderLimitMebibytes) {
+            QImageReader::setAllocationLimit(kDecoderLimitMebibytes);
+        }
+    });
+}
+
+// Opens without waiting, so that a pipe without a writer is refused like every other thing that is no regular file.
+bool OpenRegularFile(const char* fileName, QFile& file, SBxFileReport& report) {
+    const int descriptor = ::open(fileName, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0) {
+        report.SetReason("it cannot be opened: %s", std::strerror(errno));
+        return false;
+    }
+    if (!file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(descriptor);
+        report.SetReason("it cannot be opened");
+        return false;
+    }
+    struct stat facts = {};
+    if (::fstat(descriptor, &facts) != 0) {
+        report.SetReason("it cannot be opened: %s", std::strerror(errno));
+    } else if (S_ISDIR(facts.st_mode)) {
+        report.SetReason("it is a folder");
+    } else if (!S_ISREG(facts.st_mode)) {
+        report.SetReason("it is not a regular file");
+    } else if (facts.st_size == 0) {
+        report.SetReason("the file is empty");
+    } else {
+        return true;
+    }
+    return false;
+}
+
+// The ending without its dot, in small letters; empty when there is none.
+QByteArray EndingOf(const char* fileName) {
+    const char* name = std::strrchr(fileName, '/');
+    const char* dot = std::strrchr(name != nullptr ? name : fileName, '.');
+    return dot != nullptr ? QByteArray(dot + 1).toLower() : QByteArray();
+}
+
+std::uint32_t LittleEndian(const QByteArray& bytes, int at, int count) {
+    std::uint32_t value = 0;
+    for (int index = 0; index < count; ++index) {
+        value |= static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[at + index])) << (8 * index);
+    }
+    return value;
+}
+
+// Whether an uncompressed BMP holds fewer bytes than its header declares: its decoder does not tell.
+bool IsCutOffBmp(QFile& file, const QSize& size) {
+    const qint64 position = file.pos();
+    file.seek(0);
+    const QByteArray header = file.read(34);
+    file.seek(position);
+    if (header.size() < 34 || LittleEndian(header, 14, 4) < 40) {
+        return false;
+    }
+    const std::uint32_t compression = LittleEndian(header, 30, 4);
+    if (compression != 0 && compression != 3) {
+        return false;
+    }
+    const qint64 rowBytes = (static_cast<qint64>(size.width()) * LittleEndian(header, 28, 2) + 31) / 32 * 4;
+    return LittleEndian(header, 10, 4) + rowBytes * size.height() > file.size();
+}
+
+void TellWhyUndecoded(const QString& said, const char* what, SBxFileReport& report) {
+    if (said.isEmpty()) {
+        report.SetReason("%s", what);
+    } else {
+        report.SetReason("%s (%s)", what, said.toUtf8().constData());
+    }
+}
+
+bool HasAcceptableSize(const QSize& size, SBxFileReport& report) {
+    if (!size.isValid()) {
+        return true;  // a format that does not declare it; the decoder's own limit holds
+    }
+    if (static_cast<std::int64_t>(size.width()) * size.height() <= kMostPixelsRead) {
+        return true;
+    }
+    report.SetReason("it declares %d x %d pixels; pictures of more than %d megapixels are not read", size.width(),
+                     size.height(), static_cast<int>(kMostPixelsRead / 1'000'000));
+    return false;
+}
+
+// A picture of the declared size, grey all over, for the decoder to fill: what a cut-off file leaves out is then grey
+// and not what the memory held before.
+QImage MakeGreyCanvas(const QSize& size, QImage::Format format) {
+    QImage canvas(size, format);
+    if (!canvas.isNull()) {
+        std::memset(canvas.bits(), 0x80, static_cast<std::size_t>(canvas.sizeInBytes()));
+    }
+    return canvas;
+}
+
+QImage Decode(QFile& file, const char* fileName, SBxFileReport& report) {
+    CBxDecoderMessages messages;
+    QImageReader reader(&file);
+    reader.setDecideFormatFromContent(true);
+    reader.setAutoTransform(false);
+    if (!reader.canRead()) {
+        file.seek(0);
+        reader.setDecideFormatFromContent(false);
+        reader.setFormat(EndingOf(fileName));
+        if (!reader.canRead()) {
+            TellWhyUndecoded(messages.Take(), "it is not a picture in a known format", report);
+            return QImage();
+        }
+    }
+    const QByteArray format = reader.format();
+    const QSize size = reader.size();
+    if (!HasAcceptableSize(size, report)) {
+        return QImage();
+    }
+    QImage image;
+    if (size.isValid() && reader.imageFormat() != QImage::Format_Invalid) {
+        image = MakeGreyCanvas(size, reader.imageFormat());
+        if (image.isNull()) {
+            report.SetReason("there is not enough memory for its %d x %d pixels", size.width(), size.height());
+            return QImage();
+        }
+    }
+    if (!reader.read(&image) || image.isNull()) {
+        TellWhyUndecoded(messages.Take(), "its picture data is damaged or cut off", report);
+        return QImage();
+    }
+    if (!HasAcceptableSize(image.size(), report)) {
+        return QImage();
+    }
+    // Decoders of other formats fail on damage; what they warn of does not touch the picture.
+    if (format == "jpeg" && !messages.IsEmpty()) {
+        report.SetWarning("the file may be damaged or cut off (%s)", messages.Take().toUtf8().constData());
+    } else if (format == "bmp" && IsCutOffBmp(file, image.size())) {
+        report.SetWarning("the file is cut off; what is missing is shown grey");
+    }
+    return image;
+}
+
+}  // namespace
+
+QImage BX_DecodePicture(const char* fileName, SBxFileReport& report) {
+    try {
+        AllowLargePictures();
+        QFile file;
+        if (!OpenRegularFile(fileName, file, report)) {
+            return QImage();
+        }
+        return Decode(file, fileName, report);
+    } catch (const std::bad_alloc&) {
+        report.SetReason("there is not enough memory for it");
+        return QImage();
+    }
+}

@@ -1,0 +1,229 @@
+#include "command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <clocale>
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "sign_op.h"
+#include "stop_request.h"
+#include "system_facts.h"
+#include "version.h"
+
+namespace {
+
+constexpr int kSignalStatus = 128;  // plus the number of the signal, as shells have it
+
+constexpr char kAbout[] =
+    "Hides a short text, the sign, invisibly in a photograph and finds it again after the photograph was saved as "
+    "JPEG and rescaled.";
+
+constexpr char kExamples[] = R"(Examples:
+  vrd sign photo.jpg -s abc-Z9 -o photo-signed.jpg
+  vrd sign photo.png -s Veri-2026x -o signed.jpg -q 80
+  vrd detect photo-signed.jpg *.png
+  vrd detect --json -- -odd-name.jpg *.jpg
+  vrd inspect photo.jpg --overlay places.png
+
+Exit status: 0 done; 1 nothing found, or refused because a sign is there already or was lost in saving; 2 an error;
+128 and the number of the signal after Ctrl-C or a request to end.
+Results go to standard output, one line or (--json) one object for each; everything else to standard error.)";
+
+constexpr char kSignExamples[] =
+    R"(A sign has 6 to 10 letters (a-z, A-Z), digits or dashes. The format is told by the ending of OUT: .jpg, .jpeg,
+.png, .tif, .tiff, .bmp, in any case. OUT is read back and searched before it takes its name.
+
+Examples:
+  vrd sign photo.jpg -s abc-Z9 -o photo-signed.jpg
+  vrd sign photo.jpg -s abc-Z9 -o photo-signed.png --force)";
+
+constexpr char kDetectExamples[] = R"(Prints "FILE: SIGN" or "FILE: no sign found" for each file.
+
+Examples:
+  vrd detect photo-signed.jpg
+  vrd detect --json *.jpg)";
+
+constexpr char kInspectExamples[] =
+    R"(Prints the corners, the rectangles between them, and (without --detect) those that would carry a sign, in pixels
+of the scaled picture.
+
+Examples:
+  vrd inspect photo.jpg --overlay places.png
+  vrd inspect photo.jpg --detect --zoom 1.3 --json)";
+
+constexpr char kAboutSign[] = "Hide a sign in a photograph";
+constexpr char kAboutDetect[] = "Search pictures for a sign";
+constexpr char kAboutInspect[] = "Show where a sign would be written or looked for";
+
+struct SArguments {
+    bool json = false;
+    bool quiet = false;
+    bool noCheck = false;
+    SBxSignRequest sign;
+    SBxDetectRequest detect;
+    SBxInspectRequest inspect;
+};
+
+unsigned int DefaultThreads() {
+    return std::clamp(static_cast<unsigned int>(BX_GetCPUCount()), 1U, CBxSignOp::kMostThreads);
+}
+
+void AddThreads(CLI::App& command, unsigned int& threads) {
+    threads = DefaultThreads();
+    command.add_option("-t,--threads", threads, "Threads to search with; at most 12 are used")
+        ->type_name("N")
+        ->check(CLI::Range(1U, 100000U).description(""))
+        ->capture_default_str();
+}
+
+void AddCommon(CLI::App& command, SArguments& arguments) {
+    command.add_flag("--json", arguments.json, "Print one JSON object a line, errors included");
+    command.add_flag("--quiet", arguments.quiet, "Print results and errors only: no progress, no notes");
+}
+
+void DescribeSign(CLI::App& command, SArguments& arguments) {
+    SBxSignRequest& request = arguments.sign;
+    command.add_option("PHOTO", request.photo, "The photograph; it is not changed")->required()->type_name("");
+    command.add_option("-s,--sign", request.sign, "The sign")->required()->type_name("SIGN");
+    command.add_option("-o,--output", request.output, "The signed picture")->required()->type_name("OUT");
+    command.add_option("-q,--quality", request.quality, "Quality of a JPEG")
+        ->type_name("1..100")
+        ->check(CLI::Range(1, 100).description(""))
+        ->capture_default_str();
+    AddThreads(command, request.threads);
+    command.add_flag("--force", request.force, "Replace OUT when it exists, even when it is PHOTO");
+    command.add_flag("--no-check", arguments.noCheck, "Do not search the saved picture for the sign");
+    AddCommon(command, arguments);
+    command.footer(kSignExamples);
+}
+
+void DescribeDetect(CLI::App& command, SArguments& arguments) {
+    command.add_option("FILE", arguments.detect.files, "Pictures to search")->required()->type_name("");
+    AddThreads(command, arguments.detect.threads);
+    AddCommon(command, arguments);
+    command.footer(kDetectExamples);
+}
+
+void DescribeInspect(CLI::App& command, SArguments& arguments) {
+    SBxInspectRequest& request = arguments.inspect;
+    command.add_option("PHOTO", request.photo, "The photograph; it is not changed")->required()->type_name("");
+    command.add_flag("--detect", request.detection, "As detection sees it, not as insertion");
+    command.add_option("--zoom", request.zoom, "With --detect: scale by this first (0.05 to 10; 1 unless told)")
+        ->type_name("Z")
+        ->check(CLI::Range(0.05, 10.0).description(""));
+    command.add_option("--overlay", request.overlay, "Draw all of it into a copy of the scaled photograph")
+        ->type_name("OUT.png");
+    command.add_flag("--force", request.force, "Replace the overlay when it exists");
+    AddCommon(command, arguments);
+    command.footer(kInspectExamples);
+}
+
+struct SCommand {
+    const char* name;
+    const char* about;
+    void (*describe)(CLI::App& command, SArguments& arguments);
+    EBxExit (*run)(SArguments& arguments, CBxConsole& console);
+};
+
+const SCommand kCommands[] = {
+    {"sign", kAboutSign, DescribeSign,
+     [](SArguments& arguments, CBxConsole& console) {
+         arguments.sign.check = !arguments.noCheck;
+         return BX_SignCommand(arguments.sign, console);
+     }},
+    {"detect", kAboutDetect, DescribeDetect,
+     [](SArguments& arguments, CBxConsole& console) { return BX_DetectCommand(arguments.detect, console); }},
+    {"inspect", kAboutInspect, DescribeInspect,
+     [](SArguments& arguments, CBxConsole& console) { return BX_InspectCommand(arguments.inspect, console); }},
+};
+
+bool AsksForJson(const std::vector<std::string>& words) {
+    return std::find(words.begin(), words.end(), "--json") != words.end();
+}
+
+// Errors of the command line itself are told as JSON too when that was asked for.
+int ReportUsage(const CLI::App& app, const CLI::ParseError& error, const std::vector<std::string>& words) {
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+        return app.exit(error);  // help and version
+    }
+    CBxConsole console(AsksForJson(words), false);
+    console.Error("", std::string(error.what()) + " (vrd --help tells more)");
+    return static_cast<int>(EBxExit::kError);
+}
+
+// Parses the words of one command and runs it. Each command is parsed on its own, so that a file may be named like
+// another command, and "--" may stand anywhere before names.
+int ParseAndRunCommand(const SCommand& command, const std::vector<std::string>& words) {
+    SArguments arguments;
+    CLI::App app(command.about, std::string("vrd ") + command.name);
+    command.describe(app, arguments);
+    try {
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    } catch (const CLI::ParseError& error) {
+        return ReportUsage(app, error, words);
+    }
+    CBxConsole console(arguments.json, arguments.quiet);
+    BX_CatchStopSignals();
+    EBxExit status = command.run(arguments, console);
+    if (!console.Finish()) {
+        std::fputs("vrd: the results could not be written to standard output\n", stderr);
+        status = EBxExit::kError;
+    }
+    const bool wasInterrupted = status == EBxExit::kError && BX_IsStopRequested();
+    return wasInterrupted ? kSignalStatus + BX_GetStopSignal() : static_cast<int>(status);
+}
+
+// A command line without a command that is known: asks for help or the version, or is wrong.
+int AnswerWithoutCommand(const std::vector<std::string>& words) {
+    CLI::App app(kAbout, "vrd");
+    app.set_version_flag("--version", "vrd " VERIDANE_VERSION);
+    SArguments ignored;
+    AddCommon(app, ignored);
+    app.footer(kExamples);
+    app.require_subcommand(1);
+    for (const SCommand& command : kCommands) {
+        app.add_subcommand(command.name, command.about);
+    }
+    try {
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    } catch (const CLI::ParseError& error) {
+        return ReportUsage(app, error, words);
+    }
+    return static_cast<int>(EBxExit::kError);
+}
+
+int ParseAndRun(std::vector<std::string> words) {
+    // Numbers on the command line and in JSON have a point whatever the user's language.
+    std::setlocale(LC_NUMERIC, "C");
+    const auto isCommon = [](const std::string& word) { return word == "--quiet" || word == "--json"; };
+    const auto name = std::find_if_not(words.begin(), words.end(), isCommon);
+    for (const SCommand& command : kCommands) {
+        if (name != words.end() && *name == command.name) {
+            words.erase(name);  // what stood before it goes for the command too
+            return ParseAndRunCommand(command, words);
+        }
+    }
+    if (name != words.end() && name->rfind('-', 0) != 0) {
+        CBxConsole(AsksForJson(words), false).Error(*name, "there is no such command; vrd --help names them");
+        return static_cast<int>(EBxExit::kError);
+    }
+    return AnswerWithoutCommand(words);
+}
+
+}  // namespace
+
+int BX_RunCommandLine(int argc, char** argv) {
+    try {
+        return ParseAndRun(std::vector<std::string>(argv + std::min(argc, 1), argv + argc));
+    } catch (const std::bad_alloc&) {
+        std::fputs("vrd: there is not enough memory\n", stderr);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "vrd: %s\n", error.what());
+    }
+    return static_cast<int>(EBxExit::kError);
+}

@@ -1,0 +1,43 @@
+// The commands of `vrd`, apart from the command line that they are given on.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "console.h"
+
+// Exit statuses; scripts depend on them.
+enum class EBxExit {
+    kDone = 0,     // signed; a sign found and no file failed
+    kNothing = 1,  // refused because of a sign that is there, or lost in saving; nothing found
+    kError = 2,
+};
+
+struct SBxSignRequest {
+    std::string photo;
+    std::string sign;
+    std::string output;
+    int quality = 90;  // of a JPEG; other formats are written without loss
+    unsigned int threads = 1;
+    bool force = false;
+    bool check = true;
+};
+
+struct SBxDetectRequest {
+    std::vector<std::string> files;
+    unsigned int threads = 1;
+};
+
+struct SBxInspectRequest {
+    std::string photo;
+    std::string overlay;  // empty: none is drawn
+    double zoom = 1.0;
+    bool detection = false;  // as detection sees the picture, not as insertion does
+    bool force = false;
+};
+
+// Each reports through the console and returns the status. An interruption (stop_request.h) is reported as an error;
+// the caller turns it into the status of its signal.
+EBxExit BX_SignCommand(const SBxSignRequest& request, CBxConsole& console);
+EBxExit BX_DetectCommand(const SBxDetectRequest& request, CBxConsole& console);
+EBxExit BX_InspectCommand(const SBxInspectRequest& request, CBxConsole& console);

@@ -1,0 +1,46 @@
+// What `vrd` prints: results on standard output, everything else on standard error.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+// Members of an object keep the order in which they are added.
+using CBxJson = nlohmann::ordered_json;
+
+// A name for people: control characters and bytes that are not UTF-8 are shown as \n, \t or \x1b, so that a name can
+// neither end a line nor steer a terminal.
+std::string BX_PrintableName(const std::string& name);
+
+// A text that every JSON reader takes: bytes that are not UTF-8 become the replacement character.
+std::string BX_ValidUtf8(const std::string& text);
+
+// Prints in one of two forms, as lines of text or as one JSON object a line. One thread at a time.
+class CBxConsole {
+public:
+    CBxConsole(bool json, bool quiet) : m_bJson(json), m_bQuiet(quiet) {}
+
+    bool IsJson() const { return m_bJson; }
+    // Whether a progress bar may be drawn: standard error is a terminal and nobody asked for quiet.
+    bool ShowsProgress() const;
+
+    // One result; a command calls both, and the form that was not asked for is dropped.
+    void Result(const std::string& line);
+    void Result(const CBxJson& object);
+
+    // A failure about a file (or about nothing in particular: empty name): in JSON `record` with an "error" on standard
+    // output, otherwise "vrd: FILE: REASON" on standard error.
+    void Error(const std::string& file, const std::string& reason, CBxJson record = CBxJson::object());
+
+    // A refusal that is a finding as well: `record` as it is in JSON, otherwise as an error.
+    void Refusal(const std::string& file, const std::string& reason, const CBxJson& record);
+
+    // Something worth knowing, on standard error; dropped when quiet.
+    void Note(const std::string& file, const std::string& text);
+
+    // False when standard output took not all of it (a full disk, a closed pipe).
+    bool Finish();
+
+private:
+    bool m_bJson;
+    bool m_bQuiet;
+};

@@ -1,0 +1,27 @@
+// Looks for a sign in a picture of any size that can be read.
+#pragma once
+
+#include <string>
+
+#include "geometry.h"
+#include "pic_buf.h"
+#include "sign_run.h"
+
+struct SBxSearchResult {
+    unsigned char code = 1;       // 0 found, 1 nothing found or stopped, 6 out of memory
+    std::string sign;             // the rest is valid after 0
+    double zoom = 0.0;            // how much the picture, as it was given, was scaled when the sign was read
+    CBxRect<int> rectangle = {};  // the carrier, in whole pixels of the picture as it was given
+    unsigned int correctedBits = 0;
+    CBxSize<int> shrunkTo = {};  // always valid: size of the copy that was searched instead; 0 x 0 for none
+};
+
+// Searches all zooms. A picture too large for the engine is searched in a copy shrunk to 20 megapixels.
+SBxSearchResult BX_SearchPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads);
+
+// Searches only the largest zoom up to 1.0 that the engine takes, as is enough for a picture just signed; a picture too
+// large for that as BX_SearchPicture does.
+SBxSearchResult BX_CheckPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads);
+
+// "a copy shrunk to 5164 x 3873 pixels was searched, because ..."; for results with a copy.
+std::string BX_DescribeShrinking(const SBxSearchResult& result);

@@ -1,0 +1,179 @@
+#include "signing.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "console.h"
+#include "convert_picture.h"
+#include "large_picture.h"
+#include "output_target.h"
+#include "result.h"
+#include "run_watcher.h"
+#include "sign_check.h"
+#include "sign_op.h"
+#include "stop_request.h"
+
+namespace {
+
+constexpr char kInterrupted[] = "interrupted";
+constexpr char kNoMemory[] = "there is not enough memory";
+
+std::string DescribeTooLarge(int width, int height) {
+    const CBxSize<int> fitting = BX_GetFittingSize(width, height, kMostPixelsSigned);
+    char text[300];
+    std::snprintf(text, sizeof(text),
+                  "its %d x %d pixels are %.1f megapixels, and only pictures of up to 40 megapixels can be signed; "
+                  "shrunk to %d x %d pixels or less it can be",
+                  width, height, static_cast<double>(width) * height / 1e6, fitting.width, fitting.height);
+    return text;
+}
+
+// The steps of one signing; each returns false after it has noted in the outcome why the signing ends.
+class CBxSigning {
+public:
+    CBxSigning(const SBxSignRequest& request, SBxSigningOutcome& outcome) : m_Request(request), m_Outcome(outcome) {}
+
+    bool CheckRequest() {
+        const std::string signFault = BX_GetSignFault(m_Request.sign);
+        if (!signFault.empty()) {
+            return Fail("", signFault);
+        }
+        const std::string outputFault = BX_GetOutputFault(m_Request.output, m_Request.photo, m_Request.force);
+        return outputFault.empty() || Fail(m_Request.output, outputFault);
+    }
+
+    bool ReadPhoto() {
+        SBxFileReport report;
+        SBxPicBuf* picture = nullptr;
+        const int result = CBxConvertPicture::ReadInputFile(picture, m_Request.photo.c_str(), report);
+        m_Photo.reset(picture);
+        if (result != kBxSuccess) {
+            return Fail(m_Request.photo, report.m_szReason);
+        }
+        if (report.HasWarning()) {
+            m_Outcome.notes.push_back({m_Request.photo, report.m_szWarning});
+        }
+        if (static_cast<std::int64_t>(m_Photo->m_iWidth) * m_Photo->m_iHeight > kMostPixelsSigned) {
+            return Fail(m_Request.photo, DescribeTooLarge(m_Photo->m_iWidth, m_Photo->m_iHeight));
+        }
+        return true;
+    }
+
+    void SignAndWrite(bool showProgress) {
+        const CBxRunWatcher watcher(m_Run, showProgress, BX_PrintableName(m_Request.photo));
+        if (SearchLargePhoto() && Insert() && Write()) {
+            m_Outcome.end = EBxSigningEnd::kSigned;
+            m_Outcome.carriers.assign(m_Run.m_siRect, m_Run.m_siRect + m_Run.m_uiRectCount);
+        }
+    }
+
+private:
+    bool Fail(const std::string& file, const std::string& reason) {
+        m_Outcome.fault = {file, reason};
+        return false;
+    }
+
+    bool RefuseSigned(const std::string& found) {
+        m_Outcome.end = EBxSigningEnd::kAlreadySigned;
+        m_Outcome.foundSign = found;
+        return false;
+    }
+
+    // The engine looks for an older sign itself, except in photographs that it cannot search.
+    bool SearchLargePhoto() {
+        if (!BX_IsTooLargeToSearch(m_Photo->m_iWidth, m_Photo->m_iHeight)) {
+            return true;
+        }
+        const SBxSearchResult found = BX_SearchPicture(m_Run, *m_Photo, m_Request.threads);
+        m_Outcome.notes.push_back({m_Request.photo, BX_DescribeShrinking(found)});
+        if (found.code == kBxOutOfMemory) {
+            return Fail(m_Request.photo, kNoMemory);
+        }
+        return found.code != kBxSuccess || RefuseSigned(found.sign);
+    }
+
+    bool Insert() {
+        if (BX_IsStopRequested()) {
+            return Fail(m_Request.photo, kInterrupted);
+        }
+        char text[kMostSignCharacters + 1] = "";
+        std::memcpy(text, m_Request.sign.data(), std::min(m_Request.sign.size(), kMostSignCharacters));
+        char foundText[CBxSignOp::kFoundTextBytes] = "";
+        bool alreadySigned = false;
+        const unsigned char result =
+            CBxSignOp::SignImage(m_Run, m_Photo.get(), text, &alreadySigned, foundText, m_Request.threads);
+        if (BX_IsStopRequested()) {
+            return Fail(m_Request.photo, kInterrupted);
+        }
+        if (result == kBxOutOfMemory) {
+            return Fail(m_Request.photo, kNoMemory);
+        }
+        if (alreadySigned) {
+            return RefuseSigned(foundText);
+        }
+        return result == kBxSuccess || Fail(m_Request.photo, "the sign could not be inserted");
+    }
+
+    bool IsJpeg() const { return BX_GetPictureFormat(m_Request.output) == EBxPictureFormat::kJpeg; }
+
+    bool Write() {
+        SBxWriteOptions options;
+        options.quality = IsJpeg() ? m_Request.quality : -1;
+        options.metadataSource = m_Request.photo.c_str();
+        options.replaceExisting = m_Request.force;
+        options.accept = [this](SBxPicBuf& asWritten, SBxFileReport& report) { return Accept(asWritten, report); };
+        SBxFileReport report;
+        const int result = CBxConvertPicture::WriteOutputFile(m_Photo.get(), m_Request.output.c_str(), options, report);
+        return result == kBxSuccess || Fail(m_Request.output, report.m_szReason);
+    }
+
+    // The last look at the written file, before it takes its name.
+    bool Accept(SBxPicBuf& asWritten, SBxFileReport& report) {
+        if (m_Request.check && !BX_IsStopRequested()) {
+            m_Run.m_ProgressData.SetText("Checking the signed picture");
+            m_Outcome.check = BX_CheckPicture(m_Run, asWritten, m_Request.threads);
+        }
+        if (BX_IsStopRequested()) {
+            report.SetReason("%s", kInterrupted);
+        } else if (!m_Request.check) {
+            return true;
+        } else if (m_Outcome.check.code == kBxOutOfMemory) {
+            report.SetReason("%s", kNoMemory);
+        } else if (m_Outcome.check.code == kBxSuccess && m_Outcome.check.sign == m_Request.sign) {
+            return true;
+        } else {
+            m_Outcome.end = EBxSigningEnd::kLost;
+            report.SetReason("the sign was lost in saving, so the file was not kept; %s", Advice().c_str());
+        }
+        return false;
+    }
+
+    std::string Advice() const {
+        const CBxSize<int> fitting = BX_GetFittingSize(m_Photo->m_iWidth, m_Photo->m_iHeight, kMostPixelsOfZoom);
+        if (fitting.width < m_Photo->m_iWidth) {
+            return "photographs above 20 megapixels are searched at a smaller size only: shrink it to " +
+                   std::to_string(fitting.width) + " x " + std::to_string(fitting.height) + " pixels before signing";
+        }
+        if (IsJpeg() && m_Request.quality < 100) {
+            return "try a higher quality than " + std::to_string(m_Request.quality) + " (-q), or PNG";
+        }
+        return "this photograph does not carry a sign well; another size of it may";
+    }
+
+    const SBxSignRequest& m_Request;
+    SBxSigningOutcome& m_Outcome;
+    CBxPicBufHolder m_Photo;
+    SBxSignRun m_Run;
+};
+
+}  // namespace
+
+SBxSigningOutcome BX_SignPhotograph(const SBxSignRequest& request, bool showProgress) {
+    SBxSigningOutcome outcome;
+    CBxSigning signing(request, outcome);
+    if (signing.CheckRequest() && signing.ReadPhoto()) {
+        signing.SignAndWrite(showProgress);
+    }
+    return outcome;
+}
