@@ -90,15 +90,31 @@ void Mean(float* __restrict out, const float* a, const float* b, std::size_t cou
     }
 }
 
+template <int Taps>
+void ResampleAlongTaps(double* __restrict out, const double* __restrict in, int origin, const int* __restrict first,
+                       const double* const* weights, std::size_t count) {
+    const double* weight[Taps];
+    for (int tap = 0; tap < Taps; ++tap) {
+        weight[tap] = weights[tap];
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        const double* source = in + (first[i] - origin);
+        double sum = weight[0][i] * source[0];
+        for (int tap = 1; tap < Taps; ++tap) {
+            sum += weight[tap][i] * source[tap];
+        }
+        out[i] = sum;
+    }
+}
+
 void ResampleAlong(double* __restrict out, const double* __restrict in, int origin, const int* __restrict first,
                    const double* const* weights, int tapCount, std::size_t count) {
     if (tapCount == 2) {
-        const double* w0 = weights[0];
-        const double* w1 = weights[1];
-        for (std::size_t i = 0; i < count; ++i) {
-            const double* source = in + (first[i] - origin);
-            out[i] = w0[i] * source[0] + w1[i] * source[1];
-        }
+        ResampleAlongTaps<2>(out, in, origin, first, weights, count);
+        return;
+    }
+    if (tapCount == 3) {
+        ResampleAlongTaps<3>(out, in, origin, first, weights, count);
         return;
     }
     for (std::size_t i = 0; i < count; ++i) {
@@ -111,20 +127,32 @@ void ResampleAlong(double* __restrict out, const double* __restrict in, int orig
     }
 }
 
+void ResampleAcross2(float* __restrict out, const double* r0, const double* r1, double w0, double w1,
+                     std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = static_cast<float>(w0 * r0[i] + w1 * r1[i]);
+    }
+}
+
+void ResampleAcross3(float* __restrict out, const double* r0, const double* r1, const double* r2, double w0, double w1,
+                     double w2, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = static_cast<float>(w0 * r0[i] + w1 * r1[i] + w2 * r2[i]);
+    }
+}
+
 void ResampleAcross(float* __restrict out, const double* const* rows, const double* weights, int rowCount,
                     std::size_t count) {
-    const double* r0 = rows[0];
-    const double w0 = weights[0];
     if (rowCount == 2) {
-        const double* r1 = rows[1];
-        const double w1 = weights[1];
-        for (std::size_t i = 0; i < count; ++i) {
-            out[i] = static_cast<float>(w0 * r0[i] + w1 * r1[i]);
-        }
+        ResampleAcross2(out, rows[0], rows[1], weights[0], weights[1], count);
+        return;
+    }
+    if (rowCount == 3) {
+        ResampleAcross3(out, rows[0], rows[1], rows[2], weights[0], weights[1], weights[2], count);
         return;
     }
     for (std::size_t i = 0; i < count; ++i) {
-        double sum = w0 * r0[i];
+        double sum = weights[0] * rows[0][i];
         for (int row = 1; row < rowCount; ++row) {
             sum += weights[row] * rows[row][i];
         }
@@ -207,10 +235,91 @@ void PrefixSums4(double* const* sums, const float* const* rows, std::size_t coun
     s3[count] = a3;
 }
 
+// Eight numbers side by side; the compiler splits them where the registers are narrower.
+constexpr int kLanes = 8;
+typedef double TDoubles __attribute__((vector_size(kLanes * sizeof(double))));
+typedef long long TMask __attribute__((vector_size(kLanes * sizeof(long long))));
+typedef int TInts __attribute__((vector_size(kLanes * sizeof(int))));
+
+inline TDoubles LoadDoubles(const double* from) {
+    TDoubles value;
+    __builtin_memcpy(&value, from, sizeof value);
+    return value;
+}
+inline void StoreDoubles(double* to, TDoubles value) {
+    __builtin_memcpy(to, &value, sizeof value);
+}
+inline TDoubles Splat(double value) {
+    return value - TDoubles{};
+}
+inline TDoubles Larger(TDoubles a, TDoubles b) {
+    return a > b ? a : b;
+}
+inline TDoubles Smaller(TDoubles a, TDoubles b) {
+    return a < b ? a : b;
+}
+inline TDoubles Truncated(TDoubles a) {
+    return __builtin_convertvector(__builtin_convertvector(a, TInts), TDoubles);
+}
+
+// The sums in front of eight places in thirds of a pixel.
+inline TDoubles SumsOfThirds(const double* prefix, TDoubles places) {
+    const TInts pixels = __builtin_convertvector((places + 0.5) * (1.0 / 3.0), TInts);
+    TDoubles base;
+    TDoubles next;
+    for (int lane = 0; lane < kLanes; ++lane) {
+        base[lane] = prefix[pixels[lane]];
+        next[lane] = prefix[pixels[lane] + 1];
+    }
+    return 3.0 * base + (places - 3.0 * __builtin_convertvector(pixels, TDoubles)) * (next - base);
+}
+
+bool AddEllipseLine(const SBxEllipseLine& line, double* sums, double* weights, unsigned char* undecided) {
+    const bool hasInner = line.innerLeft < line.innerRight;
+    bool any = false;
+    for (int first = 0; first < SBxEllipseLine::kColumns; first += kLanes) {
+        const TDoubles centre = LoadDoubles(line.centres + first);
+        const TDoubles left = LoadDoubles(line.lefts + first);
+        const TDoubles visible = LoadDoubles(line.visible + first);
+        const TDoubles from = centre - line.reach;
+        const TDoubles to = centre + line.reach;
+        // Truncation rounds down here, since nothing lies more than half a sample in front of the frame.
+        const TDoubles firstInside = Truncated(from + 1.0);
+        const TDoubles endInside = Truncated(to + 1.0);
+        const TDoubles behindFrom = firstInside - from;
+        const TDoubles behindTo = endInside - to;
+        TMask open = (Smaller(behindFrom, behindTo) < SBxEllipseLine::kNear) |
+                     (Larger(behindFrom, behindTo) > 1.0 - SBxEllipseLine::kNear);
+
+        TDoubles begin = Larger(firstInside, left + Smaller(visible, Splat(line.rimLeft)));
+        TDoubles end = Smaller(endInside, left + Smaller(visible, Splat(line.rimRight)));
+        const TMask empty = begin >= end;
+        if (hasInner) {
+            const TDoubles innerLeft = left + Smaller(visible, Splat(line.innerLeft));
+            const TDoubles innerRight = left + Smaller(visible, Splat(line.innerRight));
+            open |= ~empty & ((begin > innerRight) | (end < innerLeft));
+            begin = empty ? innerLeft : Smaller(begin, innerLeft);
+            end = empty ? innerRight : Larger(end, innerRight);
+        } else {
+            end = empty ? begin : end;
+        }
+        begin = open ? TDoubles{} : begin;
+        end = open ? TDoubles{} : end;
+        const TDoubles added = SumsOfThirds(line.prefix, end) - SumsOfThirds(line.prefix, begin);
+        StoreDoubles(sums + first, LoadDoubles(sums + first) + added);
+        StoreDoubles(weights + first, LoadDoubles(weights + first) + (end - begin));
+        for (int lane = 0; lane < kLanes; ++lane) {
+            undecided[first + lane] = open[lane] != 0;
+            any = any || open[lane] != 0;
+        }
+    }
+    return any;
+}
+
 constexpr SBxKernels MakeKernels(const char* name) {
     return {name,         FilterAlong,   FilterAcross,   Subtract, Multiply, Harris,         Clamp,
             Mean,         ResampleAlong, ResampleAcross, Widen,    Bounds,   GradientBounds, GradientProducts,
-            StrictMaxima, PrefixSums4};
+            StrictMaxima, PrefixSums4,   AddEllipseLine};
 }
 
 }  // namespace

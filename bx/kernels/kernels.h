@@ -10,6 +10,24 @@
 
 enum class EBxKernelForm { Portable, Avx2, Avx512 };
 
+// One line of samples through a row of 16 cells: what of it lies inside the cells' ellipses. Places along the line are
+// counted in thirds of a pixel from the left end of the frame; a sample is the middle of a third.
+struct SBxEllipseLine {
+    static constexpr int kColumns = 16;
+    // A bound closer than this to a sample is not decided here.
+    static constexpr double kNear = 1e-6;
+
+    const double* prefix;   // sums of the row's pixels from the left end of the frame, readable one behind the last
+    const double* centres;  // of the ellipses, less half a third, so that sample s lies at s
+    const double* lefts;    // of the stamps
+    const double* visible;  // width of the stamps that the next ones leave
+    double reach;           // half the width of the ellipse on this line, at least half a third
+    double rimLeft;         // of the stamp's labels, from its left end: rim, inner part, rim
+    double innerLeft;
+    double innerRight;
+    double rimRight;
+};
+
 struct SBxKernels {
     const char* m_szName;
 
@@ -51,6 +69,10 @@ struct SBxKernels {
                          std::size_t count, float threshold);
     // sums[r][i + 1] = sums[r][i] + rows[r][i] for four rows at once, in double; sums[r][0] = 0 is written too.
     void (*PrefixSums4)(double* const* sums, const float* const* rows, std::size_t count);
+    // Adds the samples of each cell, each with the value of its pixel, to sums[16] and their number to weights[16]: the
+    // inner part whole, the rim inside the ellipse. Cells whose bounds lie too close to a sample, or whose ellipse does
+    // not meet their inner part, are left out and get undecided[i] = 1, others 0. Returns whether any was left out.
+    bool (*AddEllipseLine)(const SBxEllipseLine& line, double* sums, double* weights, unsigned char* undecided);
 };
 
 // The loops in the form in use.

@@ -2,15 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
+#include <cstdint>
 
 #include "cell_grid.h"
 #include "ellipse.h"
+#include "kernels.h"
 
 namespace {
-
-// A bound that lies this close to a sample is decided by the ellipse's own formula.
-constexpr double kNearSample = 1e-6;
 
 // The sum of the samples in front of a place in thirds of a pixel, on one line of a row with these prefix sums.
 double SumOfThirds(const double* prefix, int thirds) {
@@ -18,21 +16,10 @@ double SumOfThirds(const double* prefix, int thirds) {
     return 3.0 * prefix[pixel] + (thirds - 3 * pixel) * (prefix[pixel + 1] - prefix[pixel]);
 }
 
-// The samples inside the ellipse, by its formula: `around` is a sample next to its centre.
-SBxSamples SamplesByFormula(const SBxEllipse& ellipse, int around, int line, int reach) {
-    SBxSamples samples{around + reach, around - reach};
-    for (int third = std::max(0, around - reach); third <= around + reach; ++third) {
-        if (ellipse.HoldsSample(third, line)) {
-            samples.begin = std::min(samples.begin, third);
-            samples.end = third + 1;
-        }
-    }
-    return samples;
-}
-
-bool NearWhole(double value) {
-    return std::fabs(value - std::nearbyint(value)) < kNearSample;
-}
+// A line with this much less than nothing under the root misses the ellipse, whatever the rounding.
+constexpr double kSurelyOutside = 1e-9;
+// Below this half width a line may pass between the samples.
+constexpr double kSmallestReach = 0.5;  // thirds of a pixel
 
 }  // namespace
 
@@ -67,11 +54,10 @@ void SBxCandidateCells::Place(const CBxRect<double>& candidate, const CBxSize<in
     frame = grid.m_Frame;
     a = kEllipseShare * grid.m_dCellWidth;
     b = kEllipseShare * grid.m_dCellHeight;
-    stampSize = stamp;
     stampRows = rows;
     cellRow = 0;
     std::fill(sums, sums + kCellCount, 0.0);
-    std::fill(weights, weights + kCellCount, std::int64_t{0});
+    std::fill(weights, weights + kCellCount, 0.0);
     const int frameWidth = std::min(frame.right, plane.width) - frame.left;
     const int frameHeight = std::min(frame.bottom, plane.height) - frame.top;
     if (frameWidth <= 0 || frameHeight <= 0 || frame.left < 0 || frame.top < 0) {
@@ -79,16 +65,16 @@ void SBxCandidateCells::Place(const CBxRect<double>& candidate, const CBxSize<in
         return;
     }
     for (int i = 0; i < kGridSide; ++i) {
-        left[i] = grid.StampOfCell(i).x;
+        const int left = grid.StampOfCell(i).x;
+        const int nextLeft = i + 1 < kGridSide ? grid.StampOfCell(i + 1).x : frameWidth;
         top[i] = grid.StampOfCell(i * kGridSide).y;
+        const int nextTop = i + 1 < kGridSide ? grid.StampOfCell((i + 1) * kGridSide).y : frameHeight;
+        leftThirds[i] = 3.0 * left;
+        visibleThirds[i] = 3.0 * std::max(0, std::min({stamp.width, nextLeft - left, frameWidth - left}));
+        visibleHeight[i] = std::min({stamp.height, nextTop - top[i], frameHeight - top[i]});
         centreX[i] = grid.CentreOfCell(i).x;
         centreY[i] = grid.CentreOfCell(i * kGridSide).y;
-    }
-    for (int i = 0; i < kGridSide; ++i) {
-        const int nextLeft = i + 1 < kGridSide ? left[i + 1] : frameWidth;
-        const int nextTop = i + 1 < kGridSide ? top[i + 1] : frameHeight;
-        visibleWidth[i] = std::max(0, std::min({stamp.width, nextLeft - left[i], frameWidth - left[i]}));
-        visibleHeight[i] = std::min({stamp.height, nextTop - top[i], frameHeight - top[i]});
+        centreThirds[i] = 3.0 * centreX[i] - 0.5;
     }
 }
 
@@ -110,50 +96,55 @@ void SBxCandidateCells::AddRow(const double* prefix, int row) {
     }
 }
 
-SBxSamples SBxCandidateCells::SamplesOnLine(int column, int line, double reachInThirds) const {
-    // Sample s lies at (s + 1 / 2) thirds, so the first one behind a bound t is floor(t) + 1, t counted from 1 / 2.
-    const double centre = 3.0 * centreX[column] - 0.5;
-    const double begin = centre - reachInThirds;
-    const double end = centre + reachInThirds;
-    if (reachInThirds < 0.5 || NearWhole(begin) || NearWhole(end)) {
-        const SBxEllipse ellipse{{centreX[column], centreY[cellRow]}, a, b};
-        return SamplesByFormula(ellipse, static_cast<int>(centre), line, static_cast<int>(reachInThirds) + 3);
-    }
-    return {static_cast<int>(std::floor(begin)) + 1, static_cast<int>(std::ceil(end))};
-}
-
 // Adds one of the three sample lines of a row of cells: the inner pixels whole, the rim as far as it lies in the
 // ellipse.
 void SBxCandidateCells::AddLine(const double* prefix, const SBxStampRow& stamp, int line) {
-    const double y = (line + 0.5) / 3.0;
-    const double height = (y - centreY[cellRow]) / b;
+    const double height = ((line + 0.5) / 3.0 - centreY[cellRow]) / b;
     const double square = 1.0 - height * height;
-    const double reachInThirds = square > 0.0 ? 3.0 * a * std::sqrt(square) : 0.0;
-    for (int column = 0; column < kGridSide; ++column) {
-        const int visible = visibleWidth[column];
-        const int rimLeft = 3 * (left[column] + std::min(stamp.rimLeft, visible));
-        const int rimRight = 3 * (left[column] + std::min(stamp.rimRight, visible));
-        const int innerLeft = 3 * (left[column] + std::min(stamp.innerLeft, visible));
-        const int innerRight = 3 * (left[column] + std::min(stamp.innerRight, visible));
-        const SBxSamples inside = SamplesOnLine(column, line, reachInThirds);
-        int begin = std::max(inside.begin, rimLeft);
-        int end = std::min(inside.end, rimRight);
-        const int cell = cellRow * kGridSide + column;
-        if (innerLeft < innerRight) {
-            if (begin >= end) {
-                begin = innerLeft;
-                end = innerRight;
-            } else if (begin > innerRight || end < innerLeft) {
-                sums[cell] += SumOfThirds(prefix, innerRight) - SumOfThirds(prefix, innerLeft);
-                weights[cell] += innerRight - innerLeft;
-            } else {
-                begin = std::min(begin, innerLeft);
-                end = std::max(end, innerRight);
-            }
+    if (square < -kSurelyOutside && stamp.innerLeft >= stamp.innerRight) {
+        return;
+    }
+    const double reach = square > 0.0 ? 3.0 * a * std::sqrt(square) : 0.0;
+    if (reach < kSmallestReach) {
+        for (int column = 0; column < kGridSide; ++column) {
+            AddByFormula(prefix, stamp, line, column);
         }
-        if (begin < end) {
-            sums[cell] += SumOfThirds(prefix, end) - SumOfThirds(prefix, begin);
-            weights[cell] += end - begin;
+        return;
+    }
+    const SBxEllipseLine ellipses{prefix,
+                                  centreThirds,
+                                  leftThirds,
+                                  visibleThirds,
+                                  reach,
+                                  3.0 * stamp.rimLeft,
+                                  3.0 * stamp.innerLeft,
+                                  3.0 * stamp.innerRight,
+                                  3.0 * stamp.rimRight};
+    unsigned char undecided[kGridSide];
+    const int firstCell = cellRow * kGridSide;
+    if (!BX_Kernels().AddEllipseLine(ellipses, sums + firstCell, weights + firstCell, undecided)) {
+        return;
+    }
+    for (int column = 0; column < kGridSide; ++column) {
+        if (undecided[column] != 0) {
+            AddByFormula(prefix, stamp, line, column);
+        }
+    }
+}
+
+// The same for one cell, sample by sample with the ellipse's own formula.
+void SBxCandidateCells::AddByFormula(const double* prefix, const SBxStampRow& stamp, int line, int column) {
+    const SBxEllipse ellipse{{centreX[column], centreY[cellRow]}, a, b};
+    const int left = static_cast<int>(leftThirds[column]);
+    const int visible = static_cast<int>(visibleThirds[column]);
+    const int innerLeft = left + std::min(3 * stamp.innerLeft, visible);
+    const int innerRight = left + std::min(3 * stamp.innerRight, visible);
+    const int cell = cellRow * kGridSide + column;
+    for (int third = left + std::min(3 * stamp.rimLeft, visible); third < left + std::min(3 * stamp.rimRight, visible);
+         ++third) {
+        if ((third >= innerLeft && third < innerRight) || ellipse.HoldsSample(third, line)) {
+            sums[cell] += SumOfThirds(prefix, third + 1) - SumOfThirds(prefix, third);
+            weights[cell] += 1.0;
         }
     }
 }

@@ -1,8 +1,6 @@
 // The cells of one candidate rectangle while the rows of a plane pass by.
 #pragma once
 
-#include <cstdint>
-
 #include "geometry.h"
 #include "pic_buf.h"
 #include "sign_format.h"
@@ -18,28 +16,22 @@ struct SBxStampRow {
 
 SBxStampRow BX_StampRow(const SBxPicBuf& stamp, int y);
 
-// A range of samples on one line of a row, in thirds of a pixel.
-struct SBxSamples {
-    int begin;
-    int end;
-};
-
 // Collects the sums and weights of the 256 cells. A plain record: it lives in arrays.
 struct SBxCandidateCells {
     CBxRect<int> frame;  // pixels of the plane
     double a;            // semi-axes of the cells' ellipses
     double b;
-    CBxSize<int> stampSize;
     const SBxStampRow* stampRows;
-    int left[kGridSide];  // of the stamps, in the frame
-    int top[kGridSide];
-    int visibleWidth[kGridSide];  // of the stamps: the next one overwrites its neighbour's last columns and rows
-    int visibleHeight[kGridSide];
-    double centreX[kGridSide];  // of the cells, in the frame
+    double leftThirds[kGridSide];     // of the stamps, in thirds of a pixel of the frame
+    double visibleThirds[kGridSide];  // width of a stamp that the next one does not overwrite
+    double centreThirds[kGridSide];   // of the cells, so that sample s lies at s
+    double centreX[kGridSide];        // of the cells, in pixels of the frame
     double centreY[kGridSide];
+    int top[kGridSide];  // of the stamps
+    int visibleHeight[kGridSide];
     int cellRow;  // that the rows have reached
     double sums[kCellCount];
-    std::int64_t weights[kCellCount];  // samples: nine of a whole pixel
+    double weights[kCellCount];  // samples, whole numbers: nine of a whole pixel
 
     // Starts over. A candidate that does not meet the plane gets an empty frame.
     void Place(const CBxRect<double>& candidate, const CBxSize<int>& stamp, const SBxStampRow* rows,
@@ -50,5 +42,5 @@ struct SBxCandidateCells {
 
 private:
     void AddLine(const double* prefix, const SBxStampRow& stamp, int line);
-    SBxSamples SamplesOnLine(int column, int line, double reachInThirds) const;
+    void AddByFormula(const double* prefix, const SBxStampRow& stamp, int line, int column);
 };

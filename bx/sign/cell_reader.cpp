@@ -113,6 +113,6 @@ unsigned char CBxCellReader::Read(CBxRowSource& blue, double zoom, const CBxStop
 void CBxCellReader::Means(double* means, unsigned int candidate) const {
     const SBxCandidateCells& read = m_Candidates[candidate];
     for (int cell = 0; cell < kCellCount; ++cell) {
-        means[cell] = read.sums[cell] / static_cast<double>(read.weights[cell]);
+        means[cell] = read.sums[cell] / read.weights[cell];
     }
 }
