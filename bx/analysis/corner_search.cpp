@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <memory>
 #include <new>
 
@@ -20,8 +19,10 @@ namespace {
 
 constexpr int kStripWidth = 1024;  // columns that are searched at a time
 constexpr int kBandHeight = 64;    // rows that are searched at a time
-constexpr int kMargin = 8;         // pixels around a block that its corners depend on, rounded up to a cell of bounds
-constexpr int kBoundsCell = 8;     // pixels along a cell of the range and gradient bounds
+constexpr int kReachBefore = 6;    // pixels in front of a maximum that its fit depends on, in rows and in columns
+constexpr int kReachBehind = 7;    // and behind it
+constexpr int kMargin = 8;         // room for them around a band of a strip
+constexpr int kBoundsCell = 8;     // pixels along a cell of the gradient bounds
 constexpr int kBlock = 16;         // pixels along a block that is searched or left out
 constexpr int kBlockCells = kBlock / kBoundsCell;
 
@@ -69,26 +70,28 @@ struct SBlocks {
 // Which blocks of a band have to be looked at.
 class CBlockMap {
 public:
-    void Clear() { std::memset(m_bActive, 0, sizeof m_bActive); }
-    void Mark(int row, int column) { m_bActive[row][column] = true; }
-    bool IsMarked(int row, int column) const { return m_bActive[row][column]; }
+    void Mark(int row, int column) {
+        m_bMarked[row][column] = true;
+        m_bColumnMarked[column] = true;
+    }
+    bool IsMarked(int row, int column) const { return m_bMarked[row][column]; }
 
-    // Calls `visit` for runs of neighbouring block columns, each with the rows that its marks span.
+    // Calls `visit` for runs of neighbouring marked columns from `first` up to `end`, each with the rows that its marks
+    // span.
     template <typename Visit>
-    void ForEachRun(Visit visit) const {
-        for (int column = 0; column < kBlockColumns; ++column) {
-            if (!ColumnIsMarked(column)) {
+    void ForEachRun(int first, int end, Visit visit) const {
+        for (int column = first; column < end; ++column) {
+            if (!m_bColumnMarked[column]) {
                 continue;
             }
             SBlocks run{column, column, kBlockRows, 0};
-            while (run.right < kBlockColumns && ColumnIsMarked(run.right)) {
+            for (; run.right < end && m_bColumnMarked[run.right]; ++run.right) {
                 for (int row = 0; row < kBlockRows; ++row) {
-                    if (m_bActive[row][run.right]) {
+                    if (m_bMarked[row][run.right]) {
                         run.top = std::min(run.top, row);
                         run.bottom = std::max(run.bottom, row + 1);
                     }
                 }
-                ++run.right;
             }
             visit(run);
             column = run.right;
@@ -96,16 +99,8 @@ public:
     }
 
 private:
-    bool ColumnIsMarked(int column) const {
-        for (int row = 0; row < kBlockRows; ++row) {
-            if (m_bActive[row][column]) {
-                return true;
-            }
-        }
-        return false;
-    }
-
-    bool m_bActive[kBlockRows][kBlockColumns];
+    bool m_bMarked[kBlockRows][kBlockColumns] = {};
+    bool m_bColumnMarked[kBlockColumns] = {};
 };
 
 // Buffers of one walk. Buffer column 0 is kMargin left of the strip, buffer row 0 kMargin above the band.
@@ -160,95 +155,79 @@ public:
 private:
     unsigned char RunStrip(int left) {
         m_iLeft = left;
-        m_iFirstColumn = std::max(0, left - kMargin);
-        m_iEndColumn = std::min(m_iWidth, left + kStripWidth + kMargin);
-        m_Source.BeginStrip(m_iFirstColumn, m_iEndColumn - m_iFirstColumn);
-        for (int top = 0; top < m_iHeight; top += kBandHeight) {
+        for (m_iTop = 0; m_iTop < m_iHeight; m_iTop += kBandHeight) {
             if (m_pStop != nullptr && m_pStop->Stopped()) {
                 return kBxFailure;
             }
-            m_iTop = top;
-            FillBand();
-            for (int half = 0; half < 2; ++half) {
-                if (m_pLists[half] != nullptr && !SearchBand(half)) {
-                    return kBxOutOfMemory;
-                }
+            if (!SearchBand()) {
+                return kBxOutOfMemory;
             }
         }
         return kBxSuccess;
     }
 
-    // Brings the rows top - kMargin .. top + kBandHeight + kMargin into the buffer and bounds them cell by cell.
-    void FillBand() {
-        if (m_iTop > 0) {
-            std::memmove(m_Buffers.PlaneRow(0), m_Buffers.PlaneRow(kBandHeight),
-                         sizeof(float) * kRowPitch * 2 * kMargin);
-            std::memmove(m_fLow[0], m_fLow[kBandHeight / kBoundsCell], sizeof m_fLow[0] * 2);
-            std::memmove(m_fHigh[0], m_fHigh[kBandHeight / kBoundsCell], sizeof m_fHigh[0] * 2);
-        }
-        const int firstCellRow = m_iTop > 0 ? 2 * kMargin / kBoundsCell : 0;
-        for (int cellRow = firstCellRow; cellRow < kCellRows; ++cellRow) {
-            FillCellRow(cellRow);
-        }
-    }
-
-    void FillCellRow(int cellRow) {
-        float* low = m_Buffers.ShortRow(0);
-        float* high = m_Buffers.ShortRow(1);
-        std::fill(low, low + kBufferWidth, std::numeric_limits<float>::infinity());
-        std::fill(high, high + kBufferWidth, -std::numeric_limits<float>::infinity());
-        const int offset = m_iFirstColumn - (m_iLeft - kMargin);
-        const auto count = static_cast<std::size_t>(m_iEndColumn - m_iFirstColumn);
-        for (int row = cellRow * kBoundsCell; row < (cellRow + 1) * kBoundsCell; ++row) {
-            const int y = m_iTop - kMargin + row;
-            if (y < 0 || y >= m_iHeight) {
-                continue;
-            }
-            float* line = m_Buffers.PlaneRow(row) + offset;
-            m_Source.Row(line, y);
-            m_Kernels.Bounds(low + offset, high + offset, line, count);
-        }
-        for (int cell = 0; cell < kCellColumns; ++cell) {
-            float cellLow = low[cell * kBoundsCell];
-            float cellHigh = high[cell * kBoundsCell];
-            for (int i = 1; i < kBoundsCell; ++i) {
-                cellLow = std::min(cellLow, low[cell * kBoundsCell + i]);
-                cellHigh = std::max(cellHigh, high[cell * kBoundsCell + i]);
-            }
-            m_fLow[cellRow][cell] = cellLow;
-            m_fHigh[cellRow][cell] = cellHigh;
-        }
-    }
-
-    bool SearchBand(int half) {
-        CBxCandidateList& list = *m_pLists[half];
-        CBlockMap map;
-        map.Clear();
+    // Looks at the blocks of one band of the strip.
+    bool SearchBand() {
+        CBlockMap maps[2];
+        CBlockMap either;
         for (int row = 0; row < kBlockRows; ++row) {
             for (int column = 0; column < kBlockColumns; ++column) {
-                if (RangeMayHoldCorner(row, column, half, list.Bar())) {
-                    map.Mark(row, column);
+                const CBxRect<int> area = PlaneAreaOfBlock(row, column);
+                if (area.IsEmpty()) {
+                    continue;
+                }
+                const CBxRowSource::SRange range = m_Source.RangeOf(area);
+                for (int half = 0; half < 2; ++half) {
+                    if (m_pLists[half] != nullptr && RangeMayHoldCorner(range, half, m_pLists[half]->Bar())) {
+                        maps[half].Mark(row, column);
+                        either.Mark(row, column);
+                    }
                 }
             }
         }
         bool memory = true;
-        map.ForEachRun([&](const SBlocks& run) { memory = memory && SearchRun(run, map, half, list); });
-        list.RaiseBar();
+        either.ForEachRun(0, kBlockColumns, [&](const SBlocks& run) {
+            FillRun(run);
+            for (int half = 0; half < 2; ++half) {
+                maps[half].ForEachRun(run.left, run.right, [&](const SBlocks& part) {
+                    memory = memory && SearchRun(part, maps[half], half, *m_pLists[half]);
+                });
+            }
+        });
+        for (CBxCandidateList* list : m_pLists) {
+            if (list != nullptr) {
+                list->RaiseBar();
+            }
+        }
         return memory;
     }
 
-    bool RangeMayHoldCorner(int blockRow, int blockColumn, int half, float bar) const {
-        const STones tones = kTonesOfHalf[half];
-        float low = std::numeric_limits<float>::infinity();
-        float high = -low;
-        for (int row = blockRow * kBlockCells; row < (blockRow + 1) * kBlockCells + 2; ++row) {
-            for (int column = blockColumn * kBlockCells; column < (blockColumn + 1) * kBlockCells + 2; ++column) {
-                low = std::min(low, m_fLow[row][column]);
-                high = std::max(high, m_fHigh[row][column]);
-            }
+    // The pixels that the corners of a block depend on; empty for a block outside the area of maxima.
+    CBxRect<int> PlaneAreaOfBlock(int row, int column) const {
+        const CBxRect<int> area = BufferArea({column, column + 1, row, row + 1});
+        if (area.IsEmpty()) {
+            return area;
         }
-        const double range = static_cast<double>(std::clamp(high, tones.low, tones.high)) -
-                             static_cast<double>(std::clamp(low, tones.low, tones.high));
+        const int x = m_iLeft - kMargin;
+        const int y = m_iTop - kMargin;
+        return {x + area.left - kReachBefore, y + area.top - kReachBefore, x + area.right + kReachBehind,
+                y + area.bottom + kReachBehind};
+    }
+
+    // Brings the pixels that a run depends on into the buffer.
+    void FillRun(const SBlocks& run) {
+        const CBxRect<int> area = BufferArea(run);
+        const int first = area.left - kReachBefore;
+        m_Source.BeginStrip(m_iLeft - kMargin + first, area.Width() + kReachBefore + kReachBehind);
+        for (int row = area.top - kReachBefore; row < area.bottom + kReachBehind; ++row) {
+            m_Source.Row(m_Buffers.PlaneRow(row) + first, m_iTop - kMargin + row);
+        }
+    }
+
+    bool RangeMayHoldCorner(const CBxRowSource::SRange& bounds, int half, float bar) const {
+        const STones tones = kTonesOfHalf[half];
+        const double range = static_cast<double>(std::clamp(bounds.high, tones.low, tones.high)) -
+                             static_cast<double>(std::clamp(bounds.low, tones.low, tones.high));
         if (!(range > 0.0)) {
             return false;
         }
@@ -282,10 +261,9 @@ private:
         }
         SmoothArea(area, kTonesOfHalf[half]);
         CBlockMap gradientMap;
-        gradientMap.Clear();
         BoundGradients(area, run, map, gradientMap, list.Bar());
         bool memory = true;
-        gradientMap.ForEachRun([&](const SBlocks& inner) {
+        gradientMap.ForEachRun(run.left, run.right, [&](const SBlocks& inner) {
             const CBxRect<int> innerArea = BufferArea(inner);
             memory = memory && (innerArea.IsEmpty() || SearchArea(innerArea, list));
         });
@@ -460,13 +438,9 @@ private:
     CBxCandidateList* m_pLists[2] = {nullptr, nullptr};
 
     SBuffers m_Buffers;
-    float m_fLow[kCellRows][kCellColumns];
-    float m_fHigh[kCellRows][kCellColumns];
     SGradientBounds m_Gradients[kCellRows][kCellColumns];
-    int m_iLeft = 0;         // of the strip, in the plane
-    int m_iFirstColumn = 0;  // of the strip with its margins, cut to the plane
-    int m_iEndColumn = 0;
-    int m_iTop = 0;  // of the band
+    int m_iLeft = 0;  // of the strip, in the plane
+    int m_iTop = 0;   // of the band
 };
 
 }  // namespace

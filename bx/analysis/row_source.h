@@ -1,13 +1,22 @@
-// Where the rows of a plane come from: a plane in memory, or one that is made row by row and never held.
+// Where the rows of a plane come from: a plane in memory, or one that is made piece by piece and never held.
 #pragma once
 
-// Gives rows of a plane of floats, strip by strip. One object serves one thread.
+#include "geometry.h"
+
+// Gives parts of the rows of a plane of floats. One object serves one thread.
 class CBxRowSource {
 public:
+    struct SRange {
+        float low;
+        float high;
+    };
+
     virtual ~CBxRowSource() = default;
 
     // Starts a strip of `width` columns from `left`; the rows of a strip are asked for in ascending order.
     virtual void BeginStrip(int left, int width) = 0;
     // Writes the strip's part of a row.
     virtual void Row(float* out, int row) = 0;
+    // Bounds of the values in an area of the plane; they may be wider than the values.
+    virtual SRange RangeOf(const CBxRect<int>& area) const = 0;
 };

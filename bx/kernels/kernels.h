@@ -47,17 +47,16 @@ struct SBxKernels {
     // out[i] = (a[i] + b[i]) / 2.
     void (*Mean)(float* out, const float* a, const float* b, std::size_t count);
 
-    // out[i] = weights[0][i] * in[first[i] - origin] + ... over `tapCount` neighbouring samples, in double.
+    // out[i] = weights[0][i] * in[first[i] - origin] + ... over `tapCount` neighbouring samples, in double. `first`
+    // ascends; `in` can be read, though it is not used, for 16 samples from the first tap of every sample on.
     void (*ResampleAlong)(double* out, const double* in, int origin, const int* first, const double* const* weights,
                           int tapCount, std::size_t count);
     // out[i] = weights[0] * rows[0][i] + ... over `rowCount` rows, in double, rounded once.
     void (*ResampleAcross)(float* out, const double* const* rows, const double* weights, int rowCount,
                            std::size_t count);
-    // out[i] = component `component` of pixel i of a row of three bytes a pixel.
-    void (*Widen)(double* out, const unsigned char* pixels, int component, std::size_t count);
+    // out[i] = in[i].
+    void (*Widen)(double* out, const unsigned char* in, std::size_t count);
 
-    // low[i] = min(low[i], in[i]), high[i] = max(high[i], in[i]).
-    void (*Bounds)(float* low, float* high, const float* in, std::size_t count);
     // With dx = row[i + 1] - row[i] and dy = next[i] - row[i]: xx, yy and trace take the larger of themselves and dx^2,
     // dy^2 and dx^2 + dy^2. `row` holds count + 1 samples.
     void (*GradientBounds)(float* xx, float* yy, float* trace, const float* row, const float* next, std::size_t count);

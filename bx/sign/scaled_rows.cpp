@@ -69,12 +69,13 @@ bool CBxColumnWeights::Prepare(int sourceWidth, double zoom) {
     return true;
 }
 
-CBxScaledRows::CBxScaledRows(const SBxPicBuf& picture, const CBxColumnWeights& columns, double zoom, EChannel channel)
+CBxScaledRows::CBxScaledRows(const CBxSearchPicture& picture, const CBxColumnWeights& columns, double zoom,
+                             EChannel channel)
     : m_Picture(picture),
       m_Columns(columns),
       m_dStep(1.0 / zoom),
       m_eChannel(channel),
-      m_iScaledHeight(static_cast<int>(picture.m_iHeight * zoom)),
+      m_iScaledHeight(static_cast<int>(picture.Height() * zoom)),
       m_Kernels(BX_Kernels()) {
     std::fill(m_iRingRow, m_iRingRow + kRing, -1);
 }
@@ -82,7 +83,7 @@ CBxScaledRows::CBxScaledRows(const SBxPicBuf& picture, const CBxColumnWeights& c
 bool CBxScaledRows::Prepare() {
     const auto width = static_cast<std::size_t>(m_Columns.ScaledWidth());
     const auto ringRows = static_cast<std::size_t>(kRing * Components());
-    return m_Source.Allocate(static_cast<std::size_t>(m_Picture.m_iWidth) + kMostTaps) &&
+    return m_Source.Allocate(static_cast<std::size_t>(m_Picture.Width()) + kReadAhead) &&
            m_Ring.Allocate(width * ringRows) && m_Scratch.Allocate(2 * width);
 }
 
@@ -105,15 +106,16 @@ void CBxScaledRows::MakeSourceRow(int sourceRow) {
     m_iRingRow[sourceRow % kRing] = sourceRow;
     const int firstSource = m_Columns.First()[m_iLeft];
     const int endSource = m_Columns.First()[m_iLeft + m_iWidth - 1] + m_Columns.Taps();
-    const int present = std::min(endSource, m_Picture.m_iWidth) - firstSource;
+    const int present = std::min(endSource, m_Picture.Width()) - firstSource;
     const double* weights[kMostTaps];
     for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
         weights[tap] = m_Columns.OfTap(tap) + m_iLeft;
     }
-    const unsigned char* pixels = BX_PicRow<unsigned char>(m_Picture, sourceRow) + std::ptrdiff_t{3} * firstSource;
     for (int component = 0; component < Components(); ++component) {
-        const int byteOfPixel = m_eChannel == EChannel::Blue ? 0 : component + 1;
-        m_Kernels.Widen(m_Source.Data(), pixels, byteOfPixel, static_cast<std::size_t>(present));
+        const auto plane = static_cast<CBxSearchPicture::EComponent>(
+            m_eChannel == EChannel::Blue ? CBxSearchPicture::Blue : CBxSearchPicture::Green + component);
+        m_Kernels.Widen(m_Source.Data(), m_Picture.Row(plane, sourceRow) + firstSource,
+                        static_cast<std::size_t>(present));
         // Taps behind the last column carry no weight, or stand for that column.
         std::fill(m_Source.Data() + present, m_Source.Data() + (endSource - firstSource), m_Source[present - 1]);
         m_Kernels.ResampleAlong(RingRow(component, sourceRow), m_Source.Data(), firstSource,
@@ -124,10 +126,10 @@ void CBxScaledRows::MakeSourceRow(int sourceRow) {
 
 void CBxScaledRows::Row(float* out, int row) {
     const int taps = TapsOfStep(m_dStep);
-    const STaps vertical = RowTaps(row, m_dStep, m_Picture.m_iHeight, taps);
+    const STaps vertical = RowTaps(row, m_dStep, m_Picture.Height(), taps);
     const double* rows[2][kMostTaps];
     for (int tap = 0; tap < taps; ++tap) {
-        const int sourceRow = std::min(vertical.first + tap, m_Picture.m_iHeight - 1);
+        const int sourceRow = std::min(vertical.first + tap, m_Picture.Height() - 1);
         MakeSourceRow(sourceRow);
         for (int component = 0; component < Components(); ++component) {
             rows[component][tap] = RingRow(component, sourceRow);
@@ -145,14 +147,12 @@ void CBxScaledRows::Row(float* out, int row) {
     m_Kernels.Mean(out, green, red, width);
 }
 
-void CBxPictureRows::BeginStrip(int left, int width) {
-    m_iLeft = left;
-    m_iWidth = width;
-}
-
-void CBxPictureRows::Row(float* out, int row) {
-    const unsigned char* pixel = BX_PicRow<unsigned char>(m_Picture, row) + std::ptrdiff_t{3} * m_iLeft;
-    for (int x = 0; x < m_iWidth; ++x, pixel += 3) {
-        out[x] = static_cast<float>(pixel[1] + pixel[2]) / 2.0f;
-    }
+CBxRowSource::SRange CBxScaledRows::RangeOf(const CBxRect<int>& area) const {
+    // A sample lies between the source samples that it is made of, except in front of the first row, where no corner
+    // is.
+    const auto first = [this](int target) { return static_cast<int>(std::floor((target + 0.5) * m_dStep - 0.5)) - 1; };
+    const auto end = [this](int target) { return static_cast<int>(std::ceil((target + 0.5) * m_dStep + 0.5)) + 2; };
+    const CBxSearchPicture::SRange range =
+        m_Picture.RangeOf({first(area.left), first(area.top), end(area.right - 1), end(area.bottom - 1)});
+    return {static_cast<float>(range.low) / 2.0f, static_cast<float>(range.high) / 2.0f};
 }

@@ -6,8 +6,8 @@
 
 #include "heap_array.h"
 #include "kernels.h"
-#include "pic_buf.h"
 #include "row_source.h"
+#include "search_picture.h"
 
 // How the columns of a scaled picture are made of source columns. Made once for a zoom.
 class CBxColumnWeights {
@@ -27,12 +27,12 @@ private:
     CBxHeapArray<double> m_Weights;  // tap after tap; the weights of a column sum to 1
 };
 
-// The mean of green and red, or blue, of a 3_8 picture scaled by `zoom`. The picture and the weights outlive it.
+// The mean of green and red, or blue, of a picture scaled by `zoom`. The picture and the weights outlive it.
 class CBxScaledRows : public CBxRowSource {
 public:
     enum class EChannel { Blue, MeanOfGreenAndRed };
 
-    CBxScaledRows(const SBxPicBuf& picture, const CBxColumnWeights& columns, double zoom, EChannel channel);
+    CBxScaledRows(const CBxSearchPicture& picture, const CBxColumnWeights& columns, double zoom, EChannel channel);
 
     // False without memory.
     [[nodiscard]] bool Prepare();
@@ -42,16 +42,20 @@ public:
 
     void BeginStrip(int left, int width) override;
     void Row(float* out, int row) override;
+    // For the mean of green and red only.
+    SRange RangeOf(const CBxRect<int>& area) const override;
 
 private:
     static constexpr int kMostTaps = 16;
     static constexpr int kRing = kMostTaps;  // source rows kept
+    // Source samples behind the last one that may be read, though with no weight.
+    static constexpr int kReadAhead = kMostTaps + 16;
 
     int Components() const { return m_eChannel == EChannel::Blue ? 1 : 2; }
     double* RingRow(int component, int sourceRow);
     void MakeSourceRow(int sourceRow);
 
-    const SBxPicBuf& m_Picture;
+    const CBxSearchPicture& m_Picture;
     const CBxColumnWeights& m_Columns;
     double m_dStep;
     EChannel m_eChannel;
@@ -62,19 +66,6 @@ private:
     CBxHeapArray<double> m_Ring;    // source rows resampled along the strip
     CBxHeapArray<float> m_Scratch;
     int m_iRingRow[kRing];  // which source row stands in each place
-    int m_iLeft = 0;
-    int m_iWidth = 0;
-};
-
-// The mean of green and red of a 3_8 picture as it is.
-class CBxPictureRows : public CBxRowSource {
-public:
-    explicit CBxPictureRows(const SBxPicBuf& picture) : m_Picture(picture) {}
-    void BeginStrip(int left, int width) override;
-    void Row(float* out, int row) override;
-
-private:
-    const SBxPicBuf& m_Picture;
     int m_iLeft = 0;
     int m_iWidth = 0;
 };

@@ -5,10 +5,11 @@
 #include "cell_grid.h"
 #include "corner_detector.h"
 #include "float_filters.h"
-#include "heap_array.h"
+#include "important_rectangles.h"
 #include "owned_pic.h"
 #include "pic_buf_api.h"
 #include "result.h"
+#include "scaled_rows.h"
 #include "sign_block.h"
 #include "sign_format.h"
 #include "sign_op.h"
@@ -17,24 +18,26 @@ namespace {
 
 constexpr unsigned int kRectangleRoom = 80;
 constexpr unsigned int kAnchorRoom = 50;
+constexpr double kUnscaled = 1.0;
 constexpr int kWorkingMargin = 7;  // pixels around a carrier that its smoothing sees
 constexpr int kMostPasses = 100;
 constexpr double kSettledChange = 0.05;
 
 // Finds the carriers of a picture.
-unsigned char FindCarriers(SBxSignRun& run, CBxRect<double>* carriers, unsigned int& count, SBxPicBuf& picture) {
-    CBxOwnedPic plane;
-    if (plane.Allocate(picture.m_iWidth, picture.m_iHeight, 3, 32) != kBxSuccess) {
+unsigned char FindCarriers(SBxSignRun& run, CBxRect<double>* carriers, unsigned int& count, const SBxPicBuf& picture) {
+    CBxSearchPicture shared;
+    CBxColumnWeights columns;
+    if (!shared.Prepare(picture) || !columns.Prepare(picture.m_iWidth, kUnscaled)) {
         return kBxOutOfMemory;
     }
-    CBxSignOp::Convert3x8_Float(plane.Pic(), picture);
-    if (CBxSignOp::ConvertComp1Float23(plane.Pic()) != kBxSuccess) {
+    CBxScaledRows mean(shared, columns, kUnscaled, CBxScaledRows::EChannel::MeanOfGreenAndRed);
+    if (!mean.Prepare()) {
         return kBxOutOfMemory;
     }
     CBxPoint<double> anchors[kAnchorRoom];
     unsigned int anchorCount = 0;
-    const unsigned char result =
-        CBxSignOp::GetAllImportantRectangles(run, carriers, count, &plane.Pic(), anchors, anchorCount, false, 1.0);
+    const unsigned char result = BX_FindImportantRectangles(
+        run, carriers, count, mean, {picture.m_iWidth, picture.m_iHeight}, anchors, anchorCount, false, kUnscaled);
     if (result != kBxSuccess) {
         return result;
     }

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 
 #include "carrier_choice.h"
 #include "corner_detector.h"
@@ -121,6 +122,17 @@ public:
     void Row(float* out, int row) override {
         const float* from = BX_PicRow<float>(m_Plane, row) + m_iLeft;
         std::copy(from, from + m_iWidth, out);
+    }
+    SRange RangeOf(const CBxRect<int>& area) const override {
+        SRange range{std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity()};
+        for (int y = area.top; y < area.bottom; ++y) {
+            const float* row = BX_PicRow<float>(m_Plane, y);
+            for (int x = area.left; x < area.right; ++x) {
+                range.low = std::min(range.low, row[x]);
+                range.high = std::max(range.high, row[x]);
+            }
+        }
+        return range;
     }
 
 private:

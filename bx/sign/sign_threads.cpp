@@ -36,7 +36,7 @@ bool Aborted(const SBxSignRun& run) {
 unsigned char RunPosition(SBxZoomThread& thread, unsigned int position) {
     const double zoom = BX_ZoomOfIndex(thread.m_uiOrder[position]);
     const unsigned char result =
-        BX_SearchZoom(*thread.m_pRun, thread.m_pPicture, thread.m_pResult, thread.m_Finding, zoom);
+        BX_SearchZoom(*thread.m_pRun, *thread.m_pPicture, thread.m_pResult, thread.m_Finding, zoom);
     if (result == kBxSuccess) {
         thread.m_pRun->m_iStopDetecting.store(static_cast<std::int32_t>(thread.m_uiThread), std::memory_order_relaxed);
     } else if (result == kBxOutOfMemory) {
@@ -88,7 +88,7 @@ struct SThreadedSearch {
     pthread_t handles[CBxSignOp::kMostThreads];
     bool started[CBxSignOp::kMostThreads];
 
-    SThreadedSearch(SBxSignRun& run, SBxPicBuf* picture) : shares{}, blocks{}, handles{}, started{} {
+    SThreadedSearch(SBxSignRun& run, const CBxSearchPicture* picture) : shares{}, blocks{}, handles{}, started{} {
         for (unsigned int t = 0; t < run.m_uiNoOfThreads; ++t) {
             SBxZoomThread& share = shares[t];
             share = {t, run.m_uiNoOfThreads, kZooms, blocks[t], picture, {}, &run, {}, false};
@@ -143,13 +143,17 @@ unsigned char CBxSignOp::ExtractTextFromPicture_1thread(SBxPicBuf* picture, char
 }
 
 unsigned char CBxSignOp::ExtractTextFromPicture_1thread(SBxSignRun& run, SBxPicBuf* picture, char* text) {
+    CBxSearchPicture shared;
+    if (!shared.Prepare(*picture)) {
+        return kBxOutOfMemory;
+    }
     unsigned char result = kBxFailure;
     for (unsigned int index = 0; index < kZooms; ++index) {
         if (Aborted(run)) {
             return kBxFailure;
         }
         const double zoom = BX_ZoomOfIndex(index);
-        result = ExtractTextFromPictureWithZoom(run, picture, text, zoom);
+        result = BX_SearchZoom(run, shared, text, run.m_Finding, zoom);
         if (result == kBxSuccess) {
             return result;
         }
@@ -168,7 +172,11 @@ unsigned char CBxSignOp::ExtractTextFromPicture_Nthread(SBxPicBuf* picture, char
 
 unsigned char CBxSignOp::ExtractTextFromPicture_Nthread(SBxSignRun& run, SBxPicBuf* picture, char* text) {
     run.m_uiNoOfThreads = std::clamp(run.m_uiNoOfThreads, 1U, kMostThreads);
-    SThreadedSearch search(run, picture);
+    CBxSearchPicture shared;
+    if (!shared.Prepare(*picture)) {
+        return kBxOutOfMemory;
+    }
+    SThreadedSearch search(run, &shared);
     if (search.RunAll(run.m_uiNoOfThreads) == kBxOutOfMemory) {
         return kBxOutOfMemory;
     }

@@ -25,7 +25,7 @@ bool Ended(const SBxSignRun& run) {
 
 // The candidate rectangles of a scaled picture, the whole of it last.
 unsigned char FindCandidates(SBxSignRun& run, CBxRect<double>* candidates, unsigned int& count,
-                             const SBxPicBuf& picture, const CBxColumnWeights& columns, double zoom) {
+                             const CBxSearchPicture& picture, const CBxColumnWeights& columns, double zoom) {
     CBxScaledRows mean(picture, columns, zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
     CBxPoint<double> anchors[kAnchorRoom];
     unsigned int anchorCount = 0;
@@ -45,7 +45,7 @@ unsigned char FindCandidates(SBxSignRun& run, CBxRect<double>* candidates, unsig
 
 // Reads the cells of all candidates.
 unsigned char ReadCells(SBxSignRun& run, CBxCellReader& cells, const CBxRect<double>* candidates, unsigned int count,
-                        const SBxPicBuf& picture, const CBxColumnWeights& columns, double zoom) {
+                        const CBxSearchPicture& picture, const CBxColumnWeights& columns, double zoom) {
     CBxScaledRows blue(picture, columns, zoom, CBxScaledRows::EChannel::Blue);
     const CBxRunStop stop(run, EBxStopOn::AbortOrFound);
     const unsigned char result = blue.Prepare() && cells.Prepare(candidates, count, blue.Width(), blue.Height())
@@ -67,10 +67,10 @@ SBxReadBlock DecodeCells(const double* means) {
     return BX_DecodeSign(block);
 }
 
-SBxFinding MakeFinding(const CBxRect<double>& candidate, double zoom, const SBxPicBuf& picture,
+SBxFinding MakeFinding(const CBxRect<double>& candidate, double zoom, const CBxSearchPicture& picture,
                        unsigned int correctedBits) {
-    const double width = picture.m_iWidth;
-    const double height = picture.m_iHeight;
+    const double width = picture.Width();
+    const double height = picture.Height();
     return {zoom,
             {candidate.left / zoom, candidate.top / zoom, std::min(width, candidate.right / zoom),
              std::min(height, candidate.bottom / zoom)},
@@ -79,7 +79,7 @@ SBxFinding MakeFinding(const CBxRect<double>& candidate, double zoom, const SBxP
 
 // Decodes the candidates in order until one is accepted.
 unsigned char DecodeCandidates(SBxSignRun& run, char* block, SBxFinding& finding, const CBxCellReader& cells,
-                               const CBxRect<double>* candidates, unsigned int count, const SBxPicBuf& picture,
+                               const CBxRect<double>* candidates, unsigned int count, const CBxSearchPicture& picture,
                                double zoom) {
     for (unsigned int i = 0; i < count; ++i) {
         if (Ended(run)) {
@@ -101,11 +101,12 @@ unsigned char DecodeCandidates(SBxSignRun& run, char* block, SBxFinding& finding
 
 }  // namespace
 
-unsigned char BX_SearchZoom(SBxSignRun& run, SBxPicBuf* picture, char* block, SBxFinding& finding, double zoom) {
+unsigned char BX_SearchZoom(SBxSignRun& run, const CBxSearchPicture& picture, char* block, SBxFinding& finding,
+                            double zoom) {
     if (run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0) {
         return kBxFailure;
     }
-    if (static_cast<double>(picture->m_iWidth) * picture->m_iHeight * zoom * zoom > kMostPixelsToSearch) {
+    if (static_cast<double>(picture.Width()) * picture.Height() * zoom * zoom > kMostPixelsToSearch) {
         CBxSignOp::LogInfoDetail("Detection with zoom %.2lf: Too large picture!", zoom);
         return kBxFailure;
     }
@@ -118,22 +119,22 @@ unsigned char BX_SearchZoom(SBxSignRun& run, SBxPicBuf* picture, char* block, SB
         return kBxFailure;
     }
     CBxColumnWeights columns;
-    if (!columns.Prepare(picture->m_iWidth, zoom)) {
+    if (!columns.Prepare(picture.Width(), zoom)) {
         return kBxOutOfMemory;
     }
     CBxRect<double> candidates[kCandidateRoom];
     unsigned int count = 0;
-    unsigned char result = FindCandidates(run, candidates, count, *picture, columns, zoom);
+    unsigned char result = FindCandidates(run, candidates, count, picture, columns, zoom);
     if (result != kBxSuccess) {
         return result;
     }
     CBxSignOp::ReduceNumbersOfRectanglesX(candidates, count);
     CBxCellReader cells;
-    result = ReadCells(run, cells, candidates, count, *picture, columns, zoom);
+    result = ReadCells(run, cells, candidates, count, picture, columns, zoom);
     if (result != kBxSuccess) {
         return result;
     }
-    return DecodeCandidates(run, block, finding, cells, candidates, count, *picture, zoom);
+    return DecodeCandidates(run, block, finding, cells, candidates, count, picture, zoom);
 }
 
 unsigned char CBxSignOp::ExtractTextFromPictureWithZoom(SBxPicBuf* picture, char* block, double zoom) {
@@ -141,7 +142,11 @@ unsigned char CBxSignOp::ExtractTextFromPictureWithZoom(SBxPicBuf* picture, char
 }
 
 unsigned char CBxSignOp::ExtractTextFromPictureWithZoom(SBxSignRun& run, SBxPicBuf* picture, char* block, double zoom) {
-    return BX_SearchZoom(run, picture, block, run.m_Finding, zoom);
+    if (picture == nullptr || block == nullptr) {
+        return kBxFailure;
+    }
+    CBxSearchPicture shared;
+    return shared.Prepare(*picture) ? BX_SearchZoom(run, shared, block, run.m_Finding, zoom) : kBxOutOfMemory;
 }
 
 unsigned char CBxSignOp::ExtractTextFromPictureWithZoom(SBxPicBuf* picture, double zoom, char* text) {

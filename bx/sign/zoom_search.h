@@ -1,7 +1,7 @@
 // The search of one zoom, and what the threads of a search are told.
 #pragma once
 
-#include "pic_buf.h"
+#include "search_picture.h"
 #include "sign_format.h"
 #include "sign_run.h"
 
@@ -12,8 +12,8 @@
 //
 // 0 found; 1 not found, aborted, stopped, or the scaled picture has more than kMostPixelsToSearch pixels; 6 no memory.
 // Threads may search zooms of one picture side by side, each with a block and a finding of its own.
-[[nodiscard]] unsigned char BX_SearchZoom(SBxSignRun& run, SBxPicBuf* picture, char* block, SBxFinding& finding,
-                                          double zoom);
+[[nodiscard]] unsigned char BX_SearchZoom(SBxSignRun& run, const CBxSearchPicture& picture, char* block,
+                                          SBxFinding& finding, double zoom);
 
 // The share of one thread. Owned by the operation that starts the threads, which outlives them.
 struct SBxZoomThread {
@@ -21,7 +21,7 @@ struct SBxZoomThread {
     unsigned int m_uiStep;     // number of threads
     unsigned int m_uiEntries;  // of the schedule
     char* m_pResult;           // its own block
-    SBxPicBuf* m_pPicture;
+    const CBxSearchPicture* m_pPicture;
     unsigned int m_uiOrder[kZooms];  // the schedule: zoom indices
     SBxSignRun* m_pRun;
     SBxFinding m_Finding;

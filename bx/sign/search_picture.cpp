@@ -1,0 +1,64 @@
+#include "search_picture.h"
+
+#include <algorithm>
+#include <cstddef>
+
+bool CBxSearchPicture::Prepare(const SBxPicBuf& picture) {
+    m_iWidth = picture.m_iWidth;
+    m_iHeight = picture.m_iHeight;
+    m_iCellsPerRow = (m_iWidth + kCell - 1) / kCell;
+    const auto cellRows = static_cast<std::size_t>((m_iHeight + kCell - 1) / kCell);
+    const auto pixels = static_cast<std::size_t>(m_iWidth) * static_cast<std::size_t>(m_iHeight);
+    if (!m_Planes.Allocate(3 * pixels) || !m_Cells.Allocate(cellRows * static_cast<std::size_t>(m_iCellsPerRow))) {
+        return false;
+    }
+    std::fill(m_Cells.Data(), m_Cells.Data() + m_Cells.Size(), SRange{0xFFFF, 0});
+    for (int row = 0; row < m_iHeight; ++row) {
+        SplitRow(picture, row);
+        BoundRow(row);
+    }
+    return true;
+}
+
+void CBxSearchPicture::SplitRow(const SBxPicBuf& picture, int row) {
+    const unsigned char* from = BX_PicRow<unsigned char>(picture, row);
+    unsigned char* blue = m_Planes.Data() + static_cast<std::ptrdiff_t>(row) * m_iWidth;
+    unsigned char* green = blue + static_cast<std::ptrdiff_t>(m_iHeight) * m_iWidth;
+    unsigned char* red = green + static_cast<std::ptrdiff_t>(m_iHeight) * m_iWidth;
+    for (int x = 0; x < m_iWidth; ++x) {
+        blue[x] = from[3 * x];
+        green[x] = from[3 * x + 1];
+        red[x] = from[3 * x + 2];
+    }
+}
+
+void CBxSearchPicture::BoundRow(int row) {
+    const unsigned char* green = Row(Green, row);
+    const unsigned char* red = Row(Red, row);
+    SRange* cells = m_Cells.Data() + static_cast<std::ptrdiff_t>(row / kCell) * m_iCellsPerRow;
+    for (int cell = 0; cell < m_iCellsPerRow; ++cell) {
+        SRange range = cells[cell];
+        for (int x = cell * kCell; x < std::min((cell + 1) * kCell, m_iWidth); ++x) {
+            const auto sum = static_cast<std::uint16_t>(green[x] + red[x]);
+            range.low = std::min(range.low, sum);
+            range.high = std::max(range.high, sum);
+        }
+        cells[cell] = range;
+    }
+}
+
+CBxSearchPicture::SRange CBxSearchPicture::RangeOf(const CBxRect<int>& area) const {
+    const int firstColumn = std::max(0, area.left) / kCell;
+    const int lastColumn = (std::min(m_iWidth, area.right) - 1) / kCell;
+    const int firstRow = std::max(0, area.top) / kCell;
+    const int lastRow = (std::min(m_iHeight, area.bottom) - 1) / kCell;
+    SRange range{0xFFFF, 0};
+    for (int row = firstRow; row <= lastRow; ++row) {
+        const SRange* cells = m_Cells.Data() + static_cast<std::ptrdiff_t>(row) * m_iCellsPerRow;
+        for (int column = firstColumn; column <= lastColumn; ++column) {
+            range.low = std::min(range.low, cells[column].low);
+            range.high = std::max(range.high, cells[column].high);
+        }
+    }
+    return range;
+}

@@ -1,0 +1,43 @@
+// What the searches of all zooms of a picture share: its components as planes of bytes, and bounds of its tones.
+#pragma once
+
+#include <cstdint>
+
+#include "geometry.h"
+#include "heap_array.h"
+#include "pic_buf.h"
+
+// Made once from a 3_8 picture, which it does not refer to afterwards; read by any number of threads.
+class CBxSearchPicture {
+public:
+    enum EComponent { Blue, Green, Red };
+
+    // Bounds of green + red.
+    struct SRange {
+        std::uint16_t low;
+        std::uint16_t high;
+    };
+
+    // False without memory.
+    [[nodiscard]] bool Prepare(const SBxPicBuf& picture);
+
+    int Width() const { return m_iWidth; }
+    int Height() const { return m_iHeight; }
+    const unsigned char* Row(EComponent component, int row) const {
+        return m_Planes.Data() + (static_cast<std::ptrdiff_t>(component) * m_iHeight + row) * m_iWidth;
+    }
+    // Bounds over an area that is not empty, rounded out to cells of kCell pixels; cut to the picture.
+    SRange RangeOf(const CBxRect<int>& area) const;
+
+private:
+    static constexpr int kCell = 4;
+
+    void SplitRow(const SBxPicBuf& picture, int row);
+    void BoundRow(int row);
+
+    int m_iWidth = 0;
+    int m_iHeight = 0;
+    int m_iCellsPerRow = 0;
+    CBxHeapArray<unsigned char> m_Planes;  // blue, green, red; packed rows
+    CBxHeapArray<SRange> m_Cells;
+};
