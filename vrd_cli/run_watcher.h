@@ -29,5 +29,5 @@ private:
     std::mutex m_Mutex;
     std::condition_variable m_Ended;
     bool m_bEnded = false;  // guarded by m_Mutex
-    std::thread m_Thread;   // last: it uses the members above
+    std::thread m_Thread;
 };
