@@ -36,7 +36,7 @@ std::string CutToColumns(const std::string& text, std::size_t columns) {
 }  // namespace
 
 CBxRunWatcher::CBxRunWatcher(SBxSignRun& run, bool showProgress, const std::string& title)
-    : m_Run(run), m_bShowProgress(showProgress), m_strTitle(title) {
+    : m_Run(run), m_bShowProgress(showProgress), m_strTitle(title.substr(title.rfind('/') + 1)) {
     try {
         m_Thread = std::thread([this] { Watch(); });
     } catch (const std::system_error&) {
