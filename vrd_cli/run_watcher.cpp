@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <system_error>
 
 #include "stop_request.h"
 
@@ -35,7 +36,13 @@ std::string CutToColumns(const std::string& text, std::size_t columns) {
 }  // namespace
 
 CBxRunWatcher::CBxRunWatcher(SBxSignRun& run, bool showProgress, const std::string& title)
-    : m_Run(run), m_bShowProgress(showProgress), m_strTitle(title), m_Thread([this] { Watch(); }) {}
+    : m_Run(run), m_bShowProgress(showProgress), m_strTitle(title.substr(title.rfind('/') + 1)) {
+    try {
+        m_Thread = std::thread([this] { Watch(); });
+    } catch (const std::system_error&) {
+        // Without a thread the run is not watched: it goes on, and a stop is noticed between its steps.
+    }
+}
 
 CBxRunWatcher::~CBxRunWatcher() {
     {
@@ -43,7 +50,9 @@ CBxRunWatcher::~CBxRunWatcher() {
         m_bEnded = true;
     }
     m_Ended.notify_all();
-    m_Thread.join();
+    if (m_Thread.joinable()) {
+        m_Thread.join();
+    }
     if (m_bShowProgress) {
         std::fputs("\r\033[K", stderr);
         std::fflush(stderr);

@@ -13,7 +13,7 @@
 // the destructor wipes away again.
 class CBxRunWatcher {
 public:
-    // The run must live longer. `title` stands before the bar, in printable characters.
+    // The run must live longer. `title` is a path in printable characters, whose last part stands behind the bar.
     CBxRunWatcher(SBxSignRun& run, bool showProgress, const std::string& title);
     ~CBxRunWatcher();
     CBxRunWatcher(const CBxRunWatcher&) = delete;
@@ -29,5 +29,5 @@ private:
     std::mutex m_Mutex;
     std::condition_variable m_Ended;
     bool m_bEnded = false;  // guarded by m_Mutex
-    std::thread m_Thread;   // last: it uses the members above
+    std::thread m_Thread;
 };

@@ -8,6 +8,7 @@
 #include "convert_picture.h"
 #include "decoder_messages.h"
 #include "file_replacement.h"
+#include "image_conversion.h"
 #include "picture_reader.h"
 
 namespace {
@@ -88,7 +89,11 @@ bool TakeName(CBxFileReplacement& replacement, bool replaceExisting, SBxFileRepo
 bool Save(std::unique_ptr<QImage> image, const char* fileName, const SBxWriteOptions& options, SBxFileReport& report) {
     QByteArray bytes;
     const QSize size = image->size();
-    if (!Encode(bytes, *image, FormatOf(fileName), options.quality, report)) {
+    const QByteArray format = FormatOf(fileName);
+    if (format == "bmp" && image->format() == QImage::Format_RGB888) {
+        *image = BX_ConvertImage(*image, QImage::Format_RGB32);  // as the writer would, on threads
+    }
+    if (!Encode(bytes, *image, format, options.quality, report)) {
         return false;
     }
     image.reset();

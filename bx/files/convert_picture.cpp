@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 
+#include "image_conversion.h"
 #include "pic_buf_api.h"
 #include "result.h"
 
@@ -100,7 +101,7 @@ SBxPicBuf* CBxConvertPicture::GetPicBufFromQImage(QImage* image) {
         if (image->format() != QImage::Format_RGB888) {
             LogInfo("Unsupported format detected (%d), convering to RGB888 (%d)", static_cast<int>(image->format()),
                     kRgb888);
-            *image = image->convertToFormat(QImage::Format_RGB888);
+            *image = BX_ConvertImage(*image, QImage::Format_RGB888);
         }
         if (image->format() != QImage::Format_RGB888) {
             LogError("Unsupported image format (%d)!", static_cast<int>(image->format()));

@@ -74,6 +74,22 @@ TEST_F(VrdDetect, ADamagedPictureIsSearchedWithAWarningThatQuietDrops) {
     EXPECT_EQ(RunVrd({"detect", "--quiet", m_Folder / "cut.jpg"}).err, "");
 }
 
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // these need all addresses for themselves
+// Where memory is short threads cannot be started either, and nothing may wait for them.
+TEST_F(VrdDetect, ShortMemoryIsToldAndNeverAHangOrACrash) {
+    WritePlain(m_Folder / "plain.png", 1600, 1200);
+    int told = 0;
+    for (int megabytes = 90; megabytes <= 165; megabytes += 15) {
+        const std::string limit = "ulimit -v " + std::to_string(megabytes) + "000; exec \"$@\"";
+        const SProgramRun run = RunProgram(
+            {"/bin/sh", "-c", limit, "sh", VERIDANE_BIN "/vrd", "detect", m_Folder / "plain.png", "-t", "1"});
+        EXPECT_THAT(run.status, testing::AnyOf(1, 2, 127)) << megabytes << run.err;  // 127: not even loaded
+        told += run.err.find("not enough memory") != std::string::npos ? 1 : 0;
+    }
+    EXPECT_GE(told, 1);
+}
+#endif
+
 TEST_F(VrdDetect, ResultsThatCannotBeWrittenAreAnError) {
     WritePlain(m_Folder / "plain.png");
     const SProgramRun run = RunVrd({"detect", m_Folder / "plain.png"}, "", "/dev/full");
