@@ -9,9 +9,9 @@
 namespace {
 
 constexpr std::size_t kRoom = 512;
-constexpr std::size_t kRaiseFrom = 192;  // candidates before the bar is raised
+constexpr std::size_t kRaiseFrom = 128;  // candidates before the bar is raised
 // The bar is the strength of this one: more than are kept, since some of them may be duplicates of others.
-constexpr std::size_t kBarRank = 96;
+constexpr std::size_t kBarRank = 80;
 
 struct STileCorner {
     CBxPoint<double> point;

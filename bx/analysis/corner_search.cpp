@@ -298,9 +298,10 @@ private:
         const int firstCell = (area.left - 3) / kBoundsCell;
         const int endCell = (area.right + 2) / kBoundsCell + 1;
         for (int cellRow = (area.top - 3) / kBoundsCell; cellRow <= (area.bottom + 2) / kBoundsCell; ++cellRow) {
-            std::fill(xx, xx + kBufferWidth, 0.0f);
-            std::fill(yy, yy + kBufferWidth, 0.0f);
-            std::fill(trace, trace + kBufferWidth, 0.0f);
+            // Whole cells and the one behind them.
+            for (float* bounds : {xx, yy, trace}) {
+                std::fill(bounds + firstCell * kBoundsCell, bounds + (endCell + 1) * kBoundsCell, 0.0f);
+            }
             const int first = area.left - 3;
             const auto count = static_cast<std::size_t>(area.Width() + 6);
             for (int row = std::max(cellRow * kBoundsCell, area.top - 3);
@@ -308,16 +309,11 @@ private:
                 m_Kernels.GradientBounds(xx + first, yy + first, trace + first, m_Buffers.SmoothedRow(row) + first,
                                          m_Buffers.SmoothedRow(row + 1) + first, count);
             }
-            for (int cell = firstCell; cell < endCell; ++cell) {
-                const auto largest = [cell](const float* row) {
-                    float value = row[cell * kBoundsCell];
-                    for (int i = 1; i < kBoundsCell; ++i) {
-                        value = std::max(value, row[cell * kBoundsCell + i]);
-                    }
-                    return value;
-                };
-                m_Gradients[cellRow][cell] = {largest(xx), largest(yy), largest(trace)};
-            }
+            SGradientRow& cells = m_Gradients[cellRow];
+            const auto cellCount = static_cast<std::size_t>(endCell - firstCell);
+            m_Kernels.LargestOfEight(cells.xx + firstCell, xx + firstCell * kBoundsCell, cellCount);
+            m_Kernels.LargestOfEight(cells.yy + firstCell, yy + firstCell * kBoundsCell, cellCount);
+            m_Kernels.LargestOfEight(cells.trace + firstCell, trace + firstCell * kBoundsCell, cellCount);
         }
         for (int row = run.top; row < run.bottom; ++row) {
             for (int column = run.left; column < run.right; ++column) {
@@ -328,26 +324,29 @@ private:
         }
     }
 
-    struct SGradientBounds {
-        float xx;
-        float yy;
-        float trace;
+    // The largest dx^2, dy^2 and dx^2 + dy^2 in each cell of a row of cells.
+    struct SGradientRow {
+        float xx[kCellColumns];
+        float yy[kCellColumns];
+        float trace[kCellColumns];
     };
 
     bool GradientsMayHoldCorner(int blockRow, int blockColumn, const CBxRect<int>& area, float bar) const {
-        SGradientBounds largest{0.0f, 0.0f, 0.0f};
+        float xx = 0.0f;
+        float yy = 0.0f;
+        float trace = 0.0f;
         const int firstRow = std::max(blockRow * kBlockCells, (area.top - 3) / kBoundsCell);
         const int endRow = std::min((blockRow + 1) * kBlockCells + 2, (area.bottom + 2) / kBoundsCell + 1);
         const int firstColumn = std::max(blockColumn * kBlockCells, (area.left - 3) / kBoundsCell);
         const int endColumn = std::min((blockColumn + 1) * kBlockCells + 2, (area.right + 2) / kBoundsCell + 1);
         for (int row = firstRow; row < endRow; ++row) {
             for (int column = firstColumn; column < endColumn; ++column) {
-                const SGradientBounds& cell = m_Gradients[row][column];
-                largest = {std::max(largest.xx, cell.xx), std::max(largest.yy, cell.yy),
-                           std::max(largest.trace, cell.trace)};
+                xx = std::max(xx, m_Gradients[row].xx[column]);
+                yy = std::max(yy, m_Gradients[row].yy[column]);
+                trace = std::max(trace, m_Gradients[row].trace[column]);
             }
         }
-        return Matters(largest.xx, largest.yy, largest.trace, bar);
+        return Matters(xx, yy, trace, bar);
     }
 
     // Computes the response over an area and one pixel around it, and takes the maxima inside.
@@ -393,12 +392,17 @@ private:
                                     kCornerThreshold)) {
             return true;
         }
-        for (int i = 0; i < area.Width(); ++i) {
-            if (flags[i] != 0 && !FitMaximum(area.left + i, row, upper + i, middle + i, lower + i, list)) {
+        const unsigned char* end = flags + area.Width();
+        for (const unsigned char* flag = flags;; ++flag) {
+            flag = static_cast<const unsigned char*>(std::memchr(flag, 1, static_cast<std::size_t>(end - flag)));
+            if (flag == nullptr) {
+                return true;
+            }
+            const std::ptrdiff_t i = flag - flags;
+            if (!FitMaximum(area.left + static_cast<int>(i), row, upper + i, middle + i, lower + i, list)) {
                 return false;
             }
         }
-        return true;
     }
 
     // The neighbourhood starts at upper[0], middle[0], lower[0].
@@ -438,7 +442,7 @@ private:
     CBxCandidateList* m_pLists[2] = {nullptr, nullptr};
 
     SBuffers m_Buffers;
-    SGradientBounds m_Gradients[kCellRows][kCellColumns];
+    SGradientRow m_Gradients[kCellRows];
     int m_iLeft = 0;  // of the strip, in the plane
     int m_iTop = 0;   // of the band
 };

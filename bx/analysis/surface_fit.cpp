@@ -2,17 +2,7 @@
 
 #include <limits>
 
-namespace {
-
-constexpr int kGridSteps = 16;       // over the two pixels between the outer grid points
-constexpr double kGridStep = 0.125;  // pixels
-
-double SurfaceAt(const double* c, double x, double y) {
-    return c[0] * x * x * y * y + c[1] * x * x * y + c[2] * x * x + c[3] * x * y * y + c[4] * x * y + c[5] * x +
-           c[6] * y * y + c[7] * y + c[8];
-}
-
-}  // namespace
+#include "kernels.h"
 
 CBxMatrix BX_BiquadraticDesign() {
     CBxMatrix design(9, 9);
@@ -38,20 +28,11 @@ void BX_FitSurface(double* coefficients, const double* inverse, const double* ne
 }
 
 double BX_SurfaceMaximum(CBxPoint<double>& position, const double* coefficients) {
-    double best = -1e300;
-    position = {1.0, 1.0};
-    for (int column = 0; column <= kGridSteps; ++column) {
-        for (int row = 0; row <= kGridSteps; ++row) {
-            const double x = column * kGridStep;
-            const double y = row * kGridStep;
-            const double value = SurfaceAt(coefficients, x, y);
-            if (value > best) {
-                best = value;
-                position = {x, y};
-            }
-        }
-    }
-    return best;
+    int x = 0;
+    int y = 0;
+    const double largest = BX_Kernels().SurfaceMaximum(&x, &y, coefficients);
+    position = {x / 8.0, y / 8.0};
+    return largest;
 }
 
 float FindMinumumQuadrics(CBxPoint<double>& position, CBxMatrix coefficients) {

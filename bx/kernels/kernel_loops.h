@@ -4,6 +4,10 @@
 // wide form could end up being used on a machine that does not have it.
 #pragma once
 
+#if defined(__AVX512F__)
+#include <immintrin.h>
+#endif
+
 #include "kernels.h"
 
 namespace {
@@ -117,8 +121,15 @@ void Mean(float* __restrict out, const float* a, const float* b, std::size_t cou
     }
 }
 
+#if defined(__AVX512F__)
+// Eight bytes as numbers. Written with the instructions' own names: the compiler takes a conversion apart otherwise.
+inline TDoubles LoadBytes(const unsigned char* from) {
+    return _mm512_cvtepi32_pd(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from))));
+}
+#endif
+
 template <int Taps>
-void ResampleAlongTaps(double* __restrict out, const double* __restrict in, int origin, const int* __restrict first,
+void ResampleAlongTaps(double* __restrict out, const unsigned char* __restrict in, const int* __restrict first,
                        const double* const* weights, std::size_t count) {
     const double* weight[Taps];
     for (int tap = 0; tap < Taps; ++tap) {
@@ -126,15 +137,15 @@ void ResampleAlongTaps(double* __restrict out, const double* __restrict in, int 
     }
     std::size_t i = 0;
 #if defined(__AVX512F__)
-    // Eight samples lie so close that sixteen of the source hold them all: one permutation of two registers a tap. The
-    // samples spread over at most 8 x step + taps, and the step is below 2 wherever there are three taps or fewer.
+    // Eight samples of a picture that is hardly shrunk lie so close that sixteen bytes of the source hold them all: one
+    // permutation of two registers a tap.
     for (; i + kLanes <= count; i += kLanes) {
         if (first[i + kLanes - 1] - first[i] + Taps > 2 * kLanes) {
             break;
         }
-        const double* source = in + (first[i] - origin);
-        const TDoubles lower = LoadDoubles(source);
-        const TDoubles upper = LoadDoubles(source + kLanes);
+        const unsigned char* source = in + first[i];
+        const TDoubles lower = LoadBytes(source);
+        const TDoubles upper = LoadBytes(source + kLanes);
         TInts places;
         __builtin_memcpy(&places, first + i, sizeof places);
         const TMask place = __builtin_convertvector(places - first[i], TMask);
@@ -146,7 +157,7 @@ void ResampleAlongTaps(double* __restrict out, const double* __restrict in, int 
     }
 #endif
     for (; i < count; ++i) {
-        const double* source = in + (first[i] - origin);
+        const unsigned char* source = in + first[i];
         double sum = weight[0][i] * source[0];
         for (int tap = 1; tap < Taps; ++tap) {
             sum += weight[tap][i] * source[tap];
@@ -155,18 +166,18 @@ void ResampleAlongTaps(double* __restrict out, const double* __restrict in, int 
     }
 }
 
-void ResampleAlong(double* __restrict out, const double* __restrict in, int origin, const int* __restrict first,
-                   const double* const* weights, int tapCount, std::size_t count) {
+void ResampleAlong(double* out, const unsigned char* in, const int* first, const double* const* weights, int tapCount,
+                   std::size_t count) {
     if (tapCount == 2) {
-        ResampleAlongTaps<2>(out, in, origin, first, weights, count);
+        ResampleAlongTaps<2>(out, in, first, weights, count);
         return;
     }
     if (tapCount == 3) {
-        ResampleAlongTaps<3>(out, in, origin, first, weights, count);
+        ResampleAlongTaps<3>(out, in, first, weights, count);
         return;
     }
     for (std::size_t i = 0; i < count; ++i) {
-        const double* source = in + (first[i] - origin);
+        const unsigned char* source = in + first[i];
         double sum = weights[0][i] * source[0];
         for (int tap = 1; tap < tapCount; ++tap) {
             sum += weights[tap][i] * source[tap];
@@ -208,12 +219,6 @@ void ResampleAcross(float* __restrict out, const double* const* rows, const doub
     }
 }
 
-void Widen(double* __restrict out, const unsigned char* __restrict in, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        out[i] = in[i];
-    }
-}
-
 void GradientBounds(float* __restrict xx, float* __restrict yy, float* __restrict trace, const float* __restrict row,
                     const float* __restrict next, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
@@ -225,6 +230,20 @@ void GradientBounds(float* __restrict xx, float* __restrict yy, float* __restric
         xx[i] = dx2 > xx[i] ? dx2 : xx[i];
         yy[i] = dy2 > yy[i] ? dy2 : yy[i];
         trace[i] = sum > trace[i] ? sum : trace[i];
+    }
+}
+
+void LargestOfEight(float* __restrict out, float* __restrict in, std::size_t count) {
+    const std::size_t samples = 8 * count;
+    for (std::size_t step = 1; step <= 4; step *= 2) {
+        const std::size_t end = samples - (step == 4 ? 4 : 0);
+        for (std::size_t i = 0; i < end; ++i) {
+            // Later samples are still those of the step before.
+            in[i] = in[i + step] > in[i] ? in[i + step] : in[i];
+        }
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = in[8 * i];
     }
 }
 
@@ -253,6 +272,48 @@ bool StrictMaxima(unsigned char* __restrict flags, const float* __restrict upper
     return any != 0;
 }
 
+double SurfaceMaximum(int* x, int* y, const double* c) {
+    constexpr int kSteps = 17;
+    constexpr int kRoom = 24;
+    double ys[kRoom];
+    double best[kRoom];
+    double bestColumn[kRoom];
+    for (int row = 0; row < kRoom; ++row) {
+        ys[row] = (row < kSteps ? row : kSteps - 1) * 0.125;
+        best[row] = -1e300;
+        bestColumn[row] = 8.0;
+    }
+    for (int column = 0; column < kSteps; ++column) {
+        const double at = column * 0.125;
+        const double c0 = c[0] * at * at;
+        const double c1 = c[1] * at * at;
+        const double c2 = c[2] * at * at;
+        const double c3 = c[3] * at;
+        const double c4 = c[4] * at;
+        const double c5 = c[5] * at;
+        for (int row = 0; row < kRoom; ++row) {
+            const double v = ys[row];
+            const double value = c0 * v * v + c1 * v + c2 + c3 * v * v + c4 * v + c5 + c[6] * v * v + c[7] * v + c[8];
+            const bool better = value > best[row];
+            best[row] = better ? value : best[row];
+            bestColumn[row] = better ? column : bestColumn[row];
+        }
+    }
+    int winner = 8;
+    double largest = -1e300;
+    double winnerColumn = 8.0;
+    for (int row = 0; row < kSteps; ++row) {
+        if (best[row] > largest || (best[row] == largest && largest > -1e300 && bestColumn[row] < winnerColumn)) {
+            largest = best[row];
+            winner = row;
+            winnerColumn = bestColumn[row];
+        }
+    }
+    *x = static_cast<int>(winnerColumn);
+    *y = winner;
+    return largest;
+}
+
 void PrefixSums4(double* const* sums, const float* const* rows, std::size_t count) {
     double* __restrict s0 = sums[0];
     double* __restrict s1 = sums[1];
@@ -278,12 +339,17 @@ void PrefixSums4(double* const* sums, const float* const* rows, std::size_t coun
 // The sums in front of eight places in thirds of a pixel.
 inline TDoubles SumsOfThirds(const double* prefix, TDoubles places) {
     const TInts pixels = __builtin_convertvector((places + 0.5) * (1.0 / 3.0), TInts);
+#if defined(__AVX512F__)
+    const TDoubles base = _mm512_i32gather_pd(reinterpret_cast<__m256i>(pixels), prefix, 8);
+    const TDoubles next = _mm512_i32gather_pd(reinterpret_cast<__m256i>(pixels), prefix + 1, 8);
+#else
     TDoubles base;
     TDoubles next;
     for (int lane = 0; lane < kLanes; ++lane) {
         base[lane] = prefix[pixels[lane]];
         next[lane] = prefix[pixels[lane] + 1];
     }
+#endif
     return 3.0 * base + (places - 3.0 * __builtin_convertvector(pixels, TDoubles)) * (next - base);
 }
 
@@ -330,9 +396,10 @@ bool AddEllipseLine(const SBxEllipseLine& line, double* sums, double* weights, u
 }
 
 constexpr SBxKernels MakeKernels(const char* name) {
-    return {name,        FilterAlong,   FilterAcross,   Subtract, Multiply,       Harris,           Clamp,
-            Mean,        ResampleAlong, ResampleAcross, Widen,    GradientBounds, GradientProducts, StrictMaxima,
-            PrefixSums4, AddEllipseLine};
+    return {
+        name,           FilterAlong,   FilterAcross,   Subtract,       Multiply,       Harris,           Clamp,
+        Mean,           ResampleAlong, ResampleAcross, GradientBounds, LargestOfEight, GradientProducts, StrictMaxima,
+        SurfaceMaximum, PrefixSums4,   AddEllipseLine};
 }
 
 }  // namespace

@@ -47,25 +47,28 @@ struct SBxKernels {
     // out[i] = (a[i] + b[i]) / 2.
     void (*Mean)(float* out, const float* a, const float* b, std::size_t count);
 
-    // out[i] = weights[0][i] * in[first[i] - origin] + ... over `tapCount` neighbouring samples, in double. `first`
-    // ascends; `in` can be read, though it is not used, for 16 samples from the first tap of every sample on.
-    void (*ResampleAlong)(double* out, const double* in, int origin, const int* first, const double* const* weights,
+    // out[i] = weights[0][i] * in[first[i]] + ... over `tapCount` neighbouring bytes, in double. `first` ascends; `in`
+    // can be read, though it is not used, for 16 bytes from the first tap of every sample on.
+    void (*ResampleAlong)(double* out, const unsigned char* in, const int* first, const double* const* weights,
                           int tapCount, std::size_t count);
     // out[i] = weights[0] * rows[0][i] + ... over `rowCount` rows, in double, rounded once.
     void (*ResampleAcross)(float* out, const double* const* rows, const double* weights, int rowCount,
                            std::size_t count);
-    // out[i] = in[i].
-    void (*Widen)(double* out, const unsigned char* in, std::size_t count);
-
     // With dx = row[i + 1] - row[i] and dy = next[i] - row[i]: xx, yy and trace take the larger of themselves and dx^2,
     // dy^2 and dx^2 + dy^2. `row` holds count + 1 samples.
     void (*GradientBounds)(float* xx, float* yy, float* trace, const float* row, const float* next, std::size_t count);
+    // out[i] = the largest of in[8 i] .. in[8 i + 7]; `in` holds 8 * count + 7 samples and is overwritten.
+    void (*LargestOfEight)(float* out, float* in, std::size_t count);
     // The three products dx * dx, dx * dy, dy * dy of the same differences. `row` holds count + 1 samples.
     void (*GradientProducts)(float* xx, float* xy, float* yy, const float* row, const float* next, std::size_t count);
     // flags[i] = 1 where middle[i] is above the threshold and above its 8 neighbours, else 0. The rows hold one more
     // sample on either side: flags[i] belongs to middle[i + 1]. Returns whether any flag is 1.
     bool (*StrictMaxima)(unsigned char* flags, const float* upper, const float* middle, const float* lower,
                          std::size_t count, float threshold);
+    // The largest value of the bi-quadratic surface with these nine coefficients (surface_fit.h) over x and y in
+    // eighths from 0 to 2; `x` and `y` receive its place in eighths, of equal values the one with the smallest x, then
+    // y.
+    double (*SurfaceMaximum)(int* x, int* y, const double* coefficients);
     // sums[r][i + 1] = sums[r][i] + rows[r][i] for four rows at once, in double; sums[r][0] = 0 is written too.
     void (*PrefixSums4)(double* const* sums, const float* const* rows, std::size_t count);
     // Adds the samples of each cell, each with the value of its pixel, to sums[16] and their number to weights[16]: the

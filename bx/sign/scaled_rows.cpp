@@ -83,8 +83,7 @@ CBxScaledRows::CBxScaledRows(const CBxSearchPicture& picture, const CBxColumnWei
 bool CBxScaledRows::Prepare() {
     const auto width = static_cast<std::size_t>(m_Columns.ScaledWidth());
     const auto ringRows = static_cast<std::size_t>(kRing * Components());
-    return m_Source.Allocate(static_cast<std::size_t>(m_Picture.Width()) + kReadAhead) &&
-           m_Ring.Allocate(width * ringRows) && m_Scratch.Allocate(2 * width);
+    return m_Ring.Allocate(width * ringRows) && m_Scratch.Allocate(2 * width);
 }
 
 double* CBxScaledRows::RingRow(int component, int sourceRow) {
@@ -104,9 +103,6 @@ void CBxScaledRows::MakeSourceRow(int sourceRow) {
         return;
     }
     m_iRingRow[sourceRow % kRing] = sourceRow;
-    const int firstSource = m_Columns.First()[m_iLeft];
-    const int endSource = m_Columns.First()[m_iLeft + m_iWidth - 1] + m_Columns.Taps();
-    const int present = std::min(endSource, m_Picture.Width()) - firstSource;
     const double* weights[kMostTaps];
     for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
         weights[tap] = m_Columns.OfTap(tap) + m_iLeft;
@@ -114,11 +110,7 @@ void CBxScaledRows::MakeSourceRow(int sourceRow) {
     for (int component = 0; component < Components(); ++component) {
         const auto plane = static_cast<CBxSearchPicture::EComponent>(
             m_eChannel == EChannel::Blue ? CBxSearchPicture::Blue : CBxSearchPicture::Green + component);
-        m_Kernels.Widen(m_Source.Data(), m_Picture.Row(plane, sourceRow) + firstSource,
-                        static_cast<std::size_t>(present));
-        // Taps behind the last column carry no weight, or stand for that column.
-        std::fill(m_Source.Data() + present, m_Source.Data() + (endSource - firstSource), m_Source[present - 1]);
-        m_Kernels.ResampleAlong(RingRow(component, sourceRow), m_Source.Data(), firstSource,
+        m_Kernels.ResampleAlong(RingRow(component, sourceRow), m_Picture.Row(plane, sourceRow),
                                 m_Columns.First() + m_iLeft, weights, m_Columns.Taps(),
                                 static_cast<std::size_t>(m_iWidth));
     }

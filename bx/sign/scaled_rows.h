@@ -48,8 +48,6 @@ public:
 private:
     static constexpr int kMostTaps = 16;
     static constexpr int kRing = kMostTaps;  // source rows kept
-    // Source samples behind the last one that may be read, though with no weight.
-    static constexpr int kReadAhead = kMostTaps + 16;
 
     int Components() const { return m_eChannel == EChannel::Blue ? 1 : 2; }
     double* RingRow(int component, int sourceRow);
@@ -62,8 +60,7 @@ private:
     int m_iScaledHeight;
     const SBxKernels& m_Kernels;
 
-    CBxHeapArray<double> m_Source;  // one source row of one component
-    CBxHeapArray<double> m_Ring;    // source rows resampled along the strip
+    CBxHeapArray<double> m_Ring;  // source rows resampled along the strip
     CBxHeapArray<float> m_Scratch;
     int m_iRingRow[kRing];  // which source row stands in each place
     int m_iLeft = 0;

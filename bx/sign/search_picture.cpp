@@ -8,8 +8,9 @@ bool CBxSearchPicture::Prepare(const SBxPicBuf& picture) {
     m_iHeight = picture.m_iHeight;
     m_iCellsPerRow = (m_iWidth + kCell - 1) / kCell;
     const auto cellRows = static_cast<std::size_t>((m_iHeight + kCell - 1) / kCell);
-    const auto pixels = static_cast<std::size_t>(m_iWidth) * static_cast<std::size_t>(m_iHeight);
-    if (!m_Planes.Allocate(3 * pixels) || !m_Cells.Allocate(cellRows * static_cast<std::size_t>(m_iCellsPerRow))) {
+    m_iPitch = m_iWidth + kReadAhead;
+    const auto planeBytes = static_cast<std::size_t>(m_iPitch) * static_cast<std::size_t>(m_iHeight);
+    if (!m_Planes.Allocate(3 * planeBytes) || !m_Cells.Allocate(cellRows * static_cast<std::size_t>(m_iCellsPerRow))) {
         return false;
     }
     std::fill(m_Cells.Data(), m_Cells.Data() + m_Cells.Size(), SRange{0xFFFF, 0});
@@ -22,13 +23,17 @@ bool CBxSearchPicture::Prepare(const SBxPicBuf& picture) {
 
 void CBxSearchPicture::SplitRow(const SBxPicBuf& picture, int row) {
     const unsigned char* from = BX_PicRow<unsigned char>(picture, row);
-    unsigned char* blue = m_Planes.Data() + static_cast<std::ptrdiff_t>(row) * m_iWidth;
-    unsigned char* green = blue + static_cast<std::ptrdiff_t>(m_iHeight) * m_iWidth;
-    unsigned char* red = green + static_cast<std::ptrdiff_t>(m_iHeight) * m_iWidth;
+    const std::ptrdiff_t planeBytes = static_cast<std::ptrdiff_t>(m_iHeight) * m_iPitch;
+    unsigned char* blue = m_Planes.Data() + static_cast<std::ptrdiff_t>(row) * m_iPitch;
+    unsigned char* green = blue + planeBytes;
+    unsigned char* red = green + planeBytes;
     for (int x = 0; x < m_iWidth; ++x) {
         blue[x] = from[3 * x];
         green[x] = from[3 * x + 1];
         red[x] = from[3 * x + 2];
+    }
+    for (unsigned char* line : {blue, green, red}) {
+        std::fill(line + m_iWidth, line + m_iPitch, line[m_iWidth - 1]);
     }
 }
 

@@ -18,13 +18,16 @@ public:
         std::uint16_t high;
     };
 
+    static constexpr int kReadAhead = 16;
+
     // False without memory.
     [[nodiscard]] bool Prepare(const SBxPicBuf& picture);
 
     int Width() const { return m_iWidth; }
     int Height() const { return m_iHeight; }
+    // A row of one component. The last sample is repeated kReadAhead times behind it.
     const unsigned char* Row(EComponent component, int row) const {
-        return m_Planes.Data() + (static_cast<std::ptrdiff_t>(component) * m_iHeight + row) * m_iWidth;
+        return m_Planes.Data() + (static_cast<std::ptrdiff_t>(component) * m_iHeight + row) * m_iPitch;
     }
     // Bounds over an area that is not empty, rounded out to cells of kCell pixels; cut to the picture.
     SRange RangeOf(const CBxRect<int>& area) const;
@@ -37,7 +40,8 @@ private:
 
     int m_iWidth = 0;
     int m_iHeight = 0;
+    int m_iPitch = 0;
     int m_iCellsPerRow = 0;
-    CBxHeapArray<unsigned char> m_Planes;  // blue, green, red; packed rows
+    CBxHeapArray<unsigned char> m_Planes;  // blue, green, red
     CBxHeapArray<SRange> m_Cells;
 };

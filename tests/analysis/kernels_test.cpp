@@ -1,0 +1,289 @@
+#include "kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <random>
+#include <vector>
+
+// Every form of every loop against the portable one: the same bits, for every count up to more than two of the widest
+// vectors and for every misalignment. A wide form that adds in another order or fuses a product and a sum shows here.
+
+namespace {
+
+constexpr std::size_t kMostCount = 40;
+constexpr std::size_t kMostOffset = 16;
+constexpr std::size_t kRoom = kMostCount + kMostOffset + 64;
+
+template <typename T>
+std::vector<T> RandomRow(unsigned int seed, std::size_t count = kRoom) {
+    std::mt19937 random(seed);
+    std::vector<T> row(count);
+    std::generate(row.begin(), row.end(),
+                  [&random] { return static_cast<T>(static_cast<double>(random() % 100000) / 777.0); });
+    return row;
+}
+
+template <typename T>
+::testing::AssertionResult SameBits(const std::vector<T>& first, const std::vector<T>& second) {
+    if (std::memcmp(first.data(), second.data(), first.size() * sizeof(T)) == 0) {
+        return ::testing::AssertionSuccess();
+    }
+    const auto at = std::mismatch(first.begin(), first.end(), second.begin(),
+                                  [](const T& a, const T& b) { return std::memcmp(&a, &b, sizeof(T)) == 0; })
+                        .first -
+                    first.begin();
+    return ::testing::AssertionFailure() << "element " << at << ": " << +first[at] << " and " << +second[at];
+}
+
+// Runs `body(kernels, offset, count)`, which returns what it wrote, in the portable and in another form.
+class KernelForms : public testing::TestWithParam<EBxKernelForm> {
+protected:
+    void SetUp() override {
+        m_pPortable = BX_KernelsOfForm(EBxKernelForm::Portable);
+        m_pForm = BX_KernelsOfForm(GetParam());
+        if (m_pForm == nullptr) {
+            m_pForm = m_pPortable;  // this machine has no such form: compares the portable one with itself
+        }
+    }
+
+    template <typename Body>
+    void ExpectSameBits(Body body) {
+        for (std::size_t count = 0; count <= kMostCount; ++count) {
+            for (std::size_t offset = 0; offset < kMostOffset; ++offset) {
+                ASSERT_TRUE(SameBits(body(*m_pPortable, offset, count), body(*m_pForm, offset, count)))
+                    << m_pForm->m_szName << ", offset " << offset << ", count " << count;
+            }
+        }
+    }
+
+    const SBxKernels* m_pPortable = nullptr;
+    const SBxKernels* m_pForm = nullptr;
+};
+
+const float kTaps7[7] = {0.0441f, 0.1217f, 0.1788f, 0.3109f, 0.1788f, 0.1217f, 0.0441f};
+
+}  // namespace
+
+TEST_P(KernelForms, FilterTheSame) {
+    const std::vector<float> a = RandomRow<float>(1);
+    std::vector<std::vector<float>> sources;
+    for (unsigned int i = 0; i < 7; ++i) {
+        sources.push_back(RandomRow<float>(10 + i));
+    }
+    for (const int taps : {5, 7}) {
+        ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+            std::vector<float> out(kRoom, -1.0f);
+            kernels.FilterAlong(out.data() + offset, a.data() + offset / 2, count, kTaps7, taps);
+            return out;
+        });
+        ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+            std::vector<float> out(kRoom, -1.0f);
+            const float* rows[7];
+            for (int i = 0; i < 7; ++i) {
+                rows[i] = sources[i].data() + (offset + i) % kMostOffset;
+            }
+            kernels.FilterAcross(out.data() + offset, rows, count, kTaps7, taps);
+            return out;
+        });
+    }
+}
+
+TEST_P(KernelForms, CalculateTheSame) {
+    const std::vector<float> a = RandomRow<float>(2);
+    const std::vector<float> b = RandomRow<float>(3);
+    const std::vector<float> c = RandomRow<float>(4);
+    const auto three = [&](auto call) {
+        ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+            std::vector<float> out(3 * kRoom, 0.5f);
+            call(kernels, out.data() + offset, a.data() + offset, b.data() + offset / 2, count);
+            return out;
+        });
+    };
+    three([](const SBxKernels& k, float* out, const float* x, const float* y, std::size_t n) {
+        k.Subtract(out, x, y, n);
+    });
+    three([](const SBxKernels& k, float* out, const float* x, const float* y, std::size_t n) {
+        k.Multiply(out, x, y, n);
+    });
+    three([](const SBxKernels& k, float* out, const float* x, const float* y, std::size_t n) { k.Mean(out, x, y, n); });
+    three([&](const SBxKernels& k, float* out, const float* x, const float* y, std::size_t n) {
+        k.Harris(out, x, y, c.data(), n);
+    });
+    three([](const SBxKernels& k, float* out, const float* x, const float*, std::size_t n) {
+        k.Clamp(out, x, n, 40.0f, 90.0f);
+    });
+    three([](const SBxKernels& k, float* out, const float* x, const float* y, std::size_t n) {
+        k.GradientBounds(out, out + kRoom, out + 2 * kRoom, x, y, n);
+    });
+    three([](const SBxKernels& k, float* out, const float* x, const float* y, std::size_t n) {
+        k.GradientProducts(out, out + kRoom, out + 2 * kRoom, x, y, n);
+    });
+}
+
+TEST_P(KernelForms, FindTheSameMaxima) {
+    // Few different values, so that plateaus occur.
+    std::mt19937 random(9);
+    std::vector<std::vector<float>> rows(3, std::vector<float>(kRoom));
+    for (std::vector<float>& row : rows) {
+        std::generate(row.begin(), row.end(), [&random] { return static_cast<float>(random() % 9); });
+    }
+    int found = 0;
+    ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+        std::vector<unsigned char> flags(kRoom, 7);
+        const bool any = kernels.StrictMaxima(flags.data() + offset, rows[0].data() + offset, rows[1].data() + offset,
+                                              rows[2].data() + offset, count, 5.0f);
+        const auto begin = flags.begin() + static_cast<std::ptrdiff_t>(offset);
+        EXPECT_EQ(any, std::find(begin, begin + static_cast<std::ptrdiff_t>(count), 1) !=
+                           begin + static_cast<std::ptrdiff_t>(count));
+        found += any;
+        return flags;
+    });
+    EXPECT_GT(found, 100);
+}
+
+TEST_P(KernelForms, ResampleTheSame) {
+    std::mt19937 random(5);
+    std::vector<unsigned char> bytes(3 * kRoom);
+    std::generate(bytes.begin(), bytes.end(), [&random] { return static_cast<unsigned char>(random()); });
+    const std::vector<double> weights[4] = {RandomRow<double>(6), RandomRow<double>(7), RandomRow<double>(8),
+                                            RandomRow<double>(9)};
+    // Steps of an enlargement, of the slight and of a strong reduction.
+    for (const double step : {0.49, 1.0, 1.11, 2.6}) {
+        std::vector<int> first(kRoom);
+        for (std::size_t i = 0; i < kRoom; ++i) {
+            first[i] = static_cast<int>(static_cast<double>(i) * step / 2);
+        }
+        for (const int taps : {2, 3, 4}) {
+            ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+                std::vector<double> out(kRoom, -1.0);
+                const double* rows[4];
+                for (int tap = 0; tap < 4; ++tap) {
+                    rows[tap] = weights[tap].data() + offset;
+                }
+                kernels.ResampleAlong(out.data() + offset, bytes.data(), first.data() + offset, rows, taps, count);
+                return out;
+            });
+        }
+    }
+    for (const int rowCount : {2, 3, 4}) {
+        ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+            std::vector<float> out(kRoom, -1.0f);
+            const double* rows[4];
+            for (int row = 0; row < 4; ++row) {
+                rows[row] = weights[row].data() + offset;
+            }
+            const double rowWeights[4] = {0.31, 0.4, 0.29, 0.123};
+            kernels.ResampleAcross(out.data() + offset, rows, rowWeights, rowCount, count);
+            return out;
+        });
+    }
+}
+
+TEST_P(KernelForms, AddUpTheSame) {
+    std::vector<std::vector<float>> values;
+    for (unsigned int i = 0; i < 4; ++i) {
+        values.push_back(RandomRow<float>(20 + i));
+    }
+    ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+        std::vector<double> sums(4 * kRoom, -1.0);
+        double* out[4];
+        const float* in[4];
+        for (std::size_t i = 0; i < 4; ++i) {
+            out[i] = sums.data() + i * kRoom + offset;
+            in[i] = values[i].data() + (offset + i) % kMostOffset;
+        }
+        kernels.PrefixSums4(out, in, count);
+        return sums;
+    });
+    ExpectSameBits([&](const SBxKernels& kernels, std::size_t, std::size_t count) {
+        std::vector<float> in = RandomRow<float>(30, 8 * kMostCount + 8);
+        std::vector<float> out(kRoom, -1.0f);
+        kernels.LargestOfEight(out.data(), in.data(), count);
+        const std::vector<float> source = RandomRow<float>(30, 8 * kMostCount + 8);
+        for (std::size_t i = 0; i < count; ++i) {
+            EXPECT_EQ(out[i], *std::max_element(source.begin() + static_cast<std::ptrdiff_t>(8 * i),
+                                                source.begin() + static_cast<std::ptrdiff_t>(8 * i + 8)));
+        }
+        return out;
+    });
+}
+
+TEST_P(KernelForms, FindTheSameSurfaceMaximum) {
+    std::mt19937 random(12);
+    for (int round = 0; round < 2000; ++round) {
+        double c[9];
+        std::generate(c, c + 9, [&random, round] {
+            const int value = static_cast<int>(random() % 2001) - 1000;
+            return round % 4 == 0 ? value / 500 : value / 7.0;  // whole numbers make ties
+        });
+        // The definition: the grid of eighths, x outside, y inside, the first of equal values.
+        double best = -1e300;
+        int bestX = 8;
+        int bestY = 8;
+        for (int i = 0; i <= 16; ++i) {
+            for (int j = 0; j <= 16; ++j) {
+                const double x = i / 8.0;
+                const double y = j / 8.0;
+                const double value = c[0] * x * x * y * y + c[1] * x * x * y + c[2] * x * x + c[3] * x * y * y +
+                                     c[4] * x * y + c[5] * x + c[6] * y * y + c[7] * y + c[8];
+                if (value > best) {
+                    best = value;
+                    bestX = i;
+                    bestY = j;
+                }
+            }
+        }
+        int x = -1;
+        int y = -1;
+        EXPECT_EQ(m_pForm->SurfaceMaximum(&x, &y, c), best);
+        EXPECT_EQ(x, bestX) << round;
+        EXPECT_EQ(y, bestY) << round;
+    }
+}
+
+TEST_P(KernelForms, AddTheSameEllipseLines) {
+    const std::vector<double> values = RandomRow<double>(40, 2000);
+    std::vector<double> prefix(values.size() + 2, 0.0);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        prefix[i + 1] = prefix[i] + values[i];
+    }
+    std::mt19937 random(41);
+    for (int round = 0; round < 3000; ++round) {
+        const double cell = 20.0 + random() % 90 + (random() % 8) / 8.0;
+        double centres[16];
+        double lefts[16];
+        double visible[16];
+        for (int i = 0; i < 16; ++i) {
+            lefts[i] = 3.0 * std::floor(i * cell);
+            visible[i] = 3.0 * (std::ceil(cell) - random() % 2);
+            centres[i] = 3.0 * (i + 0.5) * cell - 0.5;
+        }
+        const double rim = random() % static_cast<unsigned int>(cell / 3);
+        const double width = std::ceil(cell);
+        const double inner = random() % 3 == 0 ? width - rim : rim + 3;
+        const SBxEllipseLine line{prefix.data(),
+                                  centres,
+                                  lefts,
+                                  visible,
+                                  0.5 + random() % 4000 / 4000.0 * 1.2 * cell,
+                                  3 * rim,
+                                  3 * inner,
+                                  3 * std::max(inner, width - rim - 3),
+                                  3 * std::max(inner, width - rim)};
+        const auto run = [&line](const SBxKernels& kernels) {
+            std::vector<double> result(32, 100.0);
+            unsigned char undecided[16];
+            const bool any = kernels.AddEllipseLine(line, result.data(), result.data() + 16, undecided);
+            EXPECT_EQ(any, std::count(undecided, undecided + 16, 1) > 0);
+            result.insert(result.end(), undecided, undecided + 16);
+            return result;
+        };
+        ASSERT_TRUE(SameBits(run(*m_pPortable), run(*m_pForm))) << round;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Kernels, KernelForms,
+                         testing::Values(EBxKernelForm::Portable, EBxKernelForm::Avx2, EBxKernelForm::Avx512));

@@ -1,0 +1,118 @@
+// The engine's ways of searching a zoom against the plain ones: the same corners and candidates, the same means.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "cell_reader.h"
+#include "corner_search.h"
+#include "kernels.h"
+#include "plain_engine.h"
+#include "scaled_rows.h"
+#include "sign_op.h"
+#include "test_pictures.h"
+
+namespace {
+
+struct SCase {
+    int width;
+    int height;
+    std::uint32_t seed;
+    double zoom;
+};
+
+// Odd sizes around the seams of tiles, strips and bands.
+const SCase kCases[] = {{333, 401, 1, 0.9}, {523, 347, 2, 1.0},  {641, 359, 3, 1.35}, {517, 389, 4, 2.05},
+                        {1101, 77, 5, 1.0}, {70, 700, 6, 0.95},  {41, 43, 7, 1.7},    {19, 300, 8, 1.0},
+                        {9, 9, 9, 2.0},     {1300, 340, 10, 0.9}};
+
+class SearchForms : public testing::TestWithParam<EBxKernelForm> {
+protected:
+    void SetUp() override { m_bRuns = BX_SelectKernelForm(GetParam()); }
+    void TearDown() override {
+        if (!BX_SelectKernelForm(EBxKernelForm::Avx512) && !BX_SelectKernelForm(EBxKernelForm::Avx2)) {
+            BX_SelectKernelForm(EBxKernelForm::Portable);
+        }
+    }
+    bool m_bRuns = false;  // else the form in use before is tested once more
+};
+
+// A picture without calm parts, so that nothing can be left out, or one with plenty of them.
+CBxOwnedPic MakePicture(const SCase& test, bool calm) {
+    CBxOwnedPic picture = MakeTexturedPicture(test.width, test.height, test.seed);
+    if (calm) {
+        CBxPicBufAPI::SetConst(picture.Pic(), {0, 0, test.width / 2, test.height}, 100);
+        CBxPicBufAPI::SetConst(picture.Pic(), {0, test.height / 2, test.width, test.height}, 200);
+    }
+    return picture;
+}
+
+void ExpectSameCorners(const SPlainCorners& plain, const SBxCornerList& found) {
+    ASSERT_EQ(found.m_uiCount, plain.points.size());
+    for (unsigned int i = 0; i < found.m_uiCount; ++i) {
+        EXPECT_EQ(found.m_Points[i], plain.points[i]) << i;
+        EXPECT_NEAR(found.m_fStrengths[i], plain.strengths[i], 1e-5 * plain.strengths[i]) << i;
+    }
+}
+
+}  // namespace
+
+TEST_P(SearchForms, FindTheCornersAndCandidatesOfThePlainForm) {
+    for (const SCase& test : kCases) {
+        for (const bool calm : {false, true}) {
+            SCOPED_TRACE(testing::Message() << test.width << " x " << test.height << " at " << test.zoom << calm);
+            const CBxOwnedPic picture = MakePicture(test, calm);
+            const CBxOwnedPic scaled = PlainScale(picture.Pic(), test.zoom);
+            const CBxOwnedPic mean = PlainMean(scaled.Pic());
+
+            CBxSearchPicture shared;
+            CBxColumnWeights columns;
+            ASSERT_TRUE(shared.Prepare(picture.Pic()) && columns.Prepare(test.width, test.zoom));
+            CBxScaledRows rows(shared, columns, test.zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
+            ASSERT_TRUE(rows.Prepare());
+            SBxCornerList halves[2];
+            ASSERT_EQ(
+                BX_FindCornersOfHalves(halves[0], halves[1], rows, rows.Width(), rows.Height(), test.zoom, nullptr), 0);
+            for (int half = 0; half < 2; ++half) {
+                ExpectSameCorners(PlainCorners(mean.Pic(), half, test.zoom), halves[half]);
+            }
+        }
+    }
+}
+
+TEST_P(SearchForms, ReadTheMeansOfThePlainForm) {
+    for (const SCase& test : kCases) {
+        SCOPED_TRACE(testing::Message() << test.width << " x " << test.height << " at " << test.zoom);
+        const CBxOwnedPic picture = MakePicture(test, false);
+        const CBxOwnedPic blue = PlainSmoothBlue(PlainScale(picture.Pic(), test.zoom).Pic(), test.zoom);
+        const double width = blue->m_iWidth;
+        const double height = blue->m_iHeight;
+        // The whole picture, awkward fractions, cells smaller than their rims, long and flat ones.
+        const CBxRect<double> candidates[] = {{0, 0, width, height},
+                                              {width * 0.25, 0.125, width - 0.375, height},
+                                              {1.875, height / 3, width / 2 + 0.25, height - 1.125},
+                                              {0.5, 0.625, width * 0.6, height * 0.2 + 1},
+                                              {width / 2, 2.25, width / 2 + 8.5, height - 0.5}};
+        CBxSearchPicture shared;
+        CBxColumnWeights columns;
+        ASSERT_TRUE(shared.Prepare(picture.Pic()) && columns.Prepare(test.width, test.zoom));
+        CBxScaledRows rows(shared, columns, test.zoom, CBxScaledRows::EChannel::Blue);
+        CBxCellReader cells;
+        ASSERT_TRUE(rows.Prepare() && cells.Prepare(candidates, 5, rows.Width(), rows.Height()));
+        ASSERT_EQ(cells.Read(rows, test.zoom, nullptr), 0);
+        for (unsigned int i = 0; i < 5; ++i) {
+            const std::vector<double> plain = PlainMeans(blue.Pic(), candidates[i]);
+            double means[256];
+            cells.Means(means, i);
+            for (int cell = 0; cell < 256; ++cell) {
+                ASSERT_EQ(std::isnan(means[cell]), std::isnan(plain[cell])) << i << ", " << cell;
+                if (!std::isnan(means[cell])) {
+                    EXPECT_NEAR(means[cell], plain[cell], 1e-6) << i << ", " << cell;
+                }
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Search, SearchForms,
+                         testing::Values(EBxKernelForm::Portable, EBxKernelForm::Avx2, EBxKernelForm::Avx512));
