@@ -236,9 +236,8 @@ void GradientBounds(float* __restrict xx, float* __restrict yy, float* __restric
 void LargestOfEight(float* __restrict out, float* __restrict in, std::size_t count) {
     const std::size_t samples = 8 * count;
     for (std::size_t step = 1; step <= 4; step *= 2) {
-        const std::size_t end = samples - (step == 4 ? 4 : 0);
-        for (std::size_t i = 0; i < end; ++i) {
-            // Later samples are still those of the step before.
+        for (std::size_t i = 0; i < samples; ++i) {
+            // Those behind are still as the step before left them.
             in[i] = in[i + step] > in[i] ? in[i + step] : in[i];
         }
     }
