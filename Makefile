@@ -1,6 +1,6 @@
 # The everyday commands; everything that they do stands in tools/ and in CMakePresets.json.
 
-.PHONY: run test build bench format packages
+.PHONY: run test build bench bench-full format packages
 
 run: build
 	@tools/run.sh
@@ -12,6 +12,11 @@ build: packages
 	@tools/build.sh release
 
 bench: build
+	@build/bin/search_table
+	@build/bin/veridane_bench
+
+bench-full: build
+	@build/bin/search_table --full
 	@build/bin/veridane_bench
 
 format:
