@@ -32,15 +32,6 @@ STaps ShrinkingTaps(int target, double step, int sourceLength, int taps) {
     return result;
 }
 
-STaps ColumnTaps(int target, double step, int sourceLength, int taps) {
-    if (step > 1.0) {
-        return ShrinkingTaps(target, step, sourceLength, taps);
-    }
-    const SBxBetween between(target, step, sourceLength);
-    const double behind = between.Thousandths() / static_cast<double>(kScaleWeightSteps);
-    return {between.before, {1.0 - behind, behind}};
-}
-
 STaps RowTaps(int target, double step, int sourceLength, int taps) {
     if (step > 1.0) {
         return ShrinkingTaps(target, step, sourceLength, taps);
@@ -55,15 +46,24 @@ bool CBxColumnWeights::Prepare(int sourceWidth, double zoom) {
     const double step = 1.0 / zoom;
     m_iScaledWidth = static_cast<int>(sourceWidth * zoom);
     m_iTaps = TapsOfStep(step);
+    m_bEnlarges = step <= 1.0;
     const auto width = static_cast<std::size_t>(m_iScaledWidth);
-    if (!m_First.Allocate(width) || !m_Weights.Allocate(width * static_cast<std::size_t>(m_iTaps))) {
+    if (!m_First.Allocate(width) || !m_Shares.Allocate(m_bEnlarges ? width : 0) ||
+        !m_Weights.Allocate(m_bEnlarges ? 0 : width * static_cast<std::size_t>(m_iTaps))) {
         return false;
     }
-    for (std::size_t x = 0; x < width; ++x) {
-        const STaps taps = ColumnTaps(static_cast<int>(x), step, sourceWidth, m_iTaps);
-        m_First[x] = taps.first;
+    for (int x = 0; x < m_iScaledWidth; ++x) {
+        const auto at = static_cast<std::size_t>(x);
+        if (m_bEnlarges) {
+            const SBxBetween between(x, step, sourceWidth);
+            m_First[at] = between.before;
+            m_Shares[at] = static_cast<float>(between.Thousandths());
+            continue;
+        }
+        const STaps taps = ShrinkingTaps(x, step, sourceWidth, m_iTaps);
+        m_First[at] = taps.first;
         for (int tap = 0; tap < m_iTaps; ++tap) {
-            m_Weights[static_cast<std::size_t>(tap) * width + x] = taps.weights[tap];
+            m_Weights[static_cast<std::size_t>(tap) * width + at] = taps.weights[tap];
         }
     }
     return true;
@@ -82,13 +82,13 @@ CBxScaledRows::CBxScaledRows(const CBxSearchPicture& picture, const CBxColumnWei
 
 bool CBxScaledRows::Prepare() {
     const auto width = static_cast<std::size_t>(m_Columns.ScaledWidth());
-    const auto ringRows = static_cast<std::size_t>(kRing * Components());
-    return m_Ring.Allocate(width * ringRows) && m_Scratch.Allocate(2 * width);
+    const auto ring = width * static_cast<std::size_t>(kRing * Components());
+    return m_EnlargedRing.Allocate(m_Columns.Enlarges() ? ring : 0) &&
+           m_Ring.Allocate(m_Columns.Enlarges() ? 0 : ring) && m_Scratch.Allocate(2 * width);
 }
 
-double* CBxScaledRows::RingRow(int component, int sourceRow) {
-    return m_Ring.Data() +
-           (static_cast<std::ptrdiff_t>(component) * kRing + sourceRow % kRing) * m_Columns.ScaledWidth();
+std::ptrdiff_t CBxScaledRows::RingOffset(int component, int sourceRow) const {
+    return (static_cast<std::ptrdiff_t>(component) * kRing + sourceRow % kRing) * m_Columns.ScaledWidth();
 }
 
 void CBxScaledRows::BeginStrip(int left, int width) {
@@ -97,46 +97,63 @@ void CBxScaledRows::BeginStrip(int left, int width) {
     std::fill(m_iRingRow, m_iRingRow + kRing, -1);
 }
 
-// Resamples one source row along the strip.
+// Resamples one source row along the strip, unless it stands in the ring.
 void CBxScaledRows::MakeSourceRow(int sourceRow) {
     if (m_iRingRow[sourceRow % kRing] == sourceRow) {
         return;
     }
     m_iRingRow[sourceRow % kRing] = sourceRow;
-    const double* weights[kMostTaps];
-    for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
-        weights[tap] = m_Columns.OfTap(tap) + m_iLeft;
-    }
+    const int* first = m_Columns.First() + m_iLeft;
+    const auto width = static_cast<std::size_t>(m_iWidth);
     for (int component = 0; component < Components(); ++component) {
         const auto plane = static_cast<CBxSearchPicture::EComponent>(
             m_eChannel == EChannel::Blue ? CBxSearchPicture::Blue : CBxSearchPicture::Green + component);
-        m_Kernels.ResampleAlong(RingRow(component, sourceRow), m_Picture.Row(plane, sourceRow),
-                                m_Columns.First() + m_iLeft, weights, m_Columns.Taps(),
-                                static_cast<std::size_t>(m_iWidth));
+        const unsigned char* source = m_Picture.Row(plane, sourceRow);
+        const std::ptrdiff_t place = RingOffset(component, sourceRow);
+        if (m_Columns.Enlarges()) {
+            m_Kernels.EnlargeAlong(m_EnlargedRing.Data() + place, source, first, m_Columns.Shares() + m_iLeft, width);
+            continue;
+        }
+        const double* weights[kMostTaps];
+        for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
+            weights[tap] = m_Columns.OfTap(tap) + m_iLeft;
+        }
+        m_Kernels.ResampleAlong(m_Ring.Data() + place, source, first, weights, m_Columns.Taps(), width);
     }
 }
 
-void CBxScaledRows::Row(float* out, int row) {
-    const int taps = TapsOfStep(m_dStep);
-    const STaps vertical = RowTaps(row, m_dStep, m_Picture.Height(), taps);
-    const double* rows[2][kMostTaps];
-    for (int tap = 0; tap < taps; ++tap) {
-        const int sourceRow = std::min(vertical.first + tap, m_Picture.Height() - 1);
-        MakeSourceRow(sourceRow);
-        for (int component = 0; component < Components(); ++component) {
-            rows[component][tap] = RingRow(component, sourceRow);
-        }
-    }
+// Makes a row of one component out of the ring; `taps` are those of the row.
+void CBxScaledRows::BlendRows(float* out, int component, const int* sourceRows, const double* weights) {
     const auto width = static_cast<std::size_t>(m_iWidth);
+    if (m_Columns.Enlarges()) {
+        m_Kernels.EnlargeAcross(out, m_EnlargedRing.Data() + RingOffset(component, sourceRows[0]),
+                                m_EnlargedRing.Data() + RingOffset(component, sourceRows[1]),
+                                weights[0] / kScaleWeightSteps, weights[1] / kScaleWeightSteps, width);
+        return;
+    }
+    const double* rows[kMostTaps];
+    for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
+        rows[tap] = m_Ring.Data() + RingOffset(component, sourceRows[tap]);
+    }
+    m_Kernels.ResampleAcross(out, rows, weights, m_Columns.Taps(), width);
+}
+
+void CBxScaledRows::Row(float* out, int row) {
+    const STaps vertical = RowTaps(row, m_dStep, m_Picture.Height(), m_Columns.Taps());
+    int sourceRows[kMostTaps];
+    for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
+        sourceRows[tap] = std::min(vertical.first + tap, m_Picture.Height() - 1);
+        MakeSourceRow(sourceRows[tap]);
+    }
     if (m_eChannel == EChannel::Blue) {
-        m_Kernels.ResampleAcross(out, rows[0], vertical.weights, taps, width);
+        BlendRows(out, 0, sourceRows, vertical.weights);
         return;
     }
     float* green = m_Scratch.Data();
-    float* red = green + width;
-    m_Kernels.ResampleAcross(green, rows[0], vertical.weights, taps, width);
-    m_Kernels.ResampleAcross(red, rows[1], vertical.weights, taps, width);
-    m_Kernels.Mean(out, green, red, width);
+    float* red = green + m_iWidth;
+    BlendRows(green, 0, sourceRows, vertical.weights);
+    BlendRows(red, 1, sourceRows, vertical.weights);
+    m_Kernels.Mean(out, green, red, static_cast<std::size_t>(m_iWidth));
 }
 
 CBxRowSource::SRange CBxScaledRows::RangeOf(const CBxRect<int>& area) const {

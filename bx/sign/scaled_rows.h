@@ -4,6 +4,8 @@
 // of ten million: the same sums, with the weights of columns and rows applied one after the other.
 #pragma once
 
+#include <cstddef>
+
 #include "heap_array.h"
 #include "kernels.h"
 #include "row_source.h"
@@ -18,13 +20,19 @@ public:
     int ScaledWidth() const { return m_iScaledWidth; }
     int Taps() const { return m_iTaps; }
     const int* First() const { return m_First.Data(); }
+    // Of a reduction.
     const double* OfTap(int tap) const { return m_Weights.Data() + static_cast<std::ptrdiff_t>(tap) * m_iScaledWidth; }
+    // Of an enlargement: what the second tap takes, in thousandths.
+    bool Enlarges() const { return m_bEnlarges; }
+    const float* Shares() const { return m_Shares.Data(); }
 
 private:
     int m_iScaledWidth = 0;
     int m_iTaps = 0;
+    bool m_bEnlarges = false;
     CBxHeapArray<int> m_First;       // source column of the first tap
     CBxHeapArray<double> m_Weights;  // tap after tap; the weights of a column sum to 1
+    CBxHeapArray<float> m_Shares;
 };
 
 // The mean of green and red, or blue, of a picture scaled by `zoom`. The picture and the weights outlive it.
@@ -50,8 +58,9 @@ private:
     static constexpr int kRing = kMostTaps;  // source rows kept
 
     int Components() const { return m_eChannel == EChannel::Blue ? 1 : 2; }
-    double* RingRow(int component, int sourceRow);
+    std::ptrdiff_t RingOffset(int component, int sourceRow) const;
     void MakeSourceRow(int sourceRow);
+    void BlendRows(float* out, int component, const int* sourceRows, const double* weights);
 
     const CBxSearchPicture& m_Picture;
     const CBxColumnWeights& m_Columns;
@@ -60,7 +69,9 @@ private:
     int m_iScaledHeight;
     const SBxKernels& m_Kernels;
 
-    CBxHeapArray<double> m_Ring;  // source rows resampled along the strip
+    // Source rows resampled along the strip: in thousandths where the picture is enlarged.
+    CBxHeapArray<float> m_EnlargedRing;
+    CBxHeapArray<double> m_Ring;
     CBxHeapArray<float> m_Scratch;
     int m_iRingRow[kRing];  // which source row stands in each place
     int m_iLeft = 0;

@@ -13,10 +13,15 @@ bool CBxSearchPicture::Prepare(const SBxPicBuf& picture) {
     if (!m_Planes.Allocate(3 * planeBytes) || !m_Cells.Allocate(cellRows * static_cast<std::size_t>(m_iCellsPerRow))) {
         return false;
     }
-    std::fill(m_Cells.Data(), m_Cells.Data() + m_Cells.Size(), SRange{0xFFFF, 0});
+    CBxHeapArray<std::uint16_t> bounds;
+    if (!bounds.Allocate(2 * static_cast<std::size_t>(m_iPitch))) {
+        return false;
+    }
     for (int row = 0; row < m_iHeight; ++row) {
         SplitRow(picture, row);
-        BoundRow(row);
+    }
+    for (int cellRow = 0; cellRow * kCell < m_iHeight; ++cellRow) {
+        BoundCells(cellRow, bounds.Data(), bounds.Data() + m_iPitch);
     }
     return true;
 }
@@ -37,18 +42,24 @@ void CBxSearchPicture::SplitRow(const SBxPicBuf& picture, int row) {
     }
 }
 
-void CBxSearchPicture::BoundRow(int row) {
-    const unsigned char* green = Row(Green, row);
-    const unsigned char* red = Row(Red, row);
-    SRange* cells = m_Cells.Data() + static_cast<std::ptrdiff_t>(row / kCell) * m_iCellsPerRow;
-    for (int cell = 0; cell < m_iCellsPerRow; ++cell) {
-        SRange range = cells[cell];
-        for (int x = cell * kCell; x < std::min((cell + 1) * kCell, m_iWidth); ++x) {
+// Bounds one row of cells: column by column over its rows first, which runs in wide registers.
+void CBxSearchPicture::BoundCells(int cellRow, std::uint16_t* low, std::uint16_t* high) {
+    std::fill(low, low + m_iPitch, std::uint16_t{0xFFFF});
+    std::fill(high, high + m_iPitch, std::uint16_t{0});
+    for (int row = cellRow * kCell; row < std::min((cellRow + 1) * kCell, m_iHeight); ++row) {
+        const unsigned char* green = Row(Green, row);
+        const unsigned char* red = Row(Red, row);
+        for (int x = 0; x < m_iWidth; ++x) {
             const auto sum = static_cast<std::uint16_t>(green[x] + red[x]);
-            range.low = std::min(range.low, sum);
-            range.high = std::max(range.high, sum);
+            low[x] = sum < low[x] ? sum : low[x];
+            high[x] = sum > high[x] ? sum : high[x];
         }
-        cells[cell] = range;
+    }
+    SRange* cells = m_Cells.Data() + static_cast<std::ptrdiff_t>(cellRow) * m_iCellsPerRow;
+    for (int cell = 0; cell < m_iCellsPerRow; ++cell) {
+        const std::uint16_t* l = low + cell * kCell;
+        const std::uint16_t* h = high + cell * kCell;
+        cells[cell] = {std::min({l[0], l[1], l[2], l[3]}), std::max({h[0], h[1], h[2], h[3]})};
     }
 }
 

@@ -18,7 +18,7 @@ public:
         std::uint16_t high;
     };
 
-    static constexpr int kReadAhead = 16;
+    static constexpr int kReadAhead = 48;
 
     // False without memory.
     [[nodiscard]] bool Prepare(const SBxPicBuf& picture);
@@ -36,7 +36,7 @@ private:
     static constexpr int kCell = 4;
 
     void SplitRow(const SBxPicBuf& picture, int row);
-    void BoundRow(int row);
+    void BoundCells(int cellRow, std::uint16_t* low, std::uint16_t* high);
 
     int m_iWidth = 0;
     int m_iHeight = 0;

@@ -67,17 +67,21 @@ public:
                 break;
             }
         }
-        CBxPicBufAPI::CopyRect(m_Plane.Pic(), m_Blue.Pic(), {m_Area.left, m_Area.top}, {0, 0},
-                               {m_Area.Width(), m_Area.Height()});
-        return static_cast<unsigned char>(CBxPicBufAPI::InsertComponent(picture, 0, m_Plane.Pic()));
+        for (int y = 0; y < m_Area.Height(); ++y) {
+            const unsigned char* from = BX_PicRow<unsigned char>(m_Blue.Pic(), y);
+            unsigned char* to = BX_PicRow<unsigned char>(picture, m_Area.top + y) + std::ptrdiff_t{3} * m_Area.left;
+            for (int x = 0; x < m_Area.Width(); ++x) {
+                to[3 * x] = from[x];
+            }
+        }
+        return kBxSuccess;
     }
 
 private:
-    unsigned char Prepare(SBxPicBuf& picture) {
+    unsigned char Prepare(const SBxPicBuf& picture) {
         const CBxSize<int> area{m_Area.Width(), m_Area.Height()};
         const CBxSize<int> frame{Frame().Width(), Frame().Height()};
-        if (m_Plane.Allocate(picture.m_iWidth, picture.m_iHeight, 1, 8) != kBxSuccess ||
-            m_Blue.Allocate(area.width, area.height, 1, 8) != kBxSuccess ||
+        if (m_Blue.Allocate(area.width, area.height, 1, 8) != kBxSuccess ||
             m_Carrier.Allocate(frame.width, frame.height, 1, 8) != kBxSuccess ||
             m_Values.Allocate(frame.width, frame.height, 1, 32) != kBxSuccess ||
             m_Unsmoothed.Allocate(area.width, area.height, 1, 32) != kBxSuccess ||
@@ -90,9 +94,15 @@ private:
         m_Grid.Centres(m_Centres);
         CBxSignOp::JustCropImageElipsesAndGetSizes(&m_Labels.Pic(), m_Centres, m_uiSizes, m_Grid.m_dCellWidth,
                                                    m_Grid.m_dCellHeight);
-        CBxPicBufAPI::ExtractComponent(m_Plane.Pic(), 0, picture);
-        CBxPicBufAPI::Copy(m_Blue.Pic(), m_Plane.Pic(), m_Area);
-        CBxPicBufAPI::Copy(m_Carrier.Pic(), m_Plane.Pic(), Frame());
+        for (int y = 0; y < area.height; ++y) {
+            const unsigned char* from =
+                BX_PicRow<unsigned char>(picture, m_Area.top + y) + std::ptrdiff_t{3} * m_Area.left;
+            unsigned char* to = BX_PicRow<unsigned char>(m_Blue.Pic(), y);
+            for (int x = 0; x < area.width; ++x) {
+                to[x] = from[3 * x];
+            }
+        }
+        CBxPicBufAPI::CopyRect(m_Carrier.Pic(), m_Blue.Pic(), {0, 0}, FrameInArea(), frame);
         return kBxSuccess;
     }
 
@@ -128,7 +138,6 @@ private:
 
     SBxCellGrid m_Grid;
     CBxRect<int> m_Area;
-    CBxOwnedPic m_Plane;       // blue of the whole picture
     CBxOwnedPic m_Blue;        // blue of the working area
     CBxOwnedPic m_Carrier;     // blue of the frame
     CBxOwnedPic m_Unsmoothed;  // the working area as floats

@@ -1,6 +1,7 @@
 // Clamping of pictures and their conversion to float planes.
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 
 #include "owned_pic.h"
 #include "pic_buf_api.h"
@@ -8,10 +9,14 @@
 #include "sign_op.h"
 
 void CBxSignOp::ModifyChangeFromTo(SBxPicBuf& picture, unsigned int from, unsigned int to) {
-    std::transform(picture.m_pData, picture.m_pData + picture.m_uiByteSize, picture.m_pData,
-                   [from, to](unsigned char byte) {
-                       return static_cast<unsigned char>(byte < from ? from : byte >= to ? to : byte);
-                   });
+    const auto lowest = static_cast<unsigned char>(std::min(from, 255U));
+    const auto highest = static_cast<unsigned char>(std::min(to, 255U));
+    unsigned char* bytes = picture.m_pData;
+    for (std::uint32_t i = 0; i < picture.m_uiByteSize; ++i) {
+        const unsigned char byte = bytes[i];
+        const unsigned char lowered = byte > highest ? highest : byte;
+        bytes[i] = byte < lowest ? lowest : lowered;
+    }
 }
 
 void CBxSignOp::ModifyChangeFromToFloat(SBxPicBuf& picture, unsigned int from, unsigned int to) {
