@@ -35,8 +35,24 @@ inline TDoubles Larger(TDoubles a, TDoubles b) {
 inline TDoubles Smaller(TDoubles a, TDoubles b) {
     return a < b ? a : b;
 }
+#if defined(__AVX512F__)
+// Conversions by the instructions' own names: the compiler takes them apart otherwise.
+inline TDoubles ToDoubles(TInts a) {
+    return _mm512_cvtepi32_pd(reinterpret_cast<__m256i>(a));
+}
+inline TInts ToInts(TDoubles a) {
+    return reinterpret_cast<TInts>(_mm512_cvttpd_epi32(a));
+}
+#else
+inline TDoubles ToDoubles(TInts a) {
+    return __builtin_convertvector(a, TDoubles);
+}
+inline TInts ToInts(TDoubles a) {
+    return __builtin_convertvector(a, TInts);
+}
+#endif
 inline TDoubles Truncated(TDoubles a) {
-    return __builtin_convertvector(__builtin_convertvector(a, TInts), TDoubles);
+    return ToDoubles(ToInts(a));
 }
 
 template <int Taps>
@@ -368,26 +384,49 @@ void PrefixSums4(double* const* sums, const float* const* rows, std::size_t coun
     s3[count] = a3;
 }
 
+// The sums at eight places and at the places behind them.
+struct SNeighbours {
+    TDoubles at;
+    TDoubles behind;
+};
+
+inline SNeighbours LoadNeighbours(const double* prefix, TInts places) {
+#if defined(__AVX512F__)
+    // Both of a pair in one load, four pairs to a register, then one permutation each.
+    int place[kLanes];
+    __builtin_memcpy(place, &places, sizeof place);
+    const auto four = [prefix](const int* of) {
+        const __m256d lower =
+            _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(prefix + of[0])), _mm_loadu_pd(prefix + of[1]), 1);
+        const __m256d upper =
+            _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(prefix + of[2])), _mm_loadu_pd(prefix + of[3]), 1);
+        return _mm512_insertf64x4(_mm512_castpd256_pd512(lower), upper, 1);
+    };
+    const __m512d first = four(place);
+    const __m512d second = four(place + 4);
+    return {_mm512_permutex2var_pd(first, _mm512_setr_epi64(0, 2, 4, 6, 8, 10, 12, 14), second),
+            _mm512_permutex2var_pd(first, _mm512_setr_epi64(1, 3, 5, 7, 9, 11, 13, 15), second)};
+#else
+    SNeighbours sums;
+    for (int lane = 0; lane < kLanes; ++lane) {
+        sums.at[lane] = prefix[places[lane]];
+        sums.behind[lane] = prefix[places[lane] + 1];
+    }
+    return sums;
+#endif
+}
+
 // The sums in front of eight places in thirds of a pixel.
 inline TDoubles SumsOfThirds(const double* prefix, TDoubles places) {
-    const TInts pixels = __builtin_convertvector((places + 0.5) * (1.0 / 3.0), TInts);
-#if defined(__AVX512F__)
-    const TDoubles base = _mm512_i32gather_pd(reinterpret_cast<__m256i>(pixels), prefix, 8);
-    const TDoubles next = _mm512_i32gather_pd(reinterpret_cast<__m256i>(pixels), prefix + 1, 8);
-#else
-    TDoubles base;
-    TDoubles next;
-    for (int lane = 0; lane < kLanes; ++lane) {
-        base[lane] = prefix[pixels[lane]];
-        next[lane] = prefix[pixels[lane] + 1];
-    }
-#endif
-    return 3.0 * base + (places - 3.0 * __builtin_convertvector(pixels, TDoubles)) * (next - base);
+    const TInts pixels = ToInts((places + 0.5) * (1.0 / 3.0));
+    const SNeighbours sums = LoadNeighbours(prefix, pixels);
+    return 3.0 * sums.at + (places - 3.0 * ToDoubles(pixels)) * (sums.behind - sums.at);
 }
 
 bool AddEllipseLine(const SBxEllipseLine& line, double* sums, double* weights, unsigned char* undecided) {
     const bool hasInner = line.innerLeft < line.innerRight;
     bool any = false;
+    __builtin_memset(undecided, 0, SBxEllipseLine::kColumns);
     for (int first = 0; first < SBxEllipseLine::kColumns; first += kLanes) {
         const TDoubles centre = LoadDoubles(line.centres + first);
         const TDoubles left = LoadDoubles(line.lefts + first);
@@ -419,9 +458,17 @@ bool AddEllipseLine(const SBxEllipseLine& line, double* sums, double* weights, u
         const TDoubles added = SumsOfThirds(line.prefix, end) - SumsOfThirds(line.prefix, begin);
         StoreDoubles(sums + first, LoadDoubles(sums + first) + added);
         StoreDoubles(weights + first, LoadDoubles(weights + first) + (end - begin));
-        for (int lane = 0; lane < kLanes; ++lane) {
-            undecided[first + lane] = open[lane] != 0;
-            any = any || open[lane] != 0;
+        long long flags[kLanes];
+        __builtin_memcpy(flags, &open, sizeof flags);
+        long long anyHere = 0;
+        for (const long long flag : flags) {
+            anyHere |= flag;
+        }
+        if (anyHere != 0) {
+            any = true;
+            for (int lane = 0; lane < kLanes; ++lane) {
+                undecided[first + lane] = flags[lane] != 0;
+            }
         }
     }
     return any;
