@@ -8,6 +8,7 @@
 #include <new>
 
 #include "candidate_list.h"
+#include "corner_blocks.h"
 #include "corner_selection.h"
 #include "float_filters.h"
 #include "heap_array.h"
@@ -17,91 +18,16 @@
 
 namespace {
 
-constexpr int kStripWidth = 1024;  // columns that are searched at a time
-constexpr int kBandHeight = 64;    // rows that are searched at a time
-constexpr int kReachBefore = 6;    // pixels in front of a maximum that its fit depends on, in rows and in columns
-constexpr int kReachBehind = 7;    // and behind it
-constexpr int kMargin = 8;         // room for them around a band of a strip
-constexpr int kBoundsCell = 8;     // pixels along a cell of the gradient bounds
-constexpr int kBlock = 16;         // pixels along a block that is searched or left out
-constexpr int kBlockCells = kBlock / kBoundsCell;
-
-constexpr int kBufferWidth = kStripWidth + 2 * kMargin;
-constexpr int kBufferHeight = kBandHeight + 2 * kMargin;
-constexpr int kCellColumns = kBufferWidth / kBoundsCell;
-constexpr int kCellRows = kBufferHeight / kBoundsCell;
-constexpr int kBlockColumns = kStripWidth / kBlock;
-constexpr int kBlockRows = kBandHeight / kBlock;
 constexpr int kRowPitch = kBufferWidth + 16;
 
 // A corner lies at least 10 pixels from every edge, and at most one pixel from the maximum that it was fitted to.
 constexpr int kEdge = 9;
-// The fitted surface rises above its centre v by at most this share of v minus its lowest neighbour: half of what the
-// sum of the absolute weights of bi-quadratic interpolation, (5 / 4)^2, exceeds 1.
-constexpr double kFitOvershoot = 0.28125;
-// Rounding in float cannot lift a response above its bound by more than this.
-constexpr double kRoundingSlack = 1.001;
-
 // The bounds of a half's tones.
 struct STones {
     float low;
     float high;
 };
 constexpr STones kTonesOfHalf[2] = {{0.0f, 128.0f}, {128.0f, 256.0f}};
-
-// The greatest strength that a corner can have where dx^2 <= xx, dy^2 <= yy and dx^2 + dy^2 <= trace: the response is
-// at most xx * yy, and at most (1 / 4 - 0.08) trace^2; it is at least -0.08 trace^2.
-double GreatestStrength(double xx, double yy, double trace) {
-    const double response = std::min(xx * yy, 0.17 * trace * trace);
-    if (response * kRoundingSlack <= kCornerThreshold) {
-        return 0.0;
-    }
-    return kRoundingSlack * (response + kFitOvershoot * (response + 0.08 * trace * trace));
-}
-
-// A half-open rectangle of blocks.
-struct SBlocks {
-    int left;
-    int right;
-    int top;
-    int bottom;
-};
-
-// Which blocks of a band have to be looked at.
-class CBlockMap {
-public:
-    void Mark(int row, int column) {
-        m_bMarked[row][column] = true;
-        m_bColumnMarked[column] = true;
-    }
-    bool IsMarked(int row, int column) const { return m_bMarked[row][column]; }
-
-    // Calls `visit` for runs of neighbouring marked columns from `first` up to `end`, each with the rows that its marks
-    // span.
-    template <typename Visit>
-    void ForEachRun(int first, int end, Visit visit) const {
-        for (int column = first; column < end; ++column) {
-            if (!m_bColumnMarked[column]) {
-                continue;
-            }
-            SBlocks run{column, column, kBlockRows, 0};
-            for (; run.right < end && m_bColumnMarked[run.right]; ++run.right) {
-                for (int row = 0; row < kBlockRows; ++row) {
-                    if (m_bMarked[row][run.right]) {
-                        run.top = std::min(run.top, row);
-                        run.bottom = std::max(run.bottom, row + 1);
-                    }
-                }
-            }
-            visit(run);
-            column = run.right;
-        }
-    }
-
-private:
-    bool m_bMarked[kBlockRows][kBlockColumns] = {};
-    bool m_bColumnMarked[kBlockColumns] = {};
-};
 
 // Buffers of one walk. Buffer column 0 is kMargin left of the strip, buffer row 0 kMargin above the band.
 struct SBuffers {
@@ -168,8 +94,8 @@ private:
 
     // Looks at the blocks of one band of the strip.
     bool SearchBand() {
-        CBlockMap maps[2];
-        CBlockMap either;
+        CBxBlockMap maps[2];
+        CBxBlockMap either;
         for (int row = 0; row < kBlockRows; ++row) {
             for (int column = 0; column < kBlockColumns; ++column) {
                 const CBxRect<int> area = PlaneAreaOfBlock(row, column);
@@ -186,10 +112,10 @@ private:
             }
         }
         bool memory = true;
-        either.ForEachRun(0, kBlockColumns, [&](const SBlocks& run) {
+        either.ForEachRun(0, kBlockColumns, [&](const SBxBlocks& run) {
             FillRun(run);
             for (int half = 0; half < 2; ++half) {
-                maps[half].ForEachRun(run.left, run.right, [&](const SBlocks& part) {
+                maps[half].ForEachRun(run.left, run.right, [&](const SBxBlocks& part) {
                     memory = memory && SearchRun(part, maps[half], half, *m_pLists[half]);
                 });
             }
@@ -215,7 +141,7 @@ private:
     }
 
     // Brings the pixels that a run depends on into the buffer.
-    void FillRun(const SBlocks& run) {
+    void FillRun(const SBxBlocks& run) {
         const CBxRect<int> area = BufferArea(run);
         const int first = area.left - kReachBefore;
         m_Source.BeginStrip(m_iLeft - kMargin + first, area.Width() + kReachBefore + kReachBehind);
@@ -237,12 +163,12 @@ private:
     }
 
     static bool Matters(double xx, double yy, double trace, float bar) {
-        const double strength = GreatestStrength(xx, yy, trace);
+        const double strength = BX_GreatestStrength(xx, yy, trace);
         return strength > kCornerThreshold && strength >= bar;
     }
 
     // The buffer rows and columns of a run, cut to where a maximum may lie.
-    CBxRect<int> BufferArea(const SBlocks& run) const {
+    CBxRect<int> BufferArea(const SBxBlocks& run) const {
         const auto cut = [](int first, int end, int origin, int length) {
             return CBxPoint<int>{std::max(first, kEdge - origin), std::min(end, length - kEdge + 1 - origin)};
         };
@@ -254,16 +180,16 @@ private:
     }
 
     // Smooths a run of blocks, bounds its gradients, and searches what may still hold a corner.
-    bool SearchRun(const SBlocks& run, const CBlockMap& map, int half, CBxCandidateList& list) {
+    bool SearchRun(const SBxBlocks& run, const CBxBlockMap& map, int half, CBxCandidateList& list) {
         const CBxRect<int> area = BufferArea(run);
         if (area.IsEmpty()) {
             return true;
         }
         SmoothArea(area, kTonesOfHalf[half]);
-        CBlockMap gradientMap;
+        CBxBlockMap gradientMap;
         BoundGradients(area, run, map, gradientMap, list.Bar());
         bool memory = true;
-        gradientMap.ForEachRun(run.left, run.right, [&](const SBlocks& inner) {
+        gradientMap.ForEachRun(run.left, run.right, [&](const SBxBlocks& inner) {
             const CBxRect<int> innerArea = BufferArea(inner);
             memory = memory && (innerArea.IsEmpty() || SearchArea(innerArea, list));
         });
@@ -290,8 +216,8 @@ private:
         }
     }
 
-    void BoundGradients(const CBxRect<int>& area, const SBlocks& run, const CBlockMap& map, CBlockMap& gradientMap,
-                        float bar) {
+    void BoundGradients(const CBxRect<int>& area, const SBxBlocks& run, const CBxBlockMap& map,
+                        CBxBlockMap& gradientMap, float bar) {
         float* xx = m_Buffers.ShortRow(0);
         float* yy = m_Buffers.ShortRow(1);
         float* trace = m_Buffers.ShortRow(2);
