@@ -1,0 +1,142 @@
+// The loops that resample rows and columns.
+// Part of kernel_loops.h: internal linkage, no standard function.
+#pragma once
+
+#include <cstddef>
+
+#include "kernel_vectors.h"
+
+namespace {
+
+#if defined(__AVX512F__)
+// Eight bytes as numbers. Written with the instructions' own names: the compiler takes a conversion apart otherwise.
+inline TDoubles LoadBytes(const unsigned char* from) {
+    return _mm512_cvtepi32_pd(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from))));
+}
+#endif
+
+template <int Taps>
+void ResampleAlongTaps(double* __restrict out, const unsigned char* __restrict in, const int* __restrict first,
+                       const double* const* weights, std::size_t count) {
+    const double* weight[Taps];
+    for (int tap = 0; tap < Taps; ++tap) {
+        weight[tap] = weights[tap];
+    }
+    std::size_t i = 0;
+#if defined(__AVX512F__)
+    // Eight samples of a picture that is hardly shrunk lie so close that sixteen bytes of the source hold them all: one
+    // permutation of two registers a tap.
+    for (; i + kLanes <= count; i += kLanes) {
+        if (first[i + kLanes - 1] - first[i] + Taps > 2 * kLanes) {
+            break;
+        }
+        const unsigned char* source = in + first[i];
+        const TDoubles lower = LoadBytes(source);
+        const TDoubles upper = LoadBytes(source + kLanes);
+        TInts places;
+        __builtin_memcpy(&places, first + i, sizeof places);
+        const TMask place = __builtin_convertvector(places - first[i], TMask);
+        TDoubles sum = LoadDoubles(weight[0] + i) * __builtin_shuffle(lower, upper, place);
+        for (int tap = 1; tap < Taps; ++tap) {
+            sum += LoadDoubles(weight[tap] + i) * __builtin_shuffle(lower, upper, place + tap);
+        }
+        StoreDoubles(out + i, sum);
+    }
+#endif
+    for (; i < count; ++i) {
+        const unsigned char* source = in + first[i];
+        double sum = weight[0][i] * source[0];
+        for (int tap = 1; tap < Taps; ++tap) {
+            sum += weight[tap][i] * source[tap];
+        }
+        out[i] = sum;
+    }
+}
+
+void ResampleAlong(double* out, const unsigned char* in, const int* first, const double* const* weights, int tapCount,
+                   std::size_t count) {
+    if (tapCount == 2) {
+        ResampleAlongTaps<2>(out, in, first, weights, count);
+        return;
+    }
+    if (tapCount == 3) {
+        ResampleAlongTaps<3>(out, in, first, weights, count);
+        return;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        const unsigned char* source = in + first[i];
+        double sum = weights[0][i] * source[0];
+        for (int tap = 1; tap < tapCount; ++tap) {
+            sum += weights[tap][i] * source[tap];
+        }
+        out[i] = sum;
+    }
+}
+
+void EnlargeAlong(float* __restrict out, const unsigned char* __restrict in, const int* __restrict first,
+                  const float* __restrict share, std::size_t count) {
+    std::size_t i = 0;
+#if defined(__AVX512F__)
+    // Sixteen samples of an enlargement lie in eighteen bytes of the source: one permutation of two registers a tap.
+    constexpr std::size_t kWide = 16;
+    const __m512 thousand = _mm512_set1_ps(1000.0f);
+    for (; i + kWide <= count; i += kWide) {
+        const __m128i* source = reinterpret_cast<const __m128i*>(in + first[i]);
+        const __m512 lower = _mm512_cvtepi32_ps(_mm512_cvtepu8_epi32(_mm_loadu_si128(source)));
+        const __m512 upper = _mm512_cvtepi32_ps(_mm512_cvtepu8_epi32(_mm_loadu_si128(source + 1)));
+        const __m512i place = _mm512_sub_epi32(_mm512_loadu_si512(first + i), _mm512_set1_epi32(first[i]));
+        const __m512 before = _mm512_permutex2var_ps(lower, place, upper);
+        const __m512 behind = _mm512_permutex2var_ps(lower, _mm512_add_epi32(place, _mm512_set1_epi32(1)), upper);
+        const __m512 part = _mm512_loadu_ps(share + i);
+        _mm512_storeu_ps(
+            out + i, _mm512_add_ps(_mm512_mul_ps(_mm512_sub_ps(thousand, part), before), _mm512_mul_ps(part, behind)));
+    }
+#endif
+    for (; i < count; ++i) {
+        const unsigned char* source = in + first[i];
+        out[i] = (1000.0f - share[i]) * static_cast<float>(source[0]) + share[i] * static_cast<float>(source[1]);
+    }
+}
+
+void EnlargeAcross(float* __restrict out, const float* __restrict upper, const float* __restrict lower,
+                   double upperWeight, double lowerWeight, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = static_cast<float>(upperWeight * static_cast<double>(upper[i]) +
+                                    lowerWeight * static_cast<double>(lower[i]));
+    }
+}
+
+void ResampleAcross2(float* __restrict out, const double* r0, const double* r1, double w0, double w1,
+                     std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = static_cast<float>(w0 * r0[i] + w1 * r1[i]);
+    }
+}
+
+void ResampleAcross3(float* __restrict out, const double* r0, const double* r1, const double* r2, double w0, double w1,
+                     double w2, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = static_cast<float>(w0 * r0[i] + w1 * r1[i] + w2 * r2[i]);
+    }
+}
+
+void ResampleAcross(float* __restrict out, const double* const* rows, const double* weights, int rowCount,
+                    std::size_t count) {
+    if (rowCount == 2) {
+        ResampleAcross2(out, rows[0], rows[1], weights[0], weights[1], count);
+        return;
+    }
+    if (rowCount == 3) {
+        ResampleAcross3(out, rows[0], rows[1], rows[2], weights[0], weights[1], weights[2], count);
+        return;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        double sum = weights[0] * rows[0][i];
+        for (int row = 1; row < rowCount; ++row) {
+            sum += weights[row] * rows[row][i];
+        }
+        out[i] = static_cast<float>(sum);
+    }
+}
+
+}  // namespace
