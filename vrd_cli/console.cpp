@@ -133,6 +133,16 @@ void CBxConsole::Note(const std::string& file, const std::string& text) {
     }
 }
 
+void CBxConsole::ShowCount(std::size_t done, std::size_t all) {
+    std::fprintf(stderr, "\r\33[K%zu of %zu files", done, all);
+    std::fflush(stderr);
+}
+
+void CBxConsole::WipeCount() {
+    std::fputs("\r\33[K", stderr);
+    std::fflush(stderr);
+}
+
 bool CBxConsole::Finish() {
     return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
 }

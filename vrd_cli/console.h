@@ -1,6 +1,7 @@
 // What `vrd` prints: results on standard output, everything else on standard error.
 #pragma once
 
+#include <cstddef>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -36,6 +37,10 @@ public:
 
     // Something worth knowing, on standard error; dropped when quiet.
     void Note(const std::string& file, const std::string& text);
+
+    // "12 of 200 files" on standard error, where a bar would be, and away with it again.
+    void ShowCount(std::size_t done, std::size_t all);
+    void WipeCount();
 
     // False when standard output took not all of it (a full disk, a closed pipe).
     bool Finish();

@@ -1,8 +1,11 @@
+#include <vector>
+
 #include "commands.h"
 #include "convert_picture.h"
 #include "picture_search.h"
 #include "result.h"
 #include "run_watcher.h"
+#include "side_by_side.h"
 #include "stop_request.h"
 #include "stopwatch.h"
 
@@ -32,48 +35,76 @@ EBxExit Fail(const std::string& file, const std::string& reason, CBxConsole& con
     return EBxExit::kError;
 }
 
-EBxExit DetectInFile(const std::string& file, unsigned int threads, CBxConsole& console) {
-    const CBxStopwatch stopwatch;
+// What became of one file.
+struct SFileSearch {
+    bool isRead = false;
     SBxFileReport report;
-    SBxPicBuf* picture = nullptr;
-    const int readResult = CBxConvertPicture::ReadInputFile(picture, file.c_str(), report);
-    const CBxPicBufHolder holder(picture);
-    if (readResult != kBxSuccess) {
-        return Fail(file, report.m_szReason, console);
-    }
-    if (report.HasWarning()) {
-        console.Note(file, report.m_szWarning);
-    }
-    SBxSignRun run;
     SBxSearchResult result;
-    {
-        const CBxRunWatcher watcher(run, console.ShowsProgress(), BX_PrintableName(file));
-        result = BX_SearchPicture(run, *picture, threads);
+    double seconds = 0.0;
+};
+
+// Reads and searches one file; may run beside others.
+void SearchFile(SFileSearch& search, const std::string& file, unsigned int threads, bool showProgress) {
+    const CBxStopwatch stopwatch;
+    SBxPicBuf* picture = nullptr;
+    search.isRead = CBxConvertPicture::ReadInputFile(picture, file.c_str(), search.report) == kBxSuccess;
+    const CBxPicBufHolder holder(picture);
+    if (search.isRead) {
+        SBxSignRun run;
+        const CBxRunWatcher watcher(run, showProgress, BX_PrintableName(file));
+        search.result = BX_SearchPicture(run, *picture, threads);
     }
-    if (result.code == kBxOutOfMemory) {
+    search.seconds = stopwatch.Seconds();
+}
+
+EBxExit ReportFile(const SFileSearch& search, const std::string& file, CBxConsole& console) {
+    if (!search.isRead) {
+        return Fail(file, search.report.m_szReason, console);
+    }
+    if (search.report.HasWarning()) {
+        console.Note(file, search.report.m_szWarning);
+    }
+    if (search.result.code == kBxOutOfMemory) {
         return Fail(file, "there is not enough memory", console);
     }
-    if (result.code != kBxSuccess && BX_IsStopRequested()) {
+    if (search.result.code != kBxSuccess && BX_IsStopRequested()) {
         return Fail(file, "interrupted", console);
     }
-    ReportSearch(file, result, stopwatch.Seconds(), console);
-    return result.code == kBxSuccess ? EBxExit::kDone : EBxExit::kNothing;
+    ReportSearch(file, search.result, search.seconds, console);
+    return search.result.code == kBxSuccess ? EBxExit::kDone : EBxExit::kNothing;
 }
 
 }  // namespace
 
 EBxExit BX_DetectCommand(const SBxDetectRequest& request, CBxConsole& console) {
+    const std::vector<std::string>& files = request.files;
+    const SBxWorkShare share = BX_ShareWork(files.size(), request.threads);
+    const bool barOfOne = console.ShowsProgress() && share.workers == 1;
+    const bool countOfMany = console.ShowsProgress() && share.workers > 1;
+    std::vector<SFileSearch> searches(files.size());
+    std::size_t reported = 0;
     bool hasFailed = false;
     bool hasFound = false;
-    for (const std::string& file : request.files) {
-        if (BX_IsStopRequested()) {
-            return EBxExit::kError;
-        }
-        const EBxExit status = DetectInFile(file, request.threads, console);
-        hasFailed |= status == EBxExit::kError;
-        hasFound |= status == EBxExit::kDone;
+    BX_RunSideBySide(
+        files.size(), share.workers,
+        [&](std::size_t i) { SearchFile(searches[i], files[i], share.threadsPerFile, barOfOne); },
+        [&](std::size_t i) {
+            if (countOfMany) {
+                console.WipeCount();
+            }
+            const EBxExit status = ReportFile(searches[i], files[i], console);
+            hasFailed |= status == EBxExit::kError;
+            hasFound |= status == EBxExit::kDone;
+            searches[i] = {};
+            if (countOfMany && ++reported < files.size()) {
+                console.ShowCount(reported, files.size());
+            }
+        },
+        [] { return BX_IsStopRequested(); });
+    if (countOfMany) {
+        console.WipeCount();
     }
-    if (hasFailed) {
+    if (hasFailed || BX_IsStopRequested()) {
         return EBxExit::kError;
     }
     return hasFound ? EBxExit::kDone : EBxExit::kNothing;
