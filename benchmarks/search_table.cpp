@@ -21,6 +21,7 @@
 #include "important_rectangles.h"
 #include "kernels.h"
 #include "plain_engine.h"
+#include "run_stop.h"
 #include "scaled_rows.h"
 #include "sign_format.h"
 #include "sign_op.h"
@@ -140,8 +141,8 @@ void EngineZoom(SStages& stages, const CBxSearchPicture& shared, double zoom, st
         good = columns.Prepare(shared.Width(), zoom);
         CBxScaledRows mean(shared, columns, zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
         good = good && mean.Prepare() &&
-               BX_FindImportantRectangles(run, rects, count, mean, {mean.Width(), mean.Height()}, anchors, anchorCount,
-                                          true, zoom) == 0;
+               BX_FindImportantRectangles(CBxRunStop(run, EBxStopOn::Abort), rects, count, mean,
+                                          {mean.Width(), mean.Height()}, anchors, anchorCount, true, zoom) == 0;
         rects[count++] = {0, 0, static_cast<double>(mean.Width()), static_cast<double>(mean.Height())};
         CBxSignOp::ReduceNumbersOfRectanglesX(rects, count);
     });

@@ -13,6 +13,10 @@ namespace {
 inline TDoubles LoadBytes(const unsigned char* from) {
     return _mm512_cvtepi32_pd(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from))));
 }
+
+inline TDoubles Permuted(TDoubles lower, TMask places, TDoubles upper) {
+    return _mm512_permutex2var_pd(lower, reinterpret_cast<__m512i>(places), upper);
+}
 #endif
 
 template <int Taps>
@@ -36,9 +40,9 @@ void ResampleAlongTaps(double* __restrict out, const unsigned char* __restrict i
         TInts places;
         __builtin_memcpy(&places, first + i, sizeof places);
         const TMask place = __builtin_convertvector(places - first[i], TMask);
-        TDoubles sum = LoadDoubles(weight[0] + i) * __builtin_shuffle(lower, upper, place);
+        TDoubles sum = LoadDoubles(weight[0] + i) * Permuted(lower, place, upper);
         for (int tap = 1; tap < Taps; ++tap) {
-            sum += LoadDoubles(weight[tap] + i) * __builtin_shuffle(lower, upper, place + tap);
+            sum += LoadDoubles(weight[tap] + i) * Permuted(lower, place + tap, upper);
         }
         StoreDoubles(out + i, sum);
     }

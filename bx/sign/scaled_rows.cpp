@@ -159,8 +159,14 @@ void CBxScaledRows::Row(float* out, int row) {
 CBxRowSource::SRange CBxScaledRows::RangeOf(const CBxRect<int>& area) const {
     // A sample lies between the source samples that it is made of, except in front of the first row, where no corner
     // is.
-    const auto first = [this](int target) { return static_cast<int>(std::floor((target + 0.5) * m_dStep - 0.5)) - 1; };
-    const auto end = [this](int target) { return static_cast<int>(std::ceil((target + 0.5) * m_dStep + 0.5)) + 2; };
+    const auto first = [this](int target) {
+        return static_cast<int>(m_Columns.Enlarges() ? std::floor((target + 0.5) * m_dStep - 0.5)
+                                                     : std::floor(target * m_dStep));
+    };
+    const auto end = [this](int target) {
+        return static_cast<int>(m_Columns.Enlarges() ? std::floor((target + 0.5) * m_dStep - 0.5) + 2
+                                                     : std::ceil((target + 1) * m_dStep));
+    };
     const CBxSearchPicture::SRange range =
         m_Picture.RangeOf({first(area.left), first(area.top), end(area.right - 1), end(area.bottom - 1)});
     return {static_cast<float>(range.low) / 2.0f, static_cast<float>(range.high) / 2.0f};

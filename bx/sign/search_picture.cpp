@@ -3,11 +3,16 @@
 #include <algorithm>
 #include <cstddef>
 
-bool CBxSearchPicture::Prepare(const SBxPicBuf& picture) {
+#include "sign_format.h"
+
+bool CBxSearchPicture::Prepare(const SBxPicBuf& picture, double smallestZoom) {
     m_iWidth = picture.m_iWidth;
     m_iHeight = picture.m_iHeight;
     m_iCellsPerRow = (m_iWidth + kCell - 1) / kCell;
     const auto cellRows = static_cast<std::size_t>((m_iHeight + kCell - 1) / kCell);
+    if (BX_IsTooLargeToSearch(m_iWidth, m_iHeight, smallestZoom)) {
+        return true;
+    }
     m_iPitch = m_iWidth + kReadAhead;
     const auto planeBytes = static_cast<std::size_t>(m_iPitch) * static_cast<std::size_t>(m_iHeight);
     if (!m_Planes.Allocate(3 * planeBytes) || !m_Cells.Allocate(cellRows * static_cast<std::size_t>(m_iCellsPerRow))) {

@@ -20,8 +20,11 @@ public:
 
     static constexpr int kReadAhead = 48;
 
-    // False without memory.
-    [[nodiscard]] bool Prepare(const SBxPicBuf& picture);
+    // For searches at `smallestZoom` and above: a picture that is too large even for that gives its size only. False
+    // without memory.
+    [[nodiscard]] bool Prepare(const SBxPicBuf& picture, double smallestZoom);
+    // Of any size.
+    [[nodiscard]] bool Prepare(const SBxPicBuf& picture) { return Prepare(picture, 0.0); }
 
     int Width() const { return m_iWidth; }
     int Height() const { return m_iHeight; }

@@ -31,6 +31,10 @@ inline constexpr double kFirstZoom = 0.9;
 inline constexpr double kZoomStep = 0.05;
 inline constexpr unsigned int kZooms = 24;
 
+inline constexpr bool BX_IsTooLargeToSearch(int width, int height, double zoom) {
+    return static_cast<double>(width) * height * zoom * zoom > kMostPixelsToSearch;
+}
+
 // Index 0 .. 23 to 0.90 .. 2.05, as one product and one sum: repeated adding gives other picture sizes.
 inline constexpr double BX_ZoomOfIndex(unsigned int index) {
     return kFirstZoom + kZoomStep * index;

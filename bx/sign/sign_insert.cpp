@@ -9,6 +9,7 @@
 #include "owned_pic.h"
 #include "pic_buf_api.h"
 #include "result.h"
+#include "run_stop.h"
 #include "scaled_rows.h"
 #include "sign_block.h"
 #include "sign_format.h"
@@ -36,8 +37,9 @@ unsigned char FindCarriers(SBxSignRun& run, CBxRect<double>* carriers, unsigned 
     }
     CBxPoint<double> anchors[kAnchorRoom];
     unsigned int anchorCount = 0;
-    const unsigned char result = BX_FindImportantRectangles(
-        run, carriers, count, mean, {picture.m_iWidth, picture.m_iHeight}, anchors, anchorCount, false, kUnscaled);
+    const unsigned char result =
+        BX_FindImportantRectangles(CBxRunStop(run, EBxStopOn::Abort), carriers, count, mean,
+                                   {picture.m_iWidth, picture.m_iHeight}, anchors, anchorCount, false, kUnscaled);
     if (result != kBxSuccess) {
         return result;
     }

@@ -1,7 +1,6 @@
 // Clamping of pictures and their conversion to float planes.
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 
 #include "owned_pic.h"
 #include "pic_buf_api.h"
@@ -11,11 +10,14 @@
 void CBxSignOp::ModifyChangeFromTo(SBxPicBuf& picture, unsigned int from, unsigned int to) {
     const auto lowest = static_cast<unsigned char>(std::min(from, 255U));
     const auto highest = static_cast<unsigned char>(std::min(to, 255U));
-    unsigned char* bytes = picture.m_pData;
-    for (std::uint32_t i = 0; i < picture.m_uiByteSize; ++i) {
-        const unsigned char byte = bytes[i];
-        const unsigned char lowered = byte > highest ? highest : byte;
-        bytes[i] = byte < lowest ? lowest : lowered;
+    const int bytesOfRow = picture.m_iWidth * picture.m_iComponents * ((picture.m_iBitsPerComponent + 7) / 8);
+    for (int y = 0; y < picture.m_iHeight; ++y) {
+        unsigned char* bytes = BX_PicRow<unsigned char>(picture, y);
+        for (int i = 0; i < bytesOfRow; ++i) {
+            const unsigned char byte = bytes[i];
+            const unsigned char lowered = byte > highest ? highest : byte;
+            bytes[i] = byte < lowest ? lowest : lowered;
+        }
     }
 }
 

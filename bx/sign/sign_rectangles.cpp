@@ -143,16 +143,18 @@ private:
 
 }  // namespace
 
-unsigned char BX_FindImportantRectangles(SBxSignRun& run, CBxRect<double>* rects, unsigned int& count,
+unsigned char BX_FindImportantRectangles(const CBxStopCheck& stop, CBxRect<double>* rects, unsigned int& count,
                                          CBxRowSource& source, const CBxSize<int>& plane, CBxPoint<double>* anchors,
                                          unsigned int& anchorCount, bool detection, double zoom) {
     SBxCornerList darkCorners;
     SBxCornerList brightCorners;
-    const CBxRunStop stop(run, detection ? EBxStopOn::AbortOrFound : EBxStopOn::Abort);
     const unsigned char found =
         BX_FindCornersOfHalves(darkCorners, brightCorners, source, plane.width, plane.height, zoom, &stop);
     if (found != kBxSuccess) {
         return found;
+    }
+    if (stop.Stopped()) {
+        return kBxFailure;
     }
     CBxPoint<double> slots[kAnchorSlots] = {};
     const unsigned char dark = AddRectanglesOfHalf(rects, count, darkCorners.m_Points, darkCorners.m_uiCount, plane,
@@ -202,7 +204,8 @@ unsigned char CBxSignOp::GetAllImportantRectangles(SBxSignRun& run, CBxRect<doub
                                                    SBxPicBuf* picture, CBxPoint<double>* anchors,
                                                    unsigned int& anchorCount, bool detection, double zoom) {
     CPlaneRows rows(*picture);
-    return BX_FindImportantRectangles(run, rects, count, rows, {picture->m_iWidth, picture->m_iHeight}, anchors,
+    const CBxRunStop stop(run, EBxStopOn::Abort);
+    return BX_FindImportantRectangles(stop, rects, count, rows, {picture->m_iWidth, picture->m_iHeight}, anchors,
                                       anchorCount, detection, zoom);
 }
 

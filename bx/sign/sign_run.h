@@ -20,7 +20,7 @@ public:
 
     // Takes a copy of the text, cut to kTextBytes - 1 bytes; null changes nothing.
     void SetText(const char* text);
-    // Copies the text into a buffer of kTextBytes bytes; null does nothing.
+    // Copies the text, at most kTextBytes bytes with its end; null does nothing.
     void GetText(char* text);
     // Stores the value as it is.
     void SetPercentage(double percentage);

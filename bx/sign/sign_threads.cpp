@@ -144,7 +144,7 @@ unsigned char CBxSignOp::ExtractTextFromPicture_1thread(SBxPicBuf* picture, char
 
 unsigned char CBxSignOp::ExtractTextFromPicture_1thread(SBxSignRun& run, SBxPicBuf* picture, char* text) {
     CBxSearchPicture shared;
-    if (!shared.Prepare(*picture)) {
+    if (!shared.Prepare(*picture, kFirstZoom)) {
         return kBxOutOfMemory;
     }
     unsigned char result = kBxFailure;
@@ -173,7 +173,7 @@ unsigned char CBxSignOp::ExtractTextFromPicture_Nthread(SBxPicBuf* picture, char
 unsigned char CBxSignOp::ExtractTextFromPicture_Nthread(SBxSignRun& run, SBxPicBuf* picture, char* text) {
     run.m_uiNoOfThreads = std::clamp(run.m_uiNoOfThreads, 1U, kMostThreads);
     CBxSearchPicture shared;
-    if (!shared.Prepare(*picture)) {
+    if (!shared.Prepare(*picture, kFirstZoom)) {
         return kBxOutOfMemory;
     }
     SThreadedSearch search(run, &shared);

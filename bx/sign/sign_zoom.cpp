@@ -30,9 +30,10 @@ unsigned char FindCandidates(SBxSignRun& run, CBxRect<double>* candidates, unsig
     CBxPoint<double> anchors[kAnchorRoom];
     unsigned int anchorCount = 0;
     const CBxSize<int> scaled{mean.Width(), mean.Height()};
-    const unsigned char result = mean.Prepare() ? BX_FindImportantRectangles(run, candidates, count, mean, scaled,
-                                                                             anchors, anchorCount, true, zoom)
-                                                : kBxOutOfMemory;
+    const unsigned char result = mean.Prepare()
+                                     ? BX_FindImportantRectangles(CBxRunStop(run, EBxStopOn::AbortOrFound), candidates,
+                                                                  count, mean, scaled, anchors, anchorCount, true, zoom)
+                                     : kBxOutOfMemory;
     if (result != kBxSuccess) {
         if (!Ended(run)) {
             CBxSignOp::LogErrorDetail("GetAllImportantRectangles() failed.");
@@ -106,14 +107,14 @@ unsigned char BX_SearchZoom(SBxSignRun& run, const CBxSearchPicture& picture, ch
     if (run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0) {
         return kBxFailure;
     }
-    if (static_cast<double>(picture.Width()) * picture.Height() * zoom * zoom > kMostPixelsToSearch) {
+    if (BX_IsTooLargeToSearch(picture.Width(), picture.Height(), zoom)) {
         CBxSignOp::LogInfoDetail("Detection with zoom %.2lf: Too large picture!", zoom);
         return kBxFailure;
     }
     if (run.m_iStopDetecting.load(std::memory_order_relaxed) >= 0) {
         return kBxFailure;
     }
-    if (zoom < kSmallestScaledZoom) {
+    if (!(zoom >= kSmallestScaledZoom)) {
         // Cells of a few pixels of the scaled picture carry nothing.
         CBxSignOp::LogInfoDetail("Sign with zoom %.2lf was not detected.", zoom);
         return kBxFailure;
@@ -146,7 +147,7 @@ unsigned char CBxSignOp::ExtractTextFromPictureWithZoom(SBxSignRun& run, SBxPicB
         return kBxFailure;
     }
     CBxSearchPicture shared;
-    return shared.Prepare(*picture) ? BX_SearchZoom(run, shared, block, run.m_Finding, zoom) : kBxOutOfMemory;
+    return shared.Prepare(*picture, zoom) ? BX_SearchZoom(run, shared, block, run.m_Finding, zoom) : kBxOutOfMemory;
 }
 
 unsigned char CBxSignOp::ExtractTextFromPictureWithZoom(SBxPicBuf* picture, double zoom, char* text) {
