@@ -21,3 +21,13 @@ elseif(VERIDANE_SANITIZE STREQUAL "thread")
 elseif(VERIDANE_SANITIZE)
   message(FATAL_ERROR "VERIDANE_SANITIZE is empty, address or thread")
 endif()
+
+# Fuzz targets find faults only where the code they call is instrumented too.
+if(VERIDANE_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "VERIDANE_FUZZ needs clang: configure with -DCMAKE_CXX_COMPILER=clang++")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
