@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "cell_reader.h"
+#include "image_pictures.h"
 #include "important_rectangles.h"
 #include "kernels.h"
 #include "plain_engine.h"
@@ -49,30 +50,6 @@ double MedianOfThree(const std::function<void()>& work, clockid_t clock = CLOCK_
     return Median({Seconds(work, clock), Seconds(work, clock), Seconds(work, clock)});
 }
 
-CBxOwnedPic FromImage(const QImage& image) {
-    const QImage rgb = image.convertToFormat(QImage::Format_RGB888);
-    CBxOwnedPic picture;
-    if (picture.Allocate(rgb.width(), rgb.height(), 3, 8) != 0) {
-        std::fprintf(stderr, "out of memory\n");
-        std::exit(2);
-    }
-    for (int y = 0; y < rgb.height(); ++y) {
-        const unsigned char* from = rgb.constScanLine(y);
-        unsigned char* to = BX_PicRow<unsigned char>(picture.Pic(), y);
-        for (int x = 0; x < rgb.width(); ++x) {
-            to[3 * x] = from[3 * x + 2];
-            to[3 * x + 1] = from[3 * x + 1];
-            to[3 * x + 2] = from[3 * x];
-        }
-    }
-    return picture;
-}
-
-QImage ToImage(const SBxPicBuf& picture) {
-    return QImage(picture.m_pData, picture.m_iWidth, picture.m_iHeight, picture.m_iStride, QImage::Format_RGB888)
-        .rgbSwapped();
-}
-
 // The sample pictures side by side, mirrored now and then, so that the detail is that of photographs.
 CBxOwnedPic Mosaic(int width, int height) {
     QImage canvas(width, height, QImage::Format_RGB888);
@@ -93,7 +70,7 @@ CBxOwnedPic Mosaic(int width, int height) {
             left += tile.width();
         }
     }
-    return FromImage(canvas);
+    return PictureOfImage(canvas);
 }
 
 struct SStages {
@@ -282,7 +259,7 @@ void ReportSigning(SBxPicBuf& picture) {
     QByteArray jpeg;
     {
         QBuffer buffer(&jpeg);
-        ToImage(picture).save(&buffer, "JPG", 90);
+        ImageOfPicture(picture).save(&buffer, "JPG", 90);
     }
     const double fileTime = MedianOfThree([&] {
         const QImage loaded = QImage::fromData(jpeg);
@@ -338,7 +315,7 @@ int main(int argc, char** argv) {
             std::fprintf(stderr, "%s: cannot be read\n", photo.c_str());
             return 2;
         }
-        CBxOwnedPic picture = FromImage(image);
+        CBxOwnedPic picture = PictureOfImage(image);
         Report(photo, picture.Pic(), full, copy);
         ReportSigning(picture.Pic());
     }
