@@ -1,7 +1,9 @@
+#include <cmath>
 #include <vector>
 
 #include "commands.h"
 #include "convert_picture.h"
+#include "picture_reader.h"
 #include "picture_search.h"
 #include "result.h"
 #include "run_watcher.h"
@@ -18,7 +20,7 @@ void ReportSearch(const std::string& file, const SBxSearchResult& result, double
     if (isFound) {
         const CBxRect<int>& rectangle = result.rectangle;
         record["sign"] = BX_ValidUtf8(result.sign);
-        record["zoom"] = result.zoom;
+        record["zoom"] = std::round(result.zoom * 1e6) / 1e6;  // 0.95, not 0.9500000000000002
         record["rectangle"] = {rectangle.left, rectangle.top, rectangle.right, rectangle.bottom};
         record["corrected_bits"] = result.correctedBits;
     }
@@ -83,6 +85,7 @@ EBxExit BX_DetectCommand(const SBxDetectRequest& request, CBxConsole& console) {
     const bool countOfMany = console.ShowsProgress() && share.workers > 1;
     std::vector<SFileSearch> searches(files.size());
     std::size_t reported = 0;
+    BX_LoadPictureDecoders();
     bool hasFailed = false;
     bool hasFound = false;
     BX_RunSideBySide(

@@ -57,9 +57,6 @@ std::string BX_GetOutputFault(const std::string& output, const std::string& sour
     if (BX_GetPictureFormat(output) == EBxPictureFormat::kUnknown) {
         return "its name must end with .jpg, .jpeg, .png, .tif, .tiff or .bmp";
     }
-    if (output.find('\\') != std::string::npos) {
-        return "its name holds a backslash, which would be taken for the end of a folder's name";
-    }
     struct stat target = {};
     struct stat original = {};
     // Looked at without following, so that a link to nothing counts as something that is there.

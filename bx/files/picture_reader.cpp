@@ -175,3 +175,7 @@ QImage BX_DecodePicture(const char* fileName, SBxFileReport& report) {
         return QImage();
     }
 }
+
+void BX_LoadPictureDecoders() {
+    QImageReader::supportedImageFormats();
+}

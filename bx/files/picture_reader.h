@@ -15,3 +15,7 @@ inline constexpr std::int64_t kMostPixelsRead = 100'000'000;
 // A file that is damaged or cut off but decodes is given back with a warning in the report; what is missing is grey.
 // Null, with the reason in the report, when nothing can be decoded. May be called from any thread; throws nothing.
 QImage BX_DecodePicture(const char* fileName, SBxFileReport& report);
+
+// Loads the decoders' plugins. To be called on the main thread before pictures are read on others: Qt ties the plugins
+// to the thread that first asks for them, and crashes when that one has ended.
+void BX_LoadPictureDecoders();
