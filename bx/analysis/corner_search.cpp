@@ -157,9 +157,12 @@ private:
         if (!(range > 0.0)) {
             return false;
         }
-        // A difference of neighbours in the smoothed plane is a sum of differences of the taps, times pixels.
+        // A difference of neighbours in the smoothed plane is a sum of differences of the taps, times pixels; and it is
+        // a mean of the differences of neighbours in the plane.
         const double gradient = m_dLargestTap * range;
-        return Matters(gradient * gradient, gradient * gradient, 2.0 * gradient * gradient, bar);
+        const double dx = std::min<double>(gradient, bounds.alongRows);
+        const double dy = std::min<double>(gradient, bounds.alongColumns);
+        return Matters(dx * dx, dy * dy, dx * dx + dy * dy, bar);
     }
 
     static bool Matters(double xx, double yy, double trace, float bar) {

@@ -6,9 +6,12 @@
 // Gives parts of the rows of a plane of floats. One object serves one thread.
 class CBxRowSource {
 public:
+    // Of the values in an area, and of the differences between neighbours in it.
     struct SRange {
         float low;
         float high;
+        float alongRows;     // no two neighbours of a row differ by more
+        float alongColumns;  // nor two of a column
     };
 
     virtual ~CBxRowSource() = default;
@@ -17,6 +20,6 @@ public:
     virtual void BeginStrip(int left, int width) = 0;
     // Writes the strip's part of a row.
     virtual void Row(float* out, int row) = 0;
-    // Bounds of the values in an area of the plane; they may be wider than the values.
+    // Bounds for an area of the plane; they may be wider than the values.
     virtual SRange RangeOf(const CBxRect<int>& area) const = 0;
 };

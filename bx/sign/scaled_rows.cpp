@@ -169,5 +169,13 @@ CBxRowSource::SRange CBxScaledRows::RangeOf(const CBxRect<int>& area) const {
     };
     const CBxSearchPicture::SRange range =
         m_Picture.RangeOf({first(area.left), first(area.top), end(area.right - 1), end(area.bottom - 1)});
-    return {static_cast<float>(range.low) / 2.0f, static_cast<float>(range.high) / 2.0f};
+    const float low = static_cast<float>(range.low) / 2.0f;
+    const float high = static_cast<float>(range.high) / 2.0f;
+    if (!m_Columns.Enlarges()) {
+        return {low, high, high - low, high - low};
+    }
+    // Neighbours of an enlargement lie a step apart in the source; along a row the places are rounded to thousandths.
+    const auto apart = static_cast<float>(m_dStep + 0.002);
+    return {low, high, apart * static_cast<float>(range.alongRows) / 2.0f,
+            apart * static_cast<float>(range.alongColumns) / 2.0f};
 }

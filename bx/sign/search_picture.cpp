@@ -2,8 +2,50 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 #include "sign_format.h"
+
+// The bounds of a row of cells while they are still those of single columns, and two rows of sums.
+struct CBxSearchPicture::SBoundRows {
+    std::uint16_t* low;
+    std::uint16_t* high;
+    std::uint16_t* alongRows;
+    std::uint16_t* alongColumns;
+    std::uint16_t* sums;
+    std::uint16_t* nextSums;
+    static constexpr int kCount = 6;
+
+    SBoundRows(std::uint16_t* room, std::ptrdiff_t pitch)
+        : low(room),
+          high(room + pitch),
+          alongRows(room + 2 * pitch),
+          alongColumns(room + 3 * pitch),
+          sums(room + 4 * pitch),
+          nextSums(room + 5 * pitch) {}
+};
+
+namespace {
+
+void WidenBounds(std::uint16_t* __restrict low, std::uint16_t* __restrict high, const std::uint16_t* __restrict values,
+                 int count) {
+    for (int i = 0; i < count; ++i) {
+        low[i] = values[i] < low[i] ? values[i] : low[i];
+        high[i] = values[i] > high[i] ? values[i] : high[i];
+    }
+}
+
+void WidenDifference(std::uint16_t* __restrict largest, const std::uint16_t* first, const std::uint16_t* second,
+                     int count) {
+    for (int i = 0; i < count; ++i) {
+        const auto above = static_cast<std::uint16_t>(first[i] > second[i] ? first[i] : second[i]);
+        const auto below = static_cast<std::uint16_t>(first[i] > second[i] ? second[i] : first[i]);
+        const auto difference = static_cast<std::uint16_t>(above - below);
+        largest[i] = difference > largest[i] ? difference : largest[i];
+    }
+}
+
+}  // namespace
 
 bool CBxSearchPicture::Prepare(const SBxPicBuf& picture, double smallestZoom) {
     m_iWidth = picture.m_iWidth;
@@ -18,15 +60,16 @@ bool CBxSearchPicture::Prepare(const SBxPicBuf& picture, double smallestZoom) {
     if (!m_Planes.Allocate(3 * planeBytes) || !m_Cells.Allocate(cellRows * static_cast<std::size_t>(m_iCellsPerRow))) {
         return false;
     }
-    CBxHeapArray<std::uint16_t> bounds;
-    if (!bounds.Allocate(2 * static_cast<std::size_t>(m_iPitch))) {
+    CBxHeapArray<std::uint16_t> room;
+    if (!room.Allocate(SBoundRows::kCount * static_cast<std::size_t>(m_iPitch))) {
         return false;
     }
     for (int row = 0; row < m_iHeight; ++row) {
         SplitRow(picture, row);
     }
+    SBoundRows rows(room.Data(), m_iPitch);
     for (int cellRow = 0; cellRow * kCell < m_iHeight; ++cellRow) {
-        BoundCells(cellRow, bounds.Data(), bounds.Data() + m_iPitch);
+        BoundCells(cellRow, rows);
     }
     return true;
 }
@@ -47,24 +90,36 @@ void CBxSearchPicture::SplitRow(const SBxPicBuf& picture, int row) {
     }
 }
 
-// Bounds one row of cells: column by column over its rows first, which runs in wide registers.
-void CBxSearchPicture::BoundCells(int cellRow, std::uint16_t* low, std::uint16_t* high) {
-    std::fill(low, low + m_iPitch, std::uint16_t{0xFFFF});
-    std::fill(high, high + m_iPitch, std::uint16_t{0});
-    for (int row = cellRow * kCell; row < std::min((cellRow + 1) * kCell, m_iHeight); ++row) {
-        const unsigned char* green = Row(Green, row);
-        const unsigned char* red = Row(Red, row);
-        for (int x = 0; x < m_iWidth; ++x) {
-            const auto sum = static_cast<std::uint16_t>(green[x] + red[x]);
-            low[x] = sum < low[x] ? sum : low[x];
-            high[x] = sum > high[x] ? sum : high[x];
-        }
+// Green + red of a row, and once more behind its end.
+void CBxSearchPicture::SumRow(std::uint16_t* sums, int row) const {
+    const unsigned char* green = Row(Green, row);
+    const unsigned char* red = Row(Red, row);
+    for (int x = 0; x <= m_iWidth; ++x) {
+        sums[x] = static_cast<std::uint16_t>(green[x] + red[x]);
     }
+}
+
+// Bounds one row of cells: column by column over its rows first, which runs in wide registers.
+void CBxSearchPicture::BoundCells(int cellRow, SBoundRows& rows) {
+    std::fill(rows.low, rows.low + m_iPitch, std::uint16_t{0xFFFF});
+    for (std::uint16_t* bounds : {rows.high, rows.alongRows, rows.alongColumns}) {
+        std::fill(bounds, bounds + m_iPitch, std::uint16_t{0});
+    }
+    SumRow(rows.sums, cellRow * kCell);
+    for (int row = cellRow * kCell; row < std::min((cellRow + 1) * kCell, m_iHeight); ++row) {
+        SumRow(rows.nextSums, std::min(row + 1, m_iHeight - 1));
+        WidenBounds(rows.low, rows.high, rows.sums, m_iWidth);
+        WidenDifference(rows.alongRows, rows.sums, rows.sums + 1, m_iWidth);
+        WidenDifference(rows.alongColumns, rows.sums, rows.nextSums, m_iWidth);
+        std::swap(rows.sums, rows.nextSums);
+    }
+    const auto largest = [](const std::uint16_t* of) { return std::max({of[0], of[1], of[2], of[3]}); };
     SRange* cells = m_Cells.Data() + static_cast<std::ptrdiff_t>(cellRow) * m_iCellsPerRow;
     for (int cell = 0; cell < m_iCellsPerRow; ++cell) {
-        const std::uint16_t* l = low + cell * kCell;
-        const std::uint16_t* h = high + cell * kCell;
-        cells[cell] = {std::min({l[0], l[1], l[2], l[3]}), std::max({h[0], h[1], h[2], h[3]})};
+        const int x = cell * kCell;
+        const std::uint16_t* low = rows.low + x;
+        cells[cell] = {std::min({low[0], low[1], low[2], low[3]}), largest(rows.high + x), largest(rows.alongRows + x),
+                       largest(rows.alongColumns + x)};
     }
 }
 
@@ -73,12 +128,13 @@ CBxSearchPicture::SRange CBxSearchPicture::RangeOf(const CBxRect<int>& area) con
     const int lastColumn = (std::min(m_iWidth, area.right) - 1) / kCell;
     const int firstRow = std::max(0, area.top) / kCell;
     const int lastRow = (std::min(m_iHeight, area.bottom) - 1) / kCell;
-    SRange range{0xFFFF, 0};
+    SRange range{0xFFFF, 0, 0, 0};
     for (int row = firstRow; row <= lastRow; ++row) {
         const SRange* cells = m_Cells.Data() + static_cast<std::ptrdiff_t>(row) * m_iCellsPerRow;
         for (int column = firstColumn; column <= lastColumn; ++column) {
-            range.low = std::min(range.low, cells[column].low);
-            range.high = std::max(range.high, cells[column].high);
+            const SRange& cell = cells[column];
+            range = {std::min(range.low, cell.low), std::max(range.high, cell.high),
+                     std::max(range.alongRows, cell.alongRows), std::max(range.alongColumns, cell.alongColumns)};
         }
     }
     return range;

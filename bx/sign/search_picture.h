@@ -12,10 +12,12 @@ class CBxSearchPicture {
 public:
     enum EComponent { Blue, Green, Red };
 
-    // Bounds of green + red.
+    // Bounds of green + red, and of its differences between neighbours.
     struct SRange {
         std::uint16_t low;
         std::uint16_t high;
+        std::uint16_t alongRows;
+        std::uint16_t alongColumns;
     };
 
     static constexpr int kReadAhead = 48;
@@ -39,7 +41,9 @@ private:
     static constexpr int kCell = 4;
 
     void SplitRow(const SBxPicBuf& picture, int row);
-    void BoundCells(int cellRow, std::uint16_t* low, std::uint16_t* high);
+    struct SBoundRows;
+    void SumRow(std::uint16_t* sums, int row) const;
+    void BoundCells(int cellRow, SBoundRows& rows);
 
     int m_iWidth = 0;
     int m_iHeight = 0;

@@ -124,7 +124,8 @@ public:
         std::copy(from, from + m_iWidth, out);
     }
     SRange RangeOf(const CBxRect<int>& area) const override {
-        SRange range{std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity()};
+        SRange range{std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity(),
+                     std::numeric_limits<float>::infinity(), std::numeric_limits<float>::infinity()};
         for (int y = area.top; y < area.bottom; ++y) {
             const float* row = BX_PicRow<float>(m_Plane, y);
             for (int x = area.left; x < area.right; ++x) {
