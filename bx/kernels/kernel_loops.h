@@ -10,13 +10,48 @@
 
 namespace {
 
+#if defined(__AVX512F__)
+template <int Tap>
+__m512 Shifted(__m512 lower, __m512 upper) {
+    return _mm512_castsi512_ps(_mm512_alignr_epi32(_mm512_castps_si512(upper), _mm512_castps_si512(lower), Tap));
+}
+
+template <int Taps>
+__m512 FilterShifted(__m512 lower, __m512 upper, const float* weight) {
+    __m512 sum = _mm512_mul_ps(_mm512_set1_ps(weight[0]), lower);
+    sum = _mm512_add_ps(sum, _mm512_mul_ps(_mm512_set1_ps(weight[1]), Shifted<1>(lower, upper)));
+    sum = _mm512_add_ps(sum, _mm512_mul_ps(_mm512_set1_ps(weight[2]), Shifted<2>(lower, upper)));
+    sum = _mm512_add_ps(sum, _mm512_mul_ps(_mm512_set1_ps(weight[3]), Shifted<3>(lower, upper)));
+    sum = _mm512_add_ps(sum, _mm512_mul_ps(_mm512_set1_ps(weight[4]), Shifted<4>(lower, upper)));
+    if constexpr (Taps == 7) {
+        sum = _mm512_add_ps(sum, _mm512_mul_ps(_mm512_set1_ps(weight[5]), Shifted<5>(lower, upper)));
+        sum = _mm512_add_ps(sum, _mm512_mul_ps(_mm512_set1_ps(weight[6]), Shifted<6>(lower, upper)));
+    }
+    return sum;
+}
+#endif
+
 template <int Taps>
 void FilterAlongTaps(float* __restrict out, const float* __restrict in, std::size_t count, const float* taps) {
     float weight[Taps];
     for (int tap = 0; tap < Taps; ++tap) {
         weight[tap] = taps[tap];
     }
-    for (std::size_t i = 0; i < count; ++i) {
+    std::size_t i = 0;
+#if defined(__AVX512F__)
+    // The neighbours are shifted together from two registers: loads of 64 bytes at every offset would cross a line of
+    // the cache each time.
+    constexpr std::size_t kWide = 16;
+    if (count + Taps > 2 * kWide) {
+        __m512 lower = _mm512_loadu_ps(in);
+        for (; i + 2 * kWide < count + Taps; i += kWide) {
+            const __m512 upper = _mm512_loadu_ps(in + i + kWide);
+            _mm512_storeu_ps(out + i, FilterShifted<Taps>(lower, upper, weight));
+            lower = upper;
+        }
+    }
+#endif
+    for (; i < count; ++i) {
         float sum = weight[0] * in[i];
         for (int tap = 1; tap < Taps; ++tap) {
             sum += weight[tap] * in[i + static_cast<std::size_t>(tap)];
