@@ -261,12 +261,17 @@ void ReportSigning(SBxPicBuf& picture) {
         QBuffer buffer(&jpeg);
         ImageOfPicture(picture).save(&buffer, "JPG", 90);
     }
-    const double fileTime = MedianOfThree([&] {
-        const QImage loaded = QImage::fromData(jpeg);
+    const auto loadAndSave = [&] {
         QByteArray again;
         QBuffer buffer(&again);
-        loaded.save(&buffer, "JPG", 90);
-    });
+        QImage::fromData(jpeg).save(&buffer, "JPG", 90);
+        return again;
+    };
+    if (QImage::fromData(loadAndSave()).size() != QSize(picture.m_iWidth, picture.m_iHeight)) {
+        std::fprintf(stderr, "the JPEG does not come back\n");
+        std::exit(1);
+    }
+    const double fileTime = MedianOfThree([&] { loadAndSave(); });
     char text[] = "Veri-2026x";
     std::vector<double> times;
     for (int i = 0; i < 3; ++i) {
