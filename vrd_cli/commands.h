@@ -17,7 +17,9 @@ struct SBxSignRequest {
     std::string photo;
     std::string sign;
     std::string output;
-    int quality = 90;  // of a JPEG; other formats are written without loss
+    int quality = 90;     // of a JPEG; other formats are written without loss
+    int chroma = 420;     // of a JPEG: 420 or 444
+    std::string flatten;  // colour behind transparent pixels; empty: a transparent photograph is refused
     unsigned int threads = 1;
     bool force = false;
     bool check = true;

@@ -1,46 +1,15 @@
-#include <QBuffer>
-#include <QImageWriter>
-#include <algorithm>
-#include <cstring>
-#include <memory>
+#include <QImage>
 #include <new>
 
 #include "convert_picture.h"
-#include "decoder_messages.h"
 #include "file_replacement.h"
-#include "image_conversion.h"
+#include "picture_encoder.h"
 #include "picture_reader.h"
+#include "picture_transparency.h"
 
 namespace {
 
 using Log = CBxConvertPicture;
-
-// The ending that names the writer, without its dot; empty when there is none.
-QByteArray FormatOf(const char* fileName) {
-    const char* slash = std::strrchr(fileName, '/');
-    const char* dot = std::strrchr(slash != nullptr ? slash : fileName, '.');
-    return dot != nullptr ? QByteArray(dot + 1).toLower() : QByteArray();
-}
-
-// Encodes into memory, because writers of some formats report success when the disk is full.
-bool Encode(QByteArray& bytes, const QImage& image, const QByteArray& format, int quality, SBxFileReport& report) {
-    CBxDecoderMessages messages;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    QImageWriter writer(&buffer, format);
-    if (format.isEmpty() || !writer.canWrite()) {
-        report.SetReason("its name does not end with the ending of a picture format that can be written");
-        return false;
-    }
-    if (quality >= 0) {
-        writer.setQuality(std::min(quality, 100));
-    }
-    if (!writer.write(image) || bytes.isEmpty()) {
-        report.SetReason("it cannot be encoded: %s", writer.errorString().toUtf8().constData());
-        return false;
-    }
-    return true;
-}
 
 bool WriteBytes(CBxFileReplacement& replacement, const QByteArray& bytes, SBxFileReport& report) {
     if (replacement.Write(bytes.constData(), static_cast<std::size_t>(bytes.size())) != 0 || replacement.Close() != 0) {
@@ -86,17 +55,11 @@ bool TakeName(CBxFileReplacement& replacement, bool replaceExisting, SBxFileRepo
 }
 
 // Encodes, writes beside the target, looks at what was written, and gives it the target's name.
-bool Save(std::unique_ptr<QImage> image, const char* fileName, const SBxWriteOptions& options, SBxFileReport& report) {
+bool Save(SBxPicBuf& picture, const char* fileName, const SBxWriteOptions& options, SBxFileReport& report) {
     QByteArray bytes;
-    const QSize size = image->size();
-    const QByteArray format = FormatOf(fileName);
-    if (format == "bmp" && image->format() == QImage::Format_RGB888) {
-        *image = BX_ConvertImage(*image, QImage::Format_RGB32);  // as the writer would, on threads
-    }
-    if (!Encode(bytes, *image, format, options.quality, report)) {
+    if (!BX_EncodePicture(bytes, picture, fileName, options, report)) {
         return false;
     }
-    image.reset();
     CBxFileReplacement replacement;
     if (replacement.Begin(fileName) != 0) {
         report.SetReason("%s", replacement.Reason());
@@ -106,23 +69,33 @@ bool Save(std::unique_ptr<QImage> image, const char* fileName, const SBxWriteOpt
         return false;
     }
     bytes = QByteArray();
-    return IsGood(replacement.TemporaryPath(), size, options, report) &&
+    return IsGood(replacement.TemporaryPath(), QSize(picture.m_iWidth, picture.m_iHeight), options, report) &&
            TakeName(replacement, options.replaceExisting, report);
 }
 
-bool SaveGuarded(SBxPicBuf* picture, const char* fileName, const SBxWriteOptions& options, SBxFileReport& report) {
-    std::unique_ptr<QImage> image(CBxConvertPicture::GetQImageFromPicBuf(picture));
-    if (image == nullptr) {
-        report.SetReason("the picture is in a form that cannot be written, or there is not enough memory");
-        return false;
-    }
-    Log::LogInfo("Saving the image to %s", fileName);
+bool SaveGuarded(SBxPicBuf& picture, const char* fileName, const SBxWriteOptions& options, SBxFileReport& report) {
     try {
-        return Save(std::move(image), fileName, options, report);
+        return Save(picture, fileName, options, report);
     } catch (const std::bad_alloc&) {
         report.SetReason("there is not enough memory");
         return false;
     }
+}
+
+// Decodes and, where a background is given, puts it behind what is transparent. Null with the reason in the report.
+QImage Decode(const char* fileName, const SBxReadOptions& options, SBxPictureExtras& extras, SBxFileReport& report) {
+    QImage image = BX_DecodePicture(fileName, report, &extras);
+    try {
+        if (extras.isTransparent && options.background) {
+            image = BX_FlattenImage(image, *options.background);
+        }
+    } catch (const std::bad_alloc&) {
+        image = QImage();
+    }
+    if (image.isNull()) {
+        report.SetReason("there is not enough memory for it");
+    }
+    return image;
 }
 
 }  // namespace
@@ -133,14 +106,21 @@ int CBxConvertPicture::ReadInputFile(SBxPicBuf*& picture, const char* fileName) 
 }
 
 int CBxConvertPicture::ReadInputFile(SBxPicBuf*& picture, const char* fileName, SBxFileReport& report) {
+    SBxPictureExtras extras;
+    return ReadInputFile(picture, fileName, {}, extras, report);
+}
+
+int CBxConvertPicture::ReadInputFile(SBxPicBuf*& picture, const char* fileName, const SBxReadOptions& options,
+                                     SBxPictureExtras& extras, SBxFileReport& report) {
     picture = nullptr;
+    extras = {};
     if (fileName == nullptr) {
         LogError("Filename is empty!");
         report.SetReason("no file is named");
         return 1;
     }
     LogInfo("Reading the image: %s", fileName);
-    QImage image = BX_DecodePicture(fileName, report);
+    QImage image = Decode(fileName, options, extras, report);
     if (image.isNull()) {
         LogError("CBxConvertPicture: Cannot read %s: %s", fileName, report.m_szReason);
     } else if (report.HasWarning()) {
@@ -172,7 +152,7 @@ int CBxConvertPicture::WriteOutputFile(SBxPicBuf* picture, const char* fileName,
         report.SetReason("no picture or no file is named");
         return 1;
     }
-    if (!SaveGuarded(picture, fileName, options, report)) {
+    if (!SaveGuarded(*picture, fileName, options, report)) {
         LogError("CBxConvertPicture: Cannot write %s: %s", fileName, report.m_szReason);
         LogError("Image was not saved!");
         return 1;
