@@ -137,26 +137,42 @@ private:
         options.quality = IsJpeg() ? m_Request.quality : -1;
         options.chroma = m_Request.chroma == 444 ? EBxChroma::k444 : EBxChroma::k420;
         options.extras = &m_Extras;
-        options.metadataSource = m_Request.photo.c_str();
+        options.metadataSource = m_Request.photo.c_str();  // other formats than JPEG are told what they lack
+        options.metadataRule = m_Request.metadata;
         options.replaceExisting = m_Request.force;
         options.accept = [this](SBxPicBuf& asWritten, SBxFileReport& report) { return Accept(asWritten, report); };
         SBxFileReport report;
         const int result = CBxConvertPicture::WriteOutputFile(m_Photo.get(), m_Request.output.c_str(), options, report);
         if (result != kBxSuccess) {
-            return Fail(m_Request.output, report.m_szReason);
+            const bool isAboutMetadata = report.m_bLacksExif || report.m_bLacksIptc;
+            return Fail(m_Request.output,
+                        std::string(report.m_szReason) + (isAboutMetadata ? "; --metadata none leaves them out" : ""));
         }
         TellWhatIsMissing(report);
         return true;
     }
 
     void TellWhatIsMissing(const SBxFileReport& report) {
-        if (report.m_bLacksProfile || m_Extras.hasUnusedProfile) {
-            m_Outcome.leftBehind.push_back("profile");
-            m_Outcome.notes.push_back(
-                {m_Request.output,
-                 m_Extras.hasUnusedProfile
-                     ? "the photograph's colour profile is damaged or not one for RGB, and was left out"
-                     : "the photograph's colour profile cannot be kept in this format and was left out"});
+        const bool isUnasked = m_Request.metadata != EBxMetadataRule::kNone;
+        const char* const why =
+            IsJpeg() ? "--metadata both carries both kinds or nothing" : "only a JPEG can have them";
+        if (report.m_bLacksExif) {
+            LeaveBehind("exif", isUnasked ? std::string("the photograph's EXIF data were left out: ") + why : "");
+        }
+        if (report.m_bLacksIptc) {
+            LeaveBehind("iptc", isUnasked ? std::string("the photograph's IPTC data were left out: ") + why : "");
+        }
+        if (m_Extras.hasUnusedProfile) {
+            LeaveBehind("profile", "the photograph's colour profile was left out: it is damaged or not one for RGB");
+        } else if (report.m_bLacksProfile) {
+            LeaveBehind("profile", "the photograph's colour profile was left out: it cannot be written in this format");
+        }
+    }
+
+    void LeaveBehind(const char* what, const std::string& note) {
+        m_Outcome.leftBehind.push_back(what);
+        if (!note.empty()) {
+            m_Outcome.notes.push_back({m_Request.output, note});
         }
     }
 
@@ -188,7 +204,8 @@ private:
                    std::to_string(fitting.width) + " x " + std::to_string(fitting.height) + " pixels before signing";
         }
         if (IsJpeg() && m_Request.quality < 100) {
-            return "try a higher quality than " + std::to_string(m_Request.quality) + " (-q), or PNG";
+            return "try a higher quality than " + std::to_string(m_Request.quality) + " (-q)" +
+                   (m_Request.chroma == 444 ? "" : ", --chroma 444") + ", or PNG";
         }
         return "this photograph does not carry a sign well; another size of it may";
     }

@@ -2,6 +2,7 @@
 #include <new>
 
 #include "convert_picture.h"
+#include "exif_resolution.h"
 #include "file_replacement.h"
 #include "picture_encoder.h"
 #include "picture_reader.h"
@@ -54,8 +55,50 @@ bool TakeName(CBxFileReplacement& replacement, bool replaceExisting, SBxFileRepo
     return false;
 }
 
+// What the rule lets the copy have of its source; only a JPEG can have any of it.
+// Returns what it has besides.
+SBxMetadataBlocks LoadMetadata(const SBxWriteOptions& options, bool isJpeg, CBxImageMetadata& metadata) {
+    SBxMetadataBlocks leftBehind;
+    if (options.metadataSource == nullptr) {
+        return leftBehind;
+    }
+    Log::LogInfo("Loading metadata from %s", options.metadataSource);
+    bool isWanted = isJpeg;
+    if (options.metadataRule == EBxMetadataRule::kBoth) {
+        isWanted = CBxImageMetadata::LoadMetadata(options.metadataSource, metadata) == 0 && isJpeg;
+    } else {
+        CBxImageMetadata::LoadByRule(options.metadataSource, options.metadataRule, metadata, leftBehind);
+    }
+    if (!isWanted) {
+        leftBehind.exif = leftBehind.exif || metadata.exif != nullptr;
+        leftBehind.iptc = leftBehind.iptc || metadata.iptc != nullptr;
+        CBxImageMetadata::FreeMetadata(metadata);
+    }
+    return leftBehind;
+}
+
+bool AddMetadata(const char* writtenFile, CBxImageMetadata& metadata, SBxFileReport& report) {
+    if (metadata.exif == nullptr && metadata.iptc == nullptr) {
+        return true;
+    }
+    Log::LogInfo("Transferring the image metadata..");
+    SBxMetadataBlocks missing;
+    if (CBxImageMetadata::SaveHeld(writtenFile, metadata, missing) == 0) {
+        return true;
+    }
+    report.m_bLacksExif = missing.exif;
+    report.m_bLacksIptc = missing.iptc;
+    report.SetReason("the photograph's %s data cannot be added to it: they are too long, or the disk is full",
+                     missing.exif && missing.iptc ? "EXIF and IPTC"
+                     : missing.exif               ? "EXIF"
+                                                  : "IPTC");
+    return false;
+}
+
 // Encodes, writes beside the target, looks at what was written, and gives it the target's name.
 bool Save(SBxPicBuf& picture, const char* fileName, const SBxWriteOptions& options, SBxFileReport& report) {
+    CBxOwnedMetadata metadata;
+    const SBxMetadataBlocks leftBehind = LoadMetadata(options, BX_IsJpegEnding(BX_GetEnding(fileName)), metadata);
     QByteArray bytes;
     if (!BX_EncodePicture(bytes, picture, fileName, options, report)) {
         return false;
@@ -69,8 +112,16 @@ bool Save(SBxPicBuf& picture, const char* fileName, const SBxWriteOptions& optio
         return false;
     }
     bytes = QByteArray();
-    return IsGood(replacement.TemporaryPath(), QSize(picture.m_iWidth, picture.m_iHeight), options, report) &&
-           TakeName(replacement, options.replaceExisting, report);
+    const char* const written = replacement.TemporaryPath();
+    const bool isDone = AddMetadata(written, metadata, report) &&
+                        IsGood(written, QSize(picture.m_iWidth, picture.m_iHeight), options, report) &&
+                        TakeName(replacement, options.replaceExisting, report);
+    if (!isDone) {
+        return false;
+    }
+    report.m_bLacksExif = leftBehind.exif;
+    report.m_bLacksIptc = leftBehind.iptc;
+    return true;
 }
 
 bool SaveGuarded(SBxPicBuf& picture, const char* fileName, const SBxWriteOptions& options, SBxFileReport& report) {
@@ -82,13 +133,21 @@ bool SaveGuarded(SBxPicBuf& picture, const char* fileName, const SBxWriteOptions
     }
 }
 
-// Decodes and, where a background is given, puts it behind what is transparent. Null with the reason in the report.
+// Decodes, completes the extras, and puts the background, where one is given, behind what is transparent. Null with the
+// reason in the report.
 QImage Decode(const char* fileName, const SBxReadOptions& options, SBxPictureExtras& extras, SBxFileReport& report) {
     QImage image = BX_DecodePicture(fileName, report, &extras);
+    if (image.isNull()) {
+        return image;
+    }
+    if (!extras.HasResolution()) {
+        BX_GetExifResolution(fileName, extras.dotsPerMeterX, extras.dotsPerMeterY);
+    }
+    if (!extras.isTransparent || !options.background) {
+        return image;
+    }
     try {
-        if (extras.isTransparent && options.background) {
-            image = BX_FlattenImage(image, *options.background);
-        }
+        image = BX_FlattenImage(image, *options.background);
     } catch (const std::bad_alloc&) {
         image = QImage();
     }
@@ -96,6 +155,33 @@ QImage Decode(const char* fileName, const SBxReadOptions& options, SBxPictureExt
         report.SetReason("there is not enough memory for it");
     }
     return image;
+}
+
+// Makes the record of a decoded image and logs what there is to say. Null for a null image and without memory.
+SBxPicBuf* MakePicture(QImage image, const char* fileName, SBxFileReport& report) {
+    if (image.isNull()) {
+        Log::LogError("CBxConvertPicture: Cannot read %s: %s", fileName, report.m_szReason);
+    } else if (report.HasWarning()) {
+        Log::LogInfo("CBxConvertPicture: Reading %s: %s", fileName, report.m_szWarning);
+    }
+    SBxPicBuf* picture = CBxConvertPicture::GetPicBufFromQImage(&image);
+    if (picture == nullptr) {
+        report.SetReason("there is not enough memory for it");
+        Log::LogError("Image was not read!");
+    } else {
+        Log::LogInfo("Image was successfully read.");
+    }
+    return picture;
+}
+
+bool IsNamed(const char* fileName, SBxFileReport& report) {
+    if (fileName == nullptr) {
+        Log::LogError("Filename is empty!");
+        report.SetReason("no file is named");
+        return false;
+    }
+    Log::LogInfo("Reading the image: %s", fileName);
+    return true;
 }
 
 }  // namespace
@@ -106,34 +192,21 @@ int CBxConvertPicture::ReadInputFile(SBxPicBuf*& picture, const char* fileName) 
 }
 
 int CBxConvertPicture::ReadInputFile(SBxPicBuf*& picture, const char* fileName, SBxFileReport& report) {
-    SBxPictureExtras extras;
-    return ReadInputFile(picture, fileName, {}, extras, report);
+    picture = nullptr;
+    if (IsNamed(fileName, report)) {
+        picture = MakePicture(BX_DecodePicture(fileName, report), fileName, report);
+    }
+    return picture == nullptr ? 1 : 0;
 }
 
 int CBxConvertPicture::ReadInputFile(SBxPicBuf*& picture, const char* fileName, const SBxReadOptions& options,
                                      SBxPictureExtras& extras, SBxFileReport& report) {
     picture = nullptr;
     extras = {};
-    if (fileName == nullptr) {
-        LogError("Filename is empty!");
-        report.SetReason("no file is named");
-        return 1;
+    if (IsNamed(fileName, report)) {
+        picture = MakePicture(Decode(fileName, options, extras, report), fileName, report);
     }
-    LogInfo("Reading the image: %s", fileName);
-    QImage image = Decode(fileName, options, extras, report);
-    if (image.isNull()) {
-        LogError("CBxConvertPicture: Cannot read %s: %s", fileName, report.m_szReason);
-    } else if (report.HasWarning()) {
-        LogInfo("CBxConvertPicture: Reading %s: %s", fileName, report.m_szWarning);
-    }
-    picture = GetPicBufFromQImage(&image);
-    if (picture == nullptr) {
-        report.SetReason("there is not enough memory for it");
-        LogError("Image was not read!");
-        return 1;
-    }
-    LogInfo("Image was successfully read.");
-    return 0;
+    return picture == nullptr ? 1 : 0;
 }
 
 int CBxConvertPicture::WriteOutputFile(SBxPicBuf* picture, const char* fileName, int quality,

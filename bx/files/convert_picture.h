@@ -12,6 +12,7 @@
 
 #include "class_log.h"
 #include "file_report.h"
+#include "image_metadata.h"
 #include "pic_buf.h"
 #include "picture_extras.h"
 
@@ -35,7 +36,8 @@ struct SBxReadOptions {
 struct SBxWriteOptions {
     int quality = -1;                      // 0 to 100 as the image writer takes it, -1 for the writer's default
     EBxChroma chroma = EBxChroma::k420;    // of a colour JPEG
-    const char* metadataSource = nullptr;  // the photograph that the picture was made from, or null; not used yet
+    const char* metadataSource = nullptr;  // the photograph that the picture was made from, or null for no metadata
+    EBxMetadataRule metadataRule = EBxMetadataRule::kBoth;  // what of the source's EXIF and IPTC a JPEG gets
     // What the photograph's file said besides its pixels, or null. Resolution and colour profile are written where the
     // format has room for them, which does not change a pixel.
     const SBxPictureExtras* extras = nullptr;
@@ -58,8 +60,10 @@ public:
 
     // Writes a 3_8 or 1_8 picture in the format that the name's ending (any case) stands for.
     //
-    // The picture is encoded, written beside the target under another name, read back and compared in size; only then
-    // does it take the target's name. After a failure the target is as it was and nothing is left behind.
+    // The picture is encoded, written beside the target under another name, given its metadata there, read back and
+    // compared in size; only then does it take the target's name. After a failure the target is as it was and nothing
+    // is left behind. Metadata that the source has and cannot be added is a failure; metadata that the rule or the
+    // format keeps out is marked in the report. The form without options gives a JPEG both blocks or nothing.
     static int WriteOutputFile(SBxPicBuf* picture, const char* fileName, int quality, const char* metadataSource);
     static int WriteOutputFile(SBxPicBuf* picture, const char* fileName, const SBxWriteOptions& options,
                                SBxFileReport& report);
