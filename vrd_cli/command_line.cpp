@@ -64,6 +64,7 @@ struct SArguments {
     bool json = false;
     bool quiet = false;
     bool noCheck = false;
+    std::string metadata = "any";
     SBxSignRequest sign;
     SBxDetectRequest detect;
     SBxInspectRequest inspect;
@@ -95,6 +96,18 @@ void DescribeSign(CLI::App& command, SArguments& arguments) {
         ->type_name("1..100")
         ->check(CLI::Range(1, 100).description(""))
         ->capture_default_str();
+    command.add_option("--chroma", request.chroma, "Colour of a JPEG: for 2 x 2 pixels (420) or for each pixel (444)")
+        ->type_name("444|420")
+        ->check(CLI::IsMember({420, 444}).description(""))
+        ->capture_default_str();
+    command
+        .add_option("--metadata", arguments.metadata,
+                    "EXIF and IPTC data of a JPEG: those that PHOTO has (any), both or nothing (both), none")
+        ->type_name("any|both|none")
+        ->check(CLI::IsMember({"any", "both", "none"}).description(""))
+        ->capture_default_str();
+    command.add_option("--flatten", request.flatten, "Put this colour (#rrggbb or a name) behind a transparent PHOTO")
+        ->type_name("COLOUR");
     AddThreads(command, request.threads);
     command.add_flag("--force", request.force, "Replace OUT when it exists, even when it is PHOTO");
     command.add_flag("--no-check", arguments.noCheck, "Do not search the saved picture for the sign");
@@ -134,6 +147,9 @@ const SCommand kCommands[] = {
     {"sign", kAboutSign, DescribeSign,
      [](SArguments& arguments, CBxConsole& console) {
          arguments.sign.check = !arguments.noCheck;
+         arguments.sign.metadata = arguments.metadata == "any"    ? EBxMetadataRule::kAny
+                                   : arguments.metadata == "both" ? EBxMetadataRule::kBoth
+                                                                  : EBxMetadataRule::kNone;
          return BX_SignCommand(arguments.sign, console);
      }},
     {"detect", kAboutDetect, DescribeDetect,

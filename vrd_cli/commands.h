@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "console.h"
+#include "image_metadata.h"
 
 // Exit statuses; scripts depend on them.
 enum class EBxExit {
@@ -17,7 +18,10 @@ struct SBxSignRequest {
     std::string photo;
     std::string sign;
     std::string output;
-    int quality = 90;  // of a JPEG; other formats are written without loss
+    int quality = 90;     // of a JPEG; other formats are written without loss
+    int chroma = 420;     // of a JPEG: 420 or 444
+    std::string flatten;  // colour behind transparent pixels; empty: a transparent photograph is refused
+    EBxMetadataRule metadata = EBxMetadataRule::kAny;  // what of the EXIF and IPTC data a JPEG gets
     unsigned int threads = 1;
     bool force = false;
     bool check = true;

@@ -15,6 +15,8 @@ void ReportSigned(const SBxSignRequest& request, const SBxSigningOutcome& outcom
     const bool isJpeg = BX_GetPictureFormat(request.output) == EBxPictureFormat::kJpeg;
     record["carriers"] = carriers;
     record["quality"] = isJpeg ? CBxJson(request.quality) : CBxJson(nullptr);
+    record["chroma"] = isJpeg ? CBxJson(request.chroma) : CBxJson(nullptr);
+    record["left_behind"] = outcome.leftBehind;
     record["corrected_bits"] = request.check ? CBxJson(outcome.check.correctedBits) : CBxJson(nullptr);
     record["seconds"] = seconds;
     if (outcome.check.shrunkTo.width > 0) {

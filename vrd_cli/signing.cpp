@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 
 #include "console.h"
 #include "convert_picture.h"
 #include "large_picture.h"
 #include "output_target.h"
+#include "picture_transparency.h"
 #include "result.h"
 #include "run_watcher.h"
 #include "sign_check.h"
@@ -39,6 +41,13 @@ public:
         if (!signFault.empty()) {
             return Fail("", signFault);
         }
+        QRgb background = 0;
+        if (!m_Request.flatten.empty()) {
+            if (!BX_ParseColour(m_Request.flatten.c_str(), background)) {
+                return Fail("", "\"" + m_Request.flatten + "\" is no colour: give #rrggbb or a name such as white");
+            }
+            m_Background = background;
+        }
         const std::string outputFault = BX_GetOutputFault(m_Request.output, m_Request.photo, m_Request.force);
         return outputFault.empty() || Fail(m_Request.output, outputFault);
     }
@@ -46,13 +55,19 @@ public:
     bool ReadPhoto() {
         SBxFileReport report;
         SBxPicBuf* picture = nullptr;
-        const int result = CBxConvertPicture::ReadInputFile(picture, m_Request.photo.c_str(), report);
+        const int result =
+            CBxConvertPicture::ReadInputFile(picture, m_Request.photo.c_str(), {m_Background}, m_Extras, report);
         m_Photo.reset(picture);
         if (result != kBxSuccess) {
             return Fail(m_Request.photo, report.m_szReason);
         }
         if (report.HasWarning()) {
             m_Outcome.notes.push_back({m_Request.photo, report.m_szWarning});
+        }
+        if (m_Extras.isTransparent && !m_Background) {
+            return Fail(m_Request.photo,
+                        "it is transparent in places, and a signed picture cannot be; --flatten COLOUR puts a colour "
+                        "behind it");
         }
         if (static_cast<std::int64_t>(m_Photo->m_iWidth) * m_Photo->m_iHeight > kMostPixelsSigned) {
             return Fail(m_Request.photo, DescribeTooLarge(m_Photo->m_iWidth, m_Photo->m_iHeight));
@@ -120,12 +135,45 @@ private:
     bool Write() {
         SBxWriteOptions options;
         options.quality = IsJpeg() ? m_Request.quality : -1;
-        options.metadataSource = m_Request.photo.c_str();
+        options.chroma = m_Request.chroma == 444 ? EBxChroma::k444 : EBxChroma::k420;
+        options.extras = &m_Extras;
+        options.metadataSource = m_Request.photo.c_str();  // other formats than JPEG are told what they lack
+        options.metadataRule = m_Request.metadata;
         options.replaceExisting = m_Request.force;
         options.accept = [this](SBxPicBuf& asWritten, SBxFileReport& report) { return Accept(asWritten, report); };
         SBxFileReport report;
         const int result = CBxConvertPicture::WriteOutputFile(m_Photo.get(), m_Request.output.c_str(), options, report);
-        return result == kBxSuccess || Fail(m_Request.output, report.m_szReason);
+        if (result != kBxSuccess) {
+            const bool isAboutMetadata = report.m_bLacksExif || report.m_bLacksIptc;
+            return Fail(m_Request.output,
+                        std::string(report.m_szReason) + (isAboutMetadata ? "; --metadata none leaves them out" : ""));
+        }
+        TellWhatIsMissing(report);
+        return true;
+    }
+
+    void TellWhatIsMissing(const SBxFileReport& report) {
+        const bool isUnasked = m_Request.metadata != EBxMetadataRule::kNone;
+        const char* const why =
+            IsJpeg() ? "--metadata both carries both kinds or nothing" : "only a JPEG can have them";
+        if (report.m_bLacksExif) {
+            LeaveBehind("exif", isUnasked ? std::string("the photograph's EXIF data were left out: ") + why : "");
+        }
+        if (report.m_bLacksIptc) {
+            LeaveBehind("iptc", isUnasked ? std::string("the photograph's IPTC data were left out: ") + why : "");
+        }
+        if (m_Extras.hasUnusedProfile) {
+            LeaveBehind("profile", "the photograph's colour profile was left out: it is damaged or not one for RGB");
+        } else if (report.m_bLacksProfile) {
+            LeaveBehind("profile", "the photograph's colour profile was left out: it cannot be written in this format");
+        }
+    }
+
+    void LeaveBehind(const char* what, const std::string& note) {
+        m_Outcome.leftBehind.push_back(what);
+        if (!note.empty()) {
+            m_Outcome.notes.push_back({m_Request.output, note});
+        }
     }
 
     // The last look at the written file, before it takes its name.
@@ -156,14 +204,17 @@ private:
                    std::to_string(fitting.width) + " x " + std::to_string(fitting.height) + " pixels before signing";
         }
         if (IsJpeg() && m_Request.quality < 100) {
-            return "try a higher quality than " + std::to_string(m_Request.quality) + " (-q), or PNG";
+            return "try a higher quality than " + std::to_string(m_Request.quality) + " (-q)" +
+                   (m_Request.chroma == 444 ? "" : ", --chroma 444") + ", or PNG";
         }
         return "this photograph does not carry a sign well; another size of it may";
     }
 
     const SBxSignRequest& m_Request;
     SBxSigningOutcome& m_Outcome;
+    std::optional<QRgb> m_Background;
     CBxPicBufHolder m_Photo;
+    SBxPictureExtras m_Extras;
     SBxSignRun m_Run;
 };
 

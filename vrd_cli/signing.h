@@ -22,11 +22,12 @@ struct SBxFileNote {
 
 struct SBxSigningOutcome {
     EBxSigningEnd end = EBxSigningEnd::kFailed;
-    std::string foundSign;               // of kAlreadySigned
-    SBxFileNote fault;                   // of kLost and kFailed: why, and which file it is about (may be empty)
-    std::vector<CBxRect<int>> carriers;  // of kSigned, in pixels of the photograph
-    SBxSearchResult check;               // of kSigned with a check
-    std::vector<SBxFileNote> notes;      // worth knowing whatever the end
+    std::string foundSign;                // of kAlreadySigned
+    SBxFileNote fault;                    // of kLost and kFailed: why, and which file it is about (may be empty)
+    std::vector<CBxRect<int>> carriers;   // of kSigned, in pixels of the photograph
+    SBxSearchResult check;                // of kSigned with a check
+    std::vector<std::string> leftBehind;  // of kSigned: what the photograph has and the output lacks
+    std::vector<SBxFileNote> notes;       // worth knowing whatever the end
 };
 
 // Does all that is asked for, or nothing: unless it ends with kSigned, the output is as it was before. `showProgress`

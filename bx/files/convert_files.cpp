@@ -1,46 +1,16 @@
-#include <QBuffer>
-#include <QImageWriter>
-#include <algorithm>
-#include <cstring>
-#include <memory>
+#include <QImage>
 #include <new>
 
 #include "convert_picture.h"
-#include "decoder_messages.h"
+#include "exif_resolution.h"
 #include "file_replacement.h"
-#include "image_conversion.h"
+#include "picture_encoder.h"
 #include "picture_reader.h"
+#include "picture_transparency.h"
 
 namespace {
 
 using Log = CBxConvertPicture;
-
-// The ending that names the writer, without its dot; empty when there is none.
-QByteArray FormatOf(const char* fileName) {
-    const char* slash = std::strrchr(fileName, '/');
-    const char* dot = std::strrchr(slash != nullptr ? slash : fileName, '.');
-    return dot != nullptr ? QByteArray(dot + 1).toLower() : QByteArray();
-}
-
-// Encodes into memory, because writers of some formats report success when the disk is full.
-bool Encode(QByteArray& bytes, const QImage& image, const QByteArray& format, int quality, SBxFileReport& report) {
-    CBxDecoderMessages messages;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    QImageWriter writer(&buffer, format);
-    if (format.isEmpty() || !writer.canWrite()) {
-        report.SetReason("its name does not end with the ending of a picture format that can be written");
-        return false;
-    }
-    if (quality >= 0) {
-        writer.setQuality(std::min(quality, 100));
-    }
-    if (!writer.write(image) || bytes.isEmpty()) {
-        report.SetReason("it cannot be encoded: %s", writer.errorString().toUtf8().constData());
-        return false;
-    }
-    return true;
-}
 
 bool WriteBytes(CBxFileReplacement& replacement, const QByteArray& bytes, SBxFileReport& report) {
     if (replacement.Write(bytes.constData(), static_cast<std::size_t>(bytes.size())) != 0 || replacement.Close() != 0) {
@@ -85,18 +55,54 @@ bool TakeName(CBxFileReplacement& replacement, bool replaceExisting, SBxFileRepo
     return false;
 }
 
-// Encodes, writes beside the target, looks at what was written, and gives it the target's name.
-bool Save(std::unique_ptr<QImage> image, const char* fileName, const SBxWriteOptions& options, SBxFileReport& report) {
-    QByteArray bytes;
-    const QSize size = image->size();
-    const QByteArray format = FormatOf(fileName);
-    if (format == "bmp" && image->format() == QImage::Format_RGB888) {
-        *image = BX_ConvertImage(*image, QImage::Format_RGB32);  // as the writer would, on threads
+// What the rule lets the copy have of its source; only a JPEG can have any of it.
+// Returns what it has besides.
+SBxMetadataBlocks LoadMetadata(const SBxWriteOptions& options, bool isJpeg, CBxImageMetadata& metadata) {
+    SBxMetadataBlocks leftBehind;
+    if (options.metadataSource == nullptr) {
+        return leftBehind;
     }
-    if (!Encode(bytes, *image, format, options.quality, report)) {
+    Log::LogInfo("Loading metadata from %s", options.metadataSource);
+    bool isWanted = isJpeg;
+    if (options.metadataRule == EBxMetadataRule::kBoth) {
+        isWanted = CBxImageMetadata::LoadMetadata(options.metadataSource, metadata) == 0 && isJpeg;
+    } else {
+        CBxImageMetadata::LoadByRule(options.metadataSource, options.metadataRule, metadata, leftBehind);
+    }
+    if (!isWanted) {
+        leftBehind.exif = leftBehind.exif || metadata.exif != nullptr;
+        leftBehind.iptc = leftBehind.iptc || metadata.iptc != nullptr;
+        CBxImageMetadata::FreeMetadata(metadata);
+    }
+    return leftBehind;
+}
+
+bool AddMetadata(const char* writtenFile, CBxImageMetadata& metadata, SBxFileReport& report) {
+    if (metadata.exif == nullptr && metadata.iptc == nullptr) {
+        return true;
+    }
+    Log::LogInfo("Transferring the image metadata..");
+    SBxMetadataBlocks missing;
+    if (CBxImageMetadata::SaveHeld(writtenFile, metadata, missing) == 0) {
+        return true;
+    }
+    report.m_bLacksExif = missing.exif;
+    report.m_bLacksIptc = missing.iptc;
+    report.SetReason("the photograph's %s data cannot be added to it: they are too long, or the disk is full",
+                     missing.exif && missing.iptc ? "EXIF and IPTC"
+                     : missing.exif               ? "EXIF"
+                                                  : "IPTC");
+    return false;
+}
+
+// Encodes, writes beside the target, looks at what was written, and gives it the target's name.
+bool Save(SBxPicBuf& picture, const char* fileName, const SBxWriteOptions& options, SBxFileReport& report) {
+    CBxOwnedMetadata metadata;
+    const SBxMetadataBlocks leftBehind = LoadMetadata(options, BX_IsJpegEnding(BX_GetEnding(fileName)), metadata);
+    QByteArray bytes;
+    if (!BX_EncodePicture(bytes, picture, fileName, options, report)) {
         return false;
     }
-    image.reset();
     CBxFileReplacement replacement;
     if (replacement.Begin(fileName) != 0) {
         report.SetReason("%s", replacement.Reason());
@@ -106,23 +112,76 @@ bool Save(std::unique_ptr<QImage> image, const char* fileName, const SBxWriteOpt
         return false;
     }
     bytes = QByteArray();
-    return IsGood(replacement.TemporaryPath(), size, options, report) &&
-           TakeName(replacement, options.replaceExisting, report);
-}
-
-bool SaveGuarded(SBxPicBuf* picture, const char* fileName, const SBxWriteOptions& options, SBxFileReport& report) {
-    std::unique_ptr<QImage> image(CBxConvertPicture::GetQImageFromPicBuf(picture));
-    if (image == nullptr) {
-        report.SetReason("the picture is in a form that cannot be written, or there is not enough memory");
+    const char* const written = replacement.TemporaryPath();
+    const bool isDone = AddMetadata(written, metadata, report) &&
+                        IsGood(written, QSize(picture.m_iWidth, picture.m_iHeight), options, report) &&
+                        TakeName(replacement, options.replaceExisting, report);
+    if (!isDone) {
         return false;
     }
-    Log::LogInfo("Saving the image to %s", fileName);
+    report.m_bLacksExif = leftBehind.exif;
+    report.m_bLacksIptc = leftBehind.iptc;
+    return true;
+}
+
+bool SaveGuarded(SBxPicBuf& picture, const char* fileName, const SBxWriteOptions& options, SBxFileReport& report) {
     try {
-        return Save(std::move(image), fileName, options, report);
+        return Save(picture, fileName, options, report);
     } catch (const std::bad_alloc&) {
         report.SetReason("there is not enough memory");
         return false;
     }
+}
+
+// Decodes, completes the extras, and puts the background, where one is given, behind what is transparent. Null with the
+// reason in the report.
+QImage Decode(const char* fileName, const SBxReadOptions& options, SBxPictureExtras& extras, SBxFileReport& report) {
+    QImage image = BX_DecodePicture(fileName, report, &extras);
+    if (image.isNull()) {
+        return image;
+    }
+    if (!extras.HasResolution()) {
+        BX_GetExifResolution(fileName, extras.dotsPerMeterX, extras.dotsPerMeterY);
+    }
+    if (!extras.isTransparent || !options.background) {
+        return image;
+    }
+    try {
+        image = BX_FlattenImage(image, *options.background);
+    } catch (const std::bad_alloc&) {
+        image = QImage();
+    }
+    if (image.isNull()) {
+        report.SetReason("there is not enough memory for it");
+    }
+    return image;
+}
+
+// Makes the record of a decoded image and logs what there is to say. Null for a null image and without memory.
+SBxPicBuf* MakePicture(QImage image, const char* fileName, SBxFileReport& report) {
+    if (image.isNull()) {
+        Log::LogError("CBxConvertPicture: Cannot read %s: %s", fileName, report.m_szReason);
+    } else if (report.HasWarning()) {
+        Log::LogInfo("CBxConvertPicture: Reading %s: %s", fileName, report.m_szWarning);
+    }
+    SBxPicBuf* picture = CBxConvertPicture::GetPicBufFromQImage(&image);
+    if (picture == nullptr) {
+        report.SetReason("there is not enough memory for it");
+        Log::LogError("Image was not read!");
+    } else {
+        Log::LogInfo("Image was successfully read.");
+    }
+    return picture;
+}
+
+bool IsNamed(const char* fileName, SBxFileReport& report) {
+    if (fileName == nullptr) {
+        Log::LogError("Filename is empty!");
+        report.SetReason("no file is named");
+        return false;
+    }
+    Log::LogInfo("Reading the image: %s", fileName);
+    return true;
 }
 
 }  // namespace
@@ -134,26 +193,20 @@ int CBxConvertPicture::ReadInputFile(SBxPicBuf*& picture, const char* fileName) 
 
 int CBxConvertPicture::ReadInputFile(SBxPicBuf*& picture, const char* fileName, SBxFileReport& report) {
     picture = nullptr;
-    if (fileName == nullptr) {
-        LogError("Filename is empty!");
-        report.SetReason("no file is named");
-        return 1;
+    if (IsNamed(fileName, report)) {
+        picture = MakePicture(BX_DecodePicture(fileName, report), fileName, report);
     }
-    LogInfo("Reading the image: %s", fileName);
-    QImage image = BX_DecodePicture(fileName, report);
-    if (image.isNull()) {
-        LogError("CBxConvertPicture: Cannot read %s: %s", fileName, report.m_szReason);
-    } else if (report.HasWarning()) {
-        LogInfo("CBxConvertPicture: Reading %s: %s", fileName, report.m_szWarning);
+    return picture == nullptr ? 1 : 0;
+}
+
+int CBxConvertPicture::ReadInputFile(SBxPicBuf*& picture, const char* fileName, const SBxReadOptions& options,
+                                     SBxPictureExtras& extras, SBxFileReport& report) {
+    picture = nullptr;
+    extras = {};
+    if (IsNamed(fileName, report)) {
+        picture = MakePicture(Decode(fileName, options, extras, report), fileName, report);
     }
-    picture = GetPicBufFromQImage(&image);
-    if (picture == nullptr) {
-        report.SetReason("there is not enough memory for it");
-        LogError("Image was not read!");
-        return 1;
-    }
-    LogInfo("Image was successfully read.");
-    return 0;
+    return picture == nullptr ? 1 : 0;
 }
 
 int CBxConvertPicture::WriteOutputFile(SBxPicBuf* picture, const char* fileName, int quality,
@@ -172,7 +225,7 @@ int CBxConvertPicture::WriteOutputFile(SBxPicBuf* picture, const char* fileName,
         report.SetReason("no picture or no file is named");
         return 1;
     }
-    if (!SaveGuarded(picture, fileName, options, report)) {
+    if (!SaveGuarded(*picture, fileName, options, report)) {
         LogError("CBxConvertPicture: Cannot write %s: %s", fileName, report.m_szReason);
         LogError("Image was not saved!");
         return 1;

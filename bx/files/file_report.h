@@ -9,6 +9,11 @@ struct SBxFileReport {
     char m_szReason[kTextBytes] = "";   // why it failed; empty after success
     char m_szWarning[kTextBytes] = "";  // what is odd about a file that was read all the same; mostly empty
 
+    // Of writing: what the source has and the written file lacks. After a failure only the metadata that it was about.
+    bool m_bLacksProfile = false;
+    bool m_bLacksExif = false;
+    bool m_bLacksIptc = false;
+
     // Both keep the first text that they are given: what is told first is nearest to the cause.
     void SetReason(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void SetWarning(const char* format, ...) __attribute__((format(printf, 2, 3)));

@@ -5,19 +5,25 @@
 #include <unistd.h>
 
 #include <QByteArray>
+#include <QColorSpace>
 #include <QFile>
 #include <QImageReader>
+#include <QtEndian>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <mutex>
 #include <new>
 
 #include "decoder_messages.h"
+#include "picture_transparency.h"
 
 namespace {
 
 // Qt counts in mebibytes of decoded pixels, at most 8 bytes each.
 constexpr int kDecoderLimitMebibytes = static_cast<int>((kMostPixelsRead * 8 + (1 << 20) - 1) >> 20);
+
+constexpr int kUnsaidDotsPerMeter = 1;  // no file means it
 
 void AllowLargePictures() {
     static std::once_flag allowed;
@@ -108,16 +114,47 @@ bool HasAcceptableSize(const QSize& size, SBxFileReport& report) {
 }
 
 // A picture of the declared size, grey all over, for the decoder to fill: what a cut-off file leaves out is then grey
-// and not what the memory held before.
+// and not what the memory held before. Likewise a resolution that the file leaves out stays kUnsaidDotsPerMeter.
 QImage MakeGreyCanvas(const QSize& size, QImage::Format format) {
     QImage canvas(size, format);
     if (!canvas.isNull()) {
+        canvas.setDotsPerMeterX(kUnsaidDotsPerMeter);
+        canvas.setDotsPerMeterY(kUnsaidDotsPerMeter);
         std::memset(canvas.bits(), 0x80, static_cast<std::size_t>(canvas.sizeInBytes()));
     }
     return canvas;
 }
 
-QImage Decode(QFile& file, const char* fileName, SBxFileReport& report) {
+// Whether the profile is whole and one for RGB pixels, as its header tells.
+bool IsRgbProfile(const QByteArray& profile) {
+    constexpr qsizetype kProfileHeaderBytes = 128;
+    if (profile.size() < kProfileHeaderBytes) {
+        return false;
+    }
+    const qsizetype declaredBytes = qFromBigEndian<quint32>(profile.constData());
+    return declaredBytes >= kProfileHeaderBytes && declaredBytes <= profile.size() && profile.mid(16, 4) == "RGB " &&
+           profile.mid(36, 4) == "acsp";
+}
+
+// `hadCanvas` tells whether the decoder was given a picture to fill.
+SBxPictureExtras ExtrasOf(const QImage& image, bool hadCanvas) {
+    SBxPictureExtras extras;
+    const QByteArray profile = image.colorSpace().iccProfile();
+    if (IsRgbProfile(profile)) {
+        extras.iccProfile = profile;
+    } else {
+        extras.hasUnusedProfile = !profile.isEmpty();
+    }
+    const int unsaid = hadCanvas ? kUnsaidDotsPerMeter : QImage(1, 1, QImage::Format_RGB32).dotsPerMeterX();
+    if (image.dotsPerMeterX() != unsaid && image.dotsPerMeterY() != unsaid) {
+        extras.dotsPerMeterX = std::max(image.dotsPerMeterX(), 0);
+        extras.dotsPerMeterY = std::max(image.dotsPerMeterY(), 0);
+    }
+    extras.isTransparent = BX_IsTransparent(image);
+    return extras;
+}
+
+QImage Decode(QFile& file, const char* fileName, SBxFileReport& report, SBxPictureExtras* extras) {
     CBxDecoderMessages messages;
     QImageReader reader(&file);
     reader.setDecideFormatFromContent(true);
@@ -137,7 +174,8 @@ QImage Decode(QFile& file, const char* fileName, SBxFileReport& report) {
         return QImage();
     }
     QImage image;
-    if (size.isValid() && reader.imageFormat() != QImage::Format_Invalid) {
+    const bool hasCanvas = size.isValid() && reader.imageFormat() != QImage::Format_Invalid;
+    if (hasCanvas) {
         image = MakeGreyCanvas(size, reader.imageFormat());
         if (image.isNull()) {
             report.SetReason("there is not enough memory for its %d x %d pixels", size.width(), size.height());
@@ -151,6 +189,9 @@ QImage Decode(QFile& file, const char* fileName, SBxFileReport& report) {
     if (!HasAcceptableSize(image.size(), report)) {
         return QImage();
     }
+    if (extras != nullptr) {
+        *extras = ExtrasOf(image, hasCanvas);
+    }
     // Decoders of other formats fail on damage; what they warn of does not touch the picture.
     if (format == "jpeg" && !messages.IsEmpty()) {
         report.SetWarning("the file may be damaged or cut off (%s)", messages.Take().toUtf8().constData());
@@ -162,14 +203,14 @@ QImage Decode(QFile& file, const char* fileName, SBxFileReport& report) {
 
 }  // namespace
 
-QImage BX_DecodePicture(const char* fileName, SBxFileReport& report) {
+QImage BX_DecodePicture(const char* fileName, SBxFileReport& report, SBxPictureExtras* extras) {
     try {
         AllowLargePictures();
         QFile file;
         if (!OpenRegularFile(fileName, file, report)) {
             return QImage();
         }
-        return Decode(file, fileName, report);
+        return Decode(file, fileName, report, extras);
     } catch (const std::bad_alloc&) {
         report.SetReason("there is not enough memory for it");
         return QImage();

@@ -2,6 +2,9 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <QImage>
+
+#include "image_metadata.h"
 #include "vrd_fixture.h"
 
 using testing::HasSubstr;
@@ -138,4 +141,74 @@ TEST_F(VrdSign, AnInterruptionStopsItAndLeavesNothing) {
         EXPECT_THAT(run.out, HasSubstr("interrupted"));
         EXPECT_EQ(m_Folder.Count(), 0);
     }
+}
+
+TEST_F(VrdSign, ATransparentPhotographIsSignedBeforeABackgroundOnly) {
+    QImage image(QString::fromStdString(Photo()));
+    image = image.convertToFormat(QImage::Format_ARGB32);
+    image.setPixelColor(3, 3, QColor(1, 2, 3, 254));
+    const std::string photo = m_Folder / "clear.png";
+    const std::string out = m_Folder / "out.png";
+    ASSERT_TRUE(image.save(QString::fromStdString(photo)));
+
+    const SProgramRun refused = RunVrd({"sign", photo, "-s", kSign, "-o", out});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_THAT(refused.err, HasSubstr("--flatten"));
+    const SProgramRun wrong = RunVrd({"sign", photo, "-s", kSign, "-o", out, "--flatten", "whit"});
+    EXPECT_EQ(wrong.status, 2);
+    EXPECT_THAT(wrong.err, HasSubstr("\"whit\" is no colour"));
+    EXPECT_EQ(m_Folder.Count(), 1);
+
+    EXPECT_EQ(RunVrd({"sign", photo, "-s", kSign, "-o", out, "--flatten", "#203040"}).status, 0);
+    image = QImage(QString::fromStdString(out)).convertToFormat(QImage::Format_ARGB32);
+    image.setPixelColor(3, 3, QColor(1, 2, 3, 0));
+    ASSERT_TRUE(image.save(QString::fromStdString(photo)));
+    EXPECT_EQ(OneLine(RunVrd({"detect", "--json", photo}))["sign"], kSign);
+}
+
+TEST_F(VrdSign, AJpegGetsTheMetadataThatThePhotographHasUnlessToldOtherwise) {
+    const std::string photo = m_Folder / "camera.jpg";
+    const std::string out = m_Folder / "out.jpg";
+    ASSERT_EQ(RunVrd({"sign", Photo(), "-s", "other-one", "-o", photo, "-q", "30", "--no-check"}).status, 0);
+    CBxOwnedMetadata metadata;
+    metadata.exif = exif_data_new();
+    exif_data_fix(metadata.exif);
+    ASSERT_EQ(CBxImageMetadata::SaveExif(photo.c_str(), metadata), 0);
+
+    const auto leftBehind = [&](const std::string& output, const char* rule) {
+        std::vector<std::string> words = {"sign", photo, "-s", kSign, "-o", output, "--json", "--force", "--no-check"};
+        if (rule != nullptr) {
+            words.insert(words.end(), {"--metadata", rule});
+        }
+        const SProgramRun run = RunVrd(words);
+        EXPECT_EQ(run.status, 0) << run.out;
+        const bool isTold = run.err.find("EXIF data were left out") != std::string::npos;
+        EXPECT_EQ(isTold,
+                  OneLine(run)["left_behind"].size() == 1 && std::string(rule == nullptr ? "" : rule) != "none");
+        CBxOwnedMetadata written;
+        EXPECT_EQ(CBxImageMetadata::LoadExif(output.c_str(), written) == 0, OneLine(run)["left_behind"].empty());
+        return OneLine(run)["left_behind"].dump();
+    };
+    EXPECT_EQ(leftBehind(out, nullptr), "[]");
+    EXPECT_EQ(leftBehind(out, "both"), "[\"exif\"]");
+    EXPECT_EQ(leftBehind(out, "none"), "[\"exif\"]");
+    EXPECT_EQ(leftBehind(m_Folder / "out.png", nullptr), "[\"exif\"]");
+}
+
+TEST_F(VrdSign, FullColourKeepsASignThatHalvedColourLoses) {
+    const std::string out = m_Folder / "out.jpg";
+    const auto quality = [&](const char* chroma) {
+        for (int tried = 90; tried > 0; tried -= 10) {
+            const SProgramRun run = RunVrd({"sign", Photo(), "-s", kSign, "-o", out, "-q", std::to_string(tried),
+                                            "--chroma", chroma, "--force", "--json"});
+            if (run.status != 0) {
+                EXPECT_EQ(run.status, 1) << run.out;
+                return tried;
+            }
+            EXPECT_EQ(std::to_string(OneLine(run)["chroma"].get<int>()), chroma);
+        }
+        return 0;
+    };
+    EXPECT_LT(quality("444"), quality("420"));
+    EXPECT_EQ(RunVrd({"sign", Photo(), "-s", kSign, "-o", out, "--chroma", "422", "--force"}).status, 2);
 }
