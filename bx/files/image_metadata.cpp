@@ -14,7 +14,25 @@ using Bytes = CBxHeapArray<unsigned char>;
 
 constexpr unsigned int kMostPs3Bytes = 65536;
 
-// Null when there is no EXIF. The loader takes from the bytes what it would take from the file.
+// Parses an EXIF block without changing what it says: tags that the library does not know are kept, and none is added
+// for the sake of the standard. Null without memory.
+ExifData* ParseExif(const unsigned char* block, unsigned int size) {
+    ExifData* const exif = exif_data_new();
+    if (exif == nullptr) {
+        return nullptr;
+    }
+    exif_data_unset_option(exif, EXIF_DATA_OPTION_IGNORE_UNKNOWN_TAGS);
+    exif_data_unset_option(exif, EXIF_DATA_OPTION_FOLLOW_SPECIFICATION);
+    exif_data_load_data(exif, block, size);
+    // A thumbnail that the library does not carry over must not be described either: the offsets would lead nowhere.
+    ExifContent* const thumbnail = exif->ifd[EXIF_IFD_1];
+    while (exif->data == nullptr && thumbnail != nullptr && thumbnail->count > 0) {
+        exif_content_remove_entry(thumbnail, thumbnail->entries[thumbnail->count - 1]);
+    }
+    return exif;
+}
+
+// Null when there is no EXIF. The loader finds the block where it would find it in the file.
 ExifData* FindExif(Bytes& bytes) {
     ExifLoader* const loader = exif_loader_new();
     if (loader == nullptr) {
@@ -27,7 +45,10 @@ ExifData* FindExif(Bytes& bytes) {
             break;
         }
     }
-    ExifData* const exif = exif_loader_get_data(loader);
+    const unsigned char* block = nullptr;
+    unsigned int size = 0;
+    exif_loader_get_buf(loader, &block, &size);
+    ExifData* const exif = block != nullptr ? ParseExif(block, size) : nullptr;
     exif_loader_unref(loader);
     return exif;
 }
@@ -124,6 +145,7 @@ unsigned char CBxImageMetadata::LoadByRule(const char* fileName, EBxMetadataRule
     }
     Bytes bytes;
     if (BX_ReadJpegFile(fileName, bytes) != EBxFileReading::kDone) {
+        LogInfo("No metadata could be read from %s.", fileName);
         return 0;
     }
     md.exif = FindExif(bytes);

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "pic_buf_api.h"
 #include "pic_format.h"
 
@@ -44,6 +46,9 @@ void CBxPicBufAPI::Transform1_D(SBxPicBuf& dst, CBxRect<int> rect, const SBxPicB
 
 void CBxPicBufAPI::Transform(SBxPicBuf& dst, CBxRect<int> rect, const SBxPicBuf& src, const CBxPicMap& map,
                              EBxInterpolation kind, bool fast) {
+    // A frame whose inner rectangle reaches beyond the outer one asks for rectangles beyond the picture.
+    rect = {std::max(rect.left, 0), std::max(rect.top, 0), std::min(rect.right, dst.m_iWidth),
+            std::min(rect.bottom, dst.m_iHeight)};
     if (rect.IsEmpty()) {
         return;
     }
