@@ -14,6 +14,7 @@
 #include <string>
 
 #include "temporary_folder.h"
+#include "writer_faults.h"
 
 namespace {
 
@@ -31,56 +32,6 @@ mode_t ModeOf(const std::string& path) {
     struct stat status = {};
     EXPECT_EQ(stat(path.c_str(), &status), 0);
     return status.st_mode & 07777;
-}
-
-// Runs `work` in a child that may write at most `mostBytes` into a file, as on a full disk; true when it exits with 0.
-template <typename Work>
-bool SucceedsOnAFullDisk(rlim_t mostBytes, Work work) {
-    const pid_t child = fork();
-    if (child == 0) {
-        signal(SIGXFSZ, SIG_IGN);
-        const struct rlimit limit = {mostBytes, mostBytes};
-        _exit(setrlimit(RLIMIT_FSIZE, &limit) == 0 && work() == 0 ? 0 : 1);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status));
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
-// Runs `work` in a child and kills it at its system call number `stop`, before or after the kernel does it: every call
-// counts twice. True when it was killed, false when it came to its end before.
-template <typename Work>
-bool KillAtSystemCall(int stop, Work work) {
-    const pid_t child = fork();
-    if (child == 0) {
-        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        raise(SIGSTOP);
-        work();
-        _exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    for (int count = 0; count < stop && WIFSTOPPED(status); ++count) {
-        ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
-        waitpid(child, &status, 0);
-    }
-    if (!WIFSTOPPED(status)) {
-        return false;
-    }
-    kill(child, SIGKILL);
-    waitpid(child, &status, 0);
-    return true;
-}
-
-bool CanTrace() {
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0 ? 0 : 1);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 class FileReplacement : public testing::Test {
@@ -250,10 +201,10 @@ TEST_F(FileReplacement, TakesABackslashForAPartOfTheName) {
 TEST_F(FileReplacement, LeavesTheOldFileOnAFullDisk) {
     WriteBytes(m_Path, "old");
     // The first fails in the middle of writing, the second when the buffered bytes are flushed at the end.
-    EXPECT_FALSE(SucceedsOnAFullDisk(5000, [this] { return Replace(m_Path, std::string(100000, 'n')); }));
-    EXPECT_FALSE(SucceedsOnAFullDisk(50, [this] { return Replace(m_Path, std::string(100, 'n')); }));
+    EXPECT_FALSE(SucceedsWithDiskOf(5000, [this] { return Replace(m_Path, std::string(100000, 'n')); }));
+    EXPECT_FALSE(SucceedsWithDiskOf(50, [this] { return Replace(m_Path, std::string(100, 'n')); }));
     // A writer who looks at no result until the end.
-    EXPECT_FALSE(SucceedsOnAFullDisk(5000, [this] {
+    EXPECT_FALSE(SucceedsWithDiskOf(5000, [this] {
         CBxFileReplacement replacement;
         replacement.Begin(m_Path.c_str());
         // Unbuffered, so that no left-over fails once more at the end: only the mark in the stream remains.
@@ -265,12 +216,12 @@ TEST_F(FileReplacement, LeavesTheOldFileOnAFullDisk) {
     }));
     EXPECT_EQ(ReadBytes(m_Path), "old");
     EXPECT_EQ(m_Folder.Count(), 1);
-    EXPECT_TRUE(SucceedsOnAFullDisk(5000, [this] { return Replace(m_Path, "fits"); }));
+    EXPECT_TRUE(SucceedsWithDiskOf(5000, [this] { return Replace(m_Path, "fits"); }));
     EXPECT_EQ(ReadBytes(m_Path), "fits");
 }
 
 TEST_F(FileReplacement, LeavesAWholeFileWhereverItIsKilled) {
-    if (!CanTrace()) {
+    if (!CanTraceChildren()) {
         GTEST_SKIP() << "this machine does not let a process trace its child";
     }
     const std::string oldBytes(3000, 'o');
@@ -280,7 +231,7 @@ TEST_F(FileReplacement, LeavesAWholeFileWhereverItIsKilled) {
     bool killed = true;
     for (int stop = 0; killed; ++stop) {
         WriteBytes(m_Path, oldBytes);
-        killed = KillAtSystemCall(stop, [this, &newBytes] { Replace(m_Path, newBytes); });
+        killed = IsKilledAtSystemCall(stop, [this, &newBytes] { Replace(m_Path, newBytes); });
         const std::string found = ReadBytes(m_Path);
         ASSERT_TRUE(found == oldBytes || found == newBytes) << "at stop " << stop << ": " << found.size() << " bytes";
         oldFiles += found == oldBytes ? 1 : 0;
