@@ -113,13 +113,14 @@ void EngineZoom(SStages& stages, const CBxSearchPicture& shared, double zoom, st
     unsigned int count = 0;
     unsigned int anchorCount = 0;
     SBxSignRun run;
+    SBxCornerBars bars;
     bool good = true;
     stages.corners += Seconds([&] {
         good = columns.Prepare(shared.Width(), zoom);
         CBxScaledRows mean(shared, columns, zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
         good = good && mean.Prepare() &&
                BX_FindImportantRectangles(CBxRunStop(run, EBxStopOn::Abort), rects, count, mean,
-                                          {mean.Width(), mean.Height()}, anchors, anchorCount, true, zoom) == 0;
+                                          {mean.Width(), mean.Height()}, anchors, anchorCount, true, zoom, bars) == 0;
         rects[count++] = {0, 0, static_cast<double>(mean.Width()), static_cast<double>(mean.Height())};
         CBxSignOp::ReduceNumbersOfRectanglesX(rects, count);
     });

@@ -65,7 +65,8 @@ void CBxCandidateList::RaiseBar() {
 void CBxCandidateList::Restart() {
     m_uiCount = 0;
     m_fBar = 0.0f;
-    m_bBarStaysDown = true;
+    m_bBarStaysDown = !m_bBarIsGuess;
+    m_bBarIsGuess = false;
 }
 
 bool CBxCandidateList::Select(SBxCornerList& corners, bool& complete) const {

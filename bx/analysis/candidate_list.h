@@ -18,7 +18,9 @@ struct SBxCornerCandidate {
 // Collects candidates and raises a bar below which a candidate cannot be among those that are kept.
 class CBxCandidateList {
 public:
-    CBxCandidateList(int width, int height) : m_iWidth(width), m_iHeight(height) {}
+    // `bar` is a guess at where the bar may stand from the start, or 0.
+    CBxCandidateList(int width, int height, float bar)
+        : m_iWidth(width), m_iHeight(height), m_fBar(bar), m_bBarIsGuess(bar > 0.0f) {}
 
     // False without memory, like every other bool in here.
     [[nodiscard]] bool Prepare();
@@ -36,7 +38,7 @@ public:
     // distance. `complete` tells whether the bar left out nothing that belongs to them.
     [[nodiscard]] bool Select(SBxCornerList& corners, bool& complete) const;
 
-    // Empties the list for another search, in which the bar stays down.
+    // Empties the list for another search: without the guess, or, when there was none, with the bar down for good.
     void Restart();
 
 private:
@@ -45,6 +47,7 @@ private:
     CBxHeapArray<SBxCornerCandidate> m_Candidates;
     CBxHeapArray<float> m_Strengths;  // scratch of RaiseBar
     std::size_t m_uiCount = 0;
-    float m_fBar = 0.0f;
+    float m_fBar;
+    bool m_bBarIsGuess;
     bool m_bBarStaysDown = false;
 };

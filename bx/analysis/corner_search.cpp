@@ -376,17 +376,23 @@ private:
     int m_iTop = 0;   // of the band
 };
 
+float WeakestOfFullList(const SBxCornerList& list) {
+    return list.m_uiCount == CBxCornerDetector::kMostCorners ? list.m_fStrengths[list.m_uiCount - 1] : 0.0f;
+}
+
 }  // namespace
 
 unsigned char BX_FindCornersOfHalves(SBxCornerList& dark, SBxCornerList& bright, CBxRowSource& source, int width,
-                                     int height, double zoom, const CBxStopCheck* stop) {
+                                     int height, double zoom, SBxCornerBars& bars, const CBxStopCheck* stop) {
     dark.m_uiCount = 0;
     bright.m_uiCount = 0;
+    const SBxCornerBars guesses = bars;
+    bars = {};
     if (width <= 2 * kEdge || height <= 2 * kEdge) {
         return kBxSuccess;
     }
     const std::unique_ptr<CCornerWalk> walk(new (std::nothrow) CCornerWalk(source, width, height, zoom, stop));
-    CBxCandidateList candidates[2] = {{width, height}, {width, height}};
+    CBxCandidateList candidates[2] = {{width, height, guesses.m_fDark}, {width, height, guesses.m_fBright}};
     if (walk == nullptr || !walk->Prepare() || !candidates[0].Prepare() || !candidates[1].Prepare()) {
         return kBxOutOfMemory;
     }
@@ -400,7 +406,7 @@ unsigned char BX_FindCornersOfHalves(SBxCornerList& dark, SBxCornerList& bright,
             }
             bool complete = false;
             result = candidates[half].Select(*corners[half], complete) ? kBxSuccess : kBxOutOfMemory;
-            // A bar that was too high has hidden corners that belong to the list: once more without it.
+            // A bar that was too high has hidden corners that belong to the list: once more with a lower one.
             candidates[half].Restart();
             pending[half] = complete ? nullptr : &candidates[half];
         }
@@ -410,5 +416,6 @@ unsigned char BX_FindCornersOfHalves(SBxCornerList& dark, SBxCornerList& bright,
             return result;
         }
     }
+    bars = {WeakestOfFullList(dark), WeakestOfFullList(bright)};
     return kBxSuccess;
 }

@@ -8,7 +8,7 @@
 //   strength
 //     can be at most follows from the range of the pixels around, and more closely from their gradients: blocks that
 //     cannot hold a corner that matters are left out. The bound that was used is checked against the result; where it
-//     was too high, the half is searched again without it.
+//     was too high, the half is searched again with a lower one.
 #pragma once
 
 #include "corner_detector.h"
@@ -22,6 +22,13 @@ struct SBxCornerList {
     unsigned int m_uiCount;
 };
 
+// What a search may start from: strengths that the weakest of 50 corners of each half probably exceeds, 0 for no guess.
+// A guess that is too high costs time, never the result.
+struct SBxCornerBars {
+    float m_fDark = 0.0f;
+    float m_fBright = 0.0f;
+};
+
 // Polled now and then while the rows are walked; true ends the walk.
 class CBxStopCheck {
 public:
@@ -32,8 +39,10 @@ public:
 // Finds the corners of both halves of a plane of width x height pixels.
 //
 //   zoom    stretch of the smoothing kernels
+//   bars    guesses; receives the strengths of the weakest corners of full lists, 0 for a list that is not full
 //   stop    may be null
 //
 // 0; 1 when stopped; 6 without memory. On 1 and 6 the lists are empty.
 [[nodiscard]] unsigned char BX_FindCornersOfHalves(SBxCornerList& dark, SBxCornerList& bright, CBxRowSource& source,
-                                                   int width, int height, double zoom, const CBxStopCheck* stop);
+                                                   int width, int height, double zoom, SBxCornerBars& bars,
+                                                   const CBxStopCheck* stop);

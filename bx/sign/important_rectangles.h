@@ -6,8 +6,9 @@
 #include "row_source.h"
 
 // As CBxSignOp::GetAllImportantRectangles, for a plane of width x height that `source` gives row by row; 1 when `stop`
-// ends it.
+// ends it. `bars` as for BX_FindCornersOfHalves.
 [[nodiscard]] unsigned char BX_FindImportantRectangles(const CBxStopCheck& stop, CBxRect<double>* rects,
                                                        unsigned int& count, CBxRowSource& source,
                                                        const CBxSize<int>& plane, CBxPoint<double>* anchors,
-                                                       unsigned int& anchorCount, bool detection, double zoom);
+                                                       unsigned int& anchorCount, bool detection, double zoom,
+                                                       SBxCornerBars& bars);

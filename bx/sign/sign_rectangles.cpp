@@ -146,11 +146,11 @@ private:
 
 unsigned char BX_FindImportantRectangles(const CBxStopCheck& stop, CBxRect<double>* rects, unsigned int& count,
                                          CBxRowSource& source, const CBxSize<int>& plane, CBxPoint<double>* anchors,
-                                         unsigned int& anchorCount, bool detection, double zoom) {
+                                         unsigned int& anchorCount, bool detection, double zoom, SBxCornerBars& bars) {
     SBxCornerList darkCorners;
     SBxCornerList brightCorners;
     const unsigned char found =
-        BX_FindCornersOfHalves(darkCorners, brightCorners, source, plane.width, plane.height, zoom, &stop);
+        BX_FindCornersOfHalves(darkCorners, brightCorners, source, plane.width, plane.height, zoom, bars, &stop);
     if (found != kBxSuccess) {
         return found;
     }
@@ -206,8 +206,9 @@ unsigned char CBxSignOp::GetAllImportantRectangles(SBxSignRun& run, CBxRect<doub
                                                    unsigned int& anchorCount, bool detection, double zoom) {
     CPlaneRows rows(*picture);
     const CBxRunStop stop(run, EBxStopOn::Abort);
+    SBxCornerBars bars;
     return BX_FindImportantRectangles(stop, rects, count, rows, {picture->m_iWidth, picture->m_iHeight}, anchors,
-                                      anchorCount, detection, zoom);
+                                      anchorCount, detection, zoom, bars);
 }
 
 void CBxSignOp::ReduceNumbersOfRectangles(CBxRect<double>* rects, unsigned int& count) {

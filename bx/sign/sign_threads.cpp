@@ -36,7 +36,7 @@ bool Aborted(const SBxSignRun& run) {
 unsigned char RunPosition(SBxZoomThread& thread, unsigned int position) {
     const double zoom = BX_ZoomOfIndex(thread.m_uiOrder[position]);
     const unsigned char result =
-        BX_SearchZoom(*thread.m_pRun, *thread.m_pPicture, thread.m_pResult, thread.m_Finding, zoom);
+        BX_SearchZoom(*thread.m_pRun, *thread.m_pPicture, thread.m_pResult, thread.m_Finding, zoom, *thread.m_pMemory);
     if (result == kBxSuccess) {
         thread.m_pRun->m_iStopDetecting.store(static_cast<std::int32_t>(thread.m_uiThread), std::memory_order_relaxed);
     } else if (result == kBxOutOfMemory) {
@@ -88,10 +88,11 @@ struct SThreadedSearch {
     pthread_t handles[CBxSignOp::kMostThreads];
     bool started[CBxSignOp::kMostThreads];
 
-    SThreadedSearch(SBxSignRun& run, const CBxSearchPicture* picture) : shares{}, blocks{}, handles{}, started{} {
+    SThreadedSearch(SBxSignRun& run, const CBxSearchPicture* picture, CBxStrengthMemory* memory)
+        : shares{}, blocks{}, handles{}, started{} {
         for (unsigned int t = 0; t < run.m_uiNoOfThreads; ++t) {
             SBxZoomThread& share = shares[t];
-            share = {t, run.m_uiNoOfThreads, kZooms, blocks[t], picture, {}, &run, {}, false};
+            share = {t, run.m_uiNoOfThreads, kZooms, blocks[t], picture, memory, {}, &run, {}, false};
             CBxSignOp::GetThreadShedule(share.m_uiOrder, run.m_uiNoOfThreads);
         }
     }
@@ -147,13 +148,14 @@ unsigned char CBxSignOp::ExtractTextFromPicture_1thread(SBxSignRun& run, SBxPicB
     if (!shared.Prepare(*picture, kFirstZoom)) {
         return kBxOutOfMemory;
     }
+    CBxStrengthMemory memory;
     unsigned char result = kBxFailure;
     for (unsigned int index = 0; index < kZooms; ++index) {
         if (Aborted(run)) {
             return kBxFailure;
         }
         const double zoom = BX_ZoomOfIndex(index);
-        result = BX_SearchZoom(run, shared, text, run.m_Finding, zoom);
+        result = BX_SearchZoom(run, shared, text, run.m_Finding, zoom, memory);
         if (result == kBxSuccess) {
             return result;
         }
@@ -176,7 +178,8 @@ unsigned char CBxSignOp::ExtractTextFromPicture_Nthread(SBxSignRun& run, SBxPicB
     if (!shared.Prepare(*picture, kFirstZoom)) {
         return kBxOutOfMemory;
     }
-    SThreadedSearch search(run, &shared);
+    CBxStrengthMemory memory;
+    SThreadedSearch search(run, &shared, &memory);
     if (search.RunAll(run.m_uiNoOfThreads) == kBxOutOfMemory) {
         return kBxOutOfMemory;
     }

@@ -25,21 +25,24 @@ bool Ended(const SBxSignRun& run) {
 
 // The candidate rectangles of a scaled picture, the whole of it last.
 unsigned char FindCandidates(SBxSignRun& run, CBxRect<double>* candidates, unsigned int& count,
-                             const CBxSearchPicture& picture, const CBxColumnWeights& columns, double zoom) {
+                             const CBxSearchPicture& picture, const CBxColumnWeights& columns, double zoom,
+                             CBxStrengthMemory& memory) {
     CBxScaledRows mean(picture, columns, zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
     CBxPoint<double> anchors[kAnchorRoom];
     unsigned int anchorCount = 0;
+    SBxCornerBars bars = memory.GuessFor(zoom);
     const CBxSize<int> scaled{mean.Width(), mean.Height()};
-    const unsigned char result = mean.Prepare()
-                                     ? BX_FindImportantRectangles(CBxRunStop(run, EBxStopOn::AbortOrFound), candidates,
-                                                                  count, mean, scaled, anchors, anchorCount, true, zoom)
-                                     : kBxOutOfMemory;
+    const unsigned char result =
+        mean.Prepare() ? BX_FindImportantRectangles(CBxRunStop(run, EBxStopOn::AbortOrFound), candidates, count, mean,
+                                                    scaled, anchors, anchorCount, true, zoom, bars)
+                       : kBxOutOfMemory;
     if (result != kBxSuccess) {
         if (!Ended(run)) {
             CBxSignOp::LogErrorDetail("GetAllImportantRectangles() failed.");
         }
         return result;
     }
+    memory.Remember(zoom, bars);
     candidates[count++] = {0.0, 0.0, static_cast<double>(scaled.width), static_cast<double>(scaled.height)};
     return kBxSuccess;
 }
@@ -102,8 +105,40 @@ unsigned char DecodeCandidates(SBxSignRun& run, char* block, SBxFinding& finding
 
 }  // namespace
 
+// The strengths change smoothly with the zoom, but for the change of the smoothing kernel behind zoom 1.0.
+SBxCornerBars CBxStrengthMemory::GuessFor(double zoom) const {
+    constexpr int kFarthest = 3;        // zooms away
+    constexpr int kFirstStretched = 3;  // index of the first zoom with a stretched kernel
+    constexpr float kShareForEachStep = 0.75f;
+    const int index = static_cast<int>(std::lround((zoom - kFirstZoom) / kZoomStep));
+    float share = 1.0f;
+    for (int distance = 1; distance <= kFarthest; ++distance) {
+        share *= kShareForEachStep;
+        for (const int neighbour : {index - distance, index + distance}) {
+            const bool sameKernel = (neighbour < kFirstStretched) == (index < kFirstStretched);
+            if (neighbour < 0 || neighbour >= static_cast<int>(kZooms) || !sameKernel) {
+                continue;
+            }
+            const float dark = m_Entries[neighbour].dark.load(std::memory_order_relaxed);
+            const float bright = m_Entries[neighbour].bright.load(std::memory_order_relaxed);
+            if (dark > 0.0f || bright > 0.0f) {
+                return {share * dark, share * bright};
+            }
+        }
+    }
+    return {};
+}
+
+void CBxStrengthMemory::Remember(double zoom, const SBxCornerBars& bars) {
+    const long index = std::lround((zoom - kFirstZoom) / kZoomStep);
+    if (index >= 0 && index < static_cast<long>(kZooms)) {
+        m_Entries[index].dark.store(bars.m_fDark, std::memory_order_relaxed);
+        m_Entries[index].bright.store(bars.m_fBright, std::memory_order_relaxed);
+    }
+}
+
 unsigned char BX_SearchZoom(SBxSignRun& run, const CBxSearchPicture& picture, char* block, SBxFinding& finding,
-                            double zoom) {
+                            double zoom, CBxStrengthMemory& memory) {
     if (run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0) {
         return kBxFailure;
     }
@@ -125,7 +160,7 @@ unsigned char BX_SearchZoom(SBxSignRun& run, const CBxSearchPicture& picture, ch
     }
     CBxRect<double> candidates[kCandidateRoom];
     unsigned int count = 0;
-    unsigned char result = FindCandidates(run, candidates, count, picture, columns, zoom);
+    unsigned char result = FindCandidates(run, candidates, count, picture, columns, zoom, memory);
     if (result != kBxSuccess) {
         return result;
     }
@@ -147,7 +182,9 @@ unsigned char CBxSignOp::ExtractTextFromPictureWithZoom(SBxSignRun& run, SBxPicB
         return kBxFailure;
     }
     CBxSearchPicture shared;
-    return shared.Prepare(*picture, zoom) ? BX_SearchZoom(run, shared, block, run.m_Finding, zoom) : kBxOutOfMemory;
+    CBxStrengthMemory memory;
+    return shared.Prepare(*picture, zoom) ? BX_SearchZoom(run, shared, block, run.m_Finding, zoom, memory)
+                                          : kBxOutOfMemory;
 }
 
 unsigned char CBxSignOp::ExtractTextFromPictureWithZoom(SBxPicBuf* picture, double zoom, char* text) {

@@ -70,11 +70,19 @@ TEST_P(SearchForms, FindTheCornersAndCandidatesOfThePlainForm) {
             ASSERT_TRUE(shared.Prepare(picture.Pic()) && columns.Prepare(test.width, test.zoom));
             CBxScaledRows rows(shared, columns, test.zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
             ASSERT_TRUE(rows.Prepare());
-            SBxCornerList halves[2];
-            ASSERT_EQ(
-                BX_FindCornersOfHalves(halves[0], halves[1], rows, rows.Width(), rows.Height(), test.zoom, nullptr), 0);
-            for (int half = 0; half < 2; ++half) {
-                ExpectSameCorners(PlainCorners(mean.Pic(), half, test.zoom), halves[half]);
+            const SPlainCorners plain[2] = {PlainCorners(mean.Pic(), 0, test.zoom),
+                                            PlainCorners(mean.Pic(), 1, test.zoom)};
+            // Without a guess, with the strengths themselves, and with guesses far too high.
+            SBxCornerBars bars;
+            for (const float factor : {0.0f, 1.0f, 1e9f}) {
+                bars = {factor * bars.m_fDark, factor * bars.m_fBright};
+                SBxCornerList halves[2];
+                ASSERT_EQ(BX_FindCornersOfHalves(halves[0], halves[1], rows, rows.Width(), rows.Height(), test.zoom,
+                                                 bars, nullptr),
+                          0);
+                ExpectSameCorners(plain[0], halves[0]);
+                ExpectSameCorners(plain[1], halves[1]);
+                EXPECT_EQ(bars.m_fDark, plain[0].points.size() == 50 ? halves[0].m_fStrengths[49] : 0.0f);
             }
         }
     }
