@@ -4,7 +4,6 @@
 #include "result.h"
 #include "sign_format.h"
 #include "sign_op.h"
-#include "stop_request.h"
 
 namespace {
 
@@ -28,9 +27,6 @@ void TakeFinding(SBxSearchResult& result, const SBxSignRun& run, const char* tex
 SBxSearchResult SearchAllZooms(SBxSignRun& run, SBxPicBuf& searched, CBxSize<int> picture, unsigned int threads) {
     SBxSearchResult result;
     char text[CBxSignOp::kTextBytes] = "";
-    if (BX_IsStopRequested()) {
-        return result;
-    }
     result.code = CBxSignOp::ExtractTextFromPicture(run, &searched, text, threads);
     if (result.code == kBxSuccess) {
         TakeFinding(result, run, text, SizeOf(searched), picture);
