@@ -1,7 +1,6 @@
 #include "sign_block.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 #include "bch157.h"
@@ -45,23 +44,22 @@ void CheckCodes(int* checkCodes, const int* textCodes) {
     }
 }
 
-// The 18 codes of a text. The prefix only keeps the places of the check codes.
-void BlockOfText(int* codes, const char* text) {
-    char formatted[100] = {};
-    std::snprintf(formatted, sizeof formatted, "signSIGN%s", text);
-    std::fill(codes, codes + kBlockCodes, 0);
-    for (int position = 0; position < kBlockCodes && formatted[position] != 0; ++position) {
-        codes[position] = CBxSignOp::MapCharTo6Bit(formatted[position]);
-    }
-    CheckCodes(codes, codes + kCheckCodes);
-}
-
 }  // namespace
 
 void BX_EncodeSign(int* cells, const char* text) {
+    int codes[kTextCodes] = {};
+    for (int position = 0; position < kTextCodes && text[position] != 0; ++position) {
+        char character = text[position];
+        codes[position] = CBxSignOp::MapCharTo6Bit(character);
+    }
+    BX_EncodeTextCodes(cells, codes);
+}
+
+void BX_EncodeTextCodes(int* cells, const int* textCodes) {
     CBxSignOp::GenerateHashPole();
     int codes[kBlockCodes];
-    BlockOfText(codes, text);
+    std::copy(textCodes, textCodes + kTextCodes, codes + kCheckCodes);
+    CheckCodes(codes, textCodes);
 
     CBxBCH157 coder = MakeCoder();
     int frame[kFrameBits] = {};

@@ -12,5 +12,9 @@ struct SBxReadBlock {
 // characters outside a-z, A-Z, 0-9 are carried as a dash.
 void BX_EncodeSign(int* cells, const char* text);
 
+// The same for the ten 6-bit codes of a text, 0 behind its end. The cells are a linear function of the 60 bits of the
+// codes: the cells of the sum of two texts, bit by bit, are the sum of their cells.
+void BX_EncodeTextCodes(int* cells, const int* textCodes);
+
 // Reads 256 cell bits back.
 SBxReadBlock BX_DecodeSign(const int* cells);

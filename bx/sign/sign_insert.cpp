@@ -40,7 +40,7 @@ unsigned char FindCarriers(SBxSignRun& run, CBxRect<double>* carriers, unsigned 
     SBxCornerBars bars;
     const unsigned char result =
         BX_FindImportantRectangles(CBxRunStop(run, EBxStopOn::Abort), carriers, count, mean,
-                                   {picture.m_iWidth, picture.m_iHeight}, anchors, anchorCount, false, kUnscaled, bars);
+                                   {picture.m_iWidth, picture.m_iHeight}, anchors, anchorCount, false, kUnscaled, bars, nullptr);
     if (result != kBxSuccess) {
         return result;
     }

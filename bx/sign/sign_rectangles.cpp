@@ -146,7 +146,8 @@ private:
 
 unsigned char BX_FindImportantRectangles(const CBxStopCheck& stop, CBxRect<double>* rects, unsigned int& count,
                                          CBxRowSource& source, const CBxSize<int>& plane, CBxPoint<double>* anchors,
-                                         unsigned int& anchorCount, bool detection, double zoom, SBxCornerBars& bars) {
+                                         unsigned int& anchorCount, bool detection, double zoom, SBxCornerBars& bars,
+ CBxCornerArchive* archive) {
     SBxCornerList darkCorners;
     SBxCornerList brightCorners;
     const unsigned char found =
@@ -156,6 +157,9 @@ unsigned char BX_FindImportantRectangles(const CBxStopCheck& stop, CBxRect<doubl
     }
     if (stop.Stopped()) {
         return kBxFailure;
+    }
+    if (archive != nullptr) {
+        archive->Add(zoom, darkCorners, brightCorners);
     }
     CBxPoint<double> slots[kAnchorSlots] = {};
     const unsigned char dark = AddRectanglesOfHalf(rects, count, darkCorners.m_Points, darkCorners.m_uiCount, plane,
@@ -208,7 +212,7 @@ unsigned char CBxSignOp::GetAllImportantRectangles(SBxSignRun& run, CBxRect<doub
     const CBxRunStop stop(run, EBxStopOn::Abort);
     SBxCornerBars bars;
     return BX_FindImportantRectangles(stop, rects, count, rows, {picture->m_iWidth, picture->m_iHeight}, anchors,
-                                      anchorCount, detection, zoom, bars);
+                                      anchorCount, detection, zoom, bars, nullptr);
 }
 
 void CBxSignOp::ReduceNumbersOfRectangles(CBxRect<double>* rects, unsigned int& count) {

@@ -8,6 +8,8 @@
 
 #include "geometry.h"
 
+class CBxCornerArchive;
+
 // The progress of a run: a step text and a percentage, polled by whoever shows it. Every operation locks the mutex.
 class SProgressData {
 public:
@@ -47,6 +49,9 @@ struct SBxSignRun {
     // Set before the threads of the run start.
     std::uint32_t m_uiNoOfThreads = 1;  // 1 .. 12
     double m_dProgressDelta = 0.0;      // percentage added for each zoom; kept from run to run
+
+    // What every searched zoom adds its corners to, or null. Whoever sets it owns it and takes it away again.
+    CBxCornerArchive* m_pCorners = nullptr;
 
     // Polled without a lock between the steps.
     std::atomic<std::int32_t> m_iStopDetecting{-1};  // -1, or the index of the thread that found the sign

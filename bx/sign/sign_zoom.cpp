@@ -34,7 +34,7 @@ unsigned char FindCandidates(SBxSignRun& run, CBxRect<double>* candidates, unsig
     const CBxSize<int> scaled{mean.Width(), mean.Height()};
     const unsigned char result =
         mean.Prepare() ? BX_FindImportantRectangles(CBxRunStop(run, EBxStopOn::AbortOrFound), candidates, count, mean,
-                                                    scaled, anchors, anchorCount, true, zoom, bars)
+                                                    scaled, anchors, anchorCount, true, zoom, bars, run.m_pCorners)
                        : kBxOutOfMemory;
     if (result != kBxSuccess) {
         if (!Ended(run)) {

@@ -1,0 +1,209 @@
+#include "deep_run.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "result.h"
+#include "scaled_rows.h"
+#include "search_picture.h"
+#include "sign_block.h"
+
+namespace {
+
+constexpr double kHintAgreement = 8.2;
+constexpr double kMostEqualNeighbours = 0.62;
+constexpr double kWorthMoving = 8.6;  // agreement from which a grid is moved uphill
+constexpr double kBlurAsWritten = 1.1;  // pixels; standard deviation of the smoothing under which signs are written
+// Zooms that the ordinary search leaves out: pictures enlarged by more than it expects, and small copies.
+constexpr double kFurtherZooms[] = {0.5, 0.55, 0.6, 0.65, 0.7, 0.75, 0.8, 0.85, 2.3, 2.65, 3.0, 3.5, 4.0};
+
+constexpr double kFirstMove = 0.7;           // pixels of the picture as it was signed
+constexpr double kFirstMoveOfTurned = 0.08;  // cells
+constexpr int kMoveRounds = 3;
+constexpr int kMoves = 5;
+
+// The grid with one of its edges moved, or turned about its origin, by `step` cells.
+SBxGridPose MovedPose(const SBxGridPose& pose, int move, double step) {
+    SBxGridPose moved = pose;
+    const auto shift = [](CBxPoint<double>& point, const CBxPoint<double>& by, double factor) {
+        point = {point.x + factor * by.x, point.y + factor * by.y};
+    };
+    const double perCell = step / kGridSide;
+    switch (move) {
+        case 0:  // the first column's edge, the last one's stays
+            shift(moved.origin, pose.along, step);
+            shift(moved.along, pose.along, -perCell);
+            break;
+        case 1:
+            shift(moved.origin, pose.down, step);
+            shift(moved.down, pose.down, -perCell);
+            break;
+        case 2:  // the last column's edge
+            shift(moved.along, pose.along, perCell);
+            break;
+        case 3:
+            shift(moved.down, pose.down, perCell);
+            break;
+        default:
+            shift(moved.along, pose.down, perCell);
+            shift(moved.down, pose.along, -perCell);
+            break;
+    }
+    return moved;
+}
+
+}  // namespace
+
+double BX_BlurOfScale(double scale) {
+    return kBlurAsWritten * scale;
+}
+
+SBxGridTrial BX_TrialOfPair(const SBxCornerPair& pair, double degrees) {
+    const double scale = 1.0 / static_cast<double>(pair.zoom);
+    return {BX_PoseOfDiagonal({pair.p.x, pair.p.y}, {pair.q.x, pair.q.y}, degrees), BX_BlurOfScale(scale), scale,
+            degrees, BX_GridOrientation(0)};
+}
+
+bool CBxDeepRun::AddCorners(const SBxPicBuf& picture, double zoom, double /*split*/, CBxCornerArchive& archive) {
+    CBxSearchPicture shared;
+    CBxColumnWeights columns;
+    if (!shared.Prepare(picture, zoom) || !columns.Prepare(picture.m_iWidth, zoom)) {
+        return false;
+    }
+    CBxScaledRows mean(shared, columns, zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
+    if (!mean.Prepare()) {
+        return false;
+    }
+    SBxCornerBars bars;
+    static thread_local SBxCornerList dark;
+    static thread_local SBxCornerList bright;
+    const unsigned char result =
+        BX_FindCornersOfHalves(dark, bright, mean, mean.Width(), mean.Height(), zoom, bars, nullptr);
+    if (result == kBxSuccess) {
+        archive.Add(zoom, dark, bright);
+    }
+    return result != kBxOutOfMemory;
+}
+
+unsigned char CBxDeepRun::Prepare(SBxDeepCosts& /*costs*/) {
+    for (const double zoom : kFurtherZooms) {
+        if (Ended()) {
+            return kBxFailure;
+        }
+        if (!BX_IsTooLargeToSearch(m_Picture.m_iWidth, m_Picture.m_iHeight, zoom) &&
+            !AddCorners(m_Picture, zoom, 128.0, m_Archive)) {
+            return kBxOutOfMemory;
+        }
+    }
+    return m_Sums.Prepare(m_Picture) && m_Pool.Collect(m_Archive) ? kBxSuccess : kBxOutOfMemory;
+}
+
+double CBxDeepRun::Evidence(double agreement) const {
+    const auto decodings = static_cast<double>(m_ulAllDecodings.load(std::memory_order_relaxed));
+    return -BX_ChanceOfAgreement(agreement) - std::log2(std::max(1.0, decodings));
+}
+
+double CBxDeepRun::Try(const SBxGridTrial& trial, const SBxTone& tone, const float* means, EBxDeepStage stage) {
+    float soft[kCellCount];
+    BX_SoftValues(soft, means, tone);
+    return TrySoft(trial, tone, soft, stage, true);
+}
+
+double CBxDeepRun::TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, EBxDeepStage stage,
+                           bool mayRefine) {
+    m_ulDecodings.fetch_add(1, std::memory_order_relaxed);
+    m_ulAllDecodings.fetch_add(1, std::memory_order_relaxed);
+    const SBxSoftReading reading = BX_DecodeSoft(soft, kHintAgreement);
+    if (reading.m_szText[0] == 0 || reading.m_dAgreement < kHintAgreement ||
+        BX_ShareOfEqualNeighbours(soft) > kMostEqualNeighbours) {
+        return 0.0;
+    }
+    if (Evidence(reading.m_dAgreement) >= kEvidenceBits) {
+        KeepReading(trial, tone, reading, stage);
+    }
+    KeepHint(trial, tone, soft, reading.m_dAgreement);
+    if (mayRefine && reading.m_dAgreement >= kWorthMoving && !BX_IsCertain(reading)) {
+        SBxGridTrial moved = trial;
+        float movedSoft[kCellCount];
+        MoveUphill(moved, movedSoft, tone, reading.m_szText);
+        m_ulAllDecodings.fetch_add(2 * kMoves * kMoveRounds, std::memory_order_relaxed);
+        return std::max(reading.m_dAgreement, TrySoft(moved, tone, movedSoft, stage, false));
+    }
+    return reading.m_dAgreement;
+}
+
+// The list stays sorted. Of grids that nearly coincide the better one stays.
+void CBxDeepRun::KeepHint(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, double agreement) {
+    pthread_mutex_lock(&m_Mutex);
+    const CBxPoint<double> centre = trial.pose.PointAt(kGridSide / 2, kGridSide / 2);
+    const double cell = std::hypot(trial.pose.along.x, trial.pose.along.y);
+    int same = -1;
+    for (int i = 0; i < m_iHints; ++i) {
+        const CBxPoint<double> other = m_Hints[i].trial.pose.PointAt(kGridSide / 2, kGridSide / 2);
+        const double otherCell = std::hypot(m_Hints[i].trial.pose.along.x, m_Hints[i].trial.pose.along.y);
+        if (std::hypot(centre.x - other.x, centre.y - other.y) < cell && std::fabs(cell - otherCell) < 0.1 * cell) {
+            same = i;
+            break;
+        }
+    }
+    int place = same >= 0 ? same : m_iHints < kMostHints ? m_iHints : kMostHints - 1;
+    const bool isBetter = place == m_iHints || agreement > m_Hints[place].agreement;
+    if (isBetter) {
+        m_iHints = std::max(m_iHints, place + 1);
+        while (place > 0 && m_Hints[place - 1].agreement < agreement) {
+            m_Hints[place] = m_Hints[place - 1];
+            --place;
+        }
+        m_Hints[place].trial = trial;
+        m_Hints[place].tone = tone;
+        m_Hints[place].agreement = agreement;
+        std::memcpy(m_Hints[place].soft, soft, sizeof m_Hints[place].soft);
+    }
+    pthread_mutex_unlock(&m_Mutex);
+}
+
+void CBxDeepRun::KeepReading(const SBxGridTrial& trial, const SBxTone& tone, const SBxSoftReading& reading,
+                             EBxDeepStage stage) {
+    const bool isCertain = BX_IsCertain(reading);
+    pthread_mutex_lock(&m_Mutex);
+    if (!m_bHasReading || (isCertain && !m_Finding.m_bCertain) ||
+        (isCertain == m_Finding.m_bCertain && reading.m_dAgreement > m_Finding.m_Reading.m_dAgreement)) {
+        m_bHasReading = true;
+        m_Finding = {reading,          isCertain,
+                     stage,            trial.pose,
+                     tone,             trial.scale,
+                     trial.turned + 90.0 * trial.orientation.QuarterTurns(), trial.orientation.Mirrored()};
+    }
+    pthread_mutex_unlock(&m_Mutex);
+    if (isCertain) {
+        m_bCertain.store(true, std::memory_order_relaxed);
+    }
+}
+
+double CBxDeepRun::MoveUphill(SBxGridTrial& trial, float* soft, const SBxTone& tone, const char* text) const {
+    int cells[kCellCount];
+    BX_EncodeSign(cells, text);
+    float means[kCellCount];
+    const auto agreement = [&](const SBxGridPose& pose, float* values) {
+        m_Sums.Means(means, pose, trial.blur);
+        BX_SoftValues(values, means, tone);
+        return BX_AgreementOfCells(values, cells);
+    };
+    double best = agreement(trial.pose, soft);
+    float movedSoft[kCellCount];
+    const double cell = std::hypot(trial.pose.along.x, trial.pose.along.y);
+    double step = std::max(kFirstMove * trial.scale / cell, trial.turned != 0.0 ? kFirstMoveOfTurned : 0.0);
+    for (int round = 0; round < kMoveRounds; ++round, step *= 0.5) {
+        for (int move = 0; move < 2 * kMoves; ++move) {
+            const SBxGridPose candidate = MovedPose(trial.pose, move / 2, move % 2 == 0 ? step : -step);
+            const double reached = agreement(candidate, movedSoft);
+            if (reached > best) {
+                best = reached;
+                trial.pose = candidate;
+                std::memcpy(soft, movedSoft, sizeof movedSoft);
+            }
+        }
+    }
+    return best;
+}

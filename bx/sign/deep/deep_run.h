@@ -1,0 +1,98 @@
+// What the stages of one deep search share.
+#pragma once
+
+#include <pthread.h>
+
+#include <atomic>
+
+#include "blue_sums.h"
+#include "deep_search.h"
+#include "grid_pool.h"
+
+// A grid to be read, and how it came about.
+struct SBxGridTrial {
+    SBxGridPose pose;
+    double blur;   // for CBxBlueSums
+    double scale;  // of the picture against the one that was signed, as far as it is known
+    double turned;
+    SBxGridOrientation orientation;
+};
+
+// The trial of an upright pair of corners.
+SBxGridTrial BX_TrialOfPair(const SBxCornerPair& pair, double degrees = 0.0);
+// How blurred the cells of a picture scaled by this are.
+double BX_BlurOfScale(double scale);
+
+class CBxDeepRun {
+public:
+    CBxDeepRun(SBxSignRun& run, const SBxPicBuf& picture, CBxCornerArchive& archive, unsigned int threads)
+        : m_Run(run), m_Picture(picture), m_Archive(archive), m_uiThreads(threads) {}
+    ~CBxDeepRun() { pthread_mutex_destroy(&m_Mutex); }
+    CBxDeepRun(const CBxDeepRun&) = delete;
+    CBxDeepRun& operator=(const CBxDeepRun&) = delete;
+
+    // Adds the corners of zooms that the ordinary search does not look at, collects the pairs and makes the sums. 0, 1
+    // when aborted, 6.
+    unsigned char Prepare(SBxDeepCosts& costs);
+
+    SBxSignRun& m_Run;
+    const SBxPicBuf& m_Picture;
+    CBxCornerArchive& m_Archive;
+    const unsigned int m_uiThreads;
+    CBxBlueSums m_Sums;
+    CBxGridPool m_Pool;
+
+    // True when nothing more is to be done: aborted, or a certain reading stands.
+    bool Ended() const {
+        return m_Run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0 || m_bCertain.load(std::memory_order_relaxed);
+    }
+
+    // Decodes one interpretation and keeps what is worth it. Any thread. Returns the agreement, 0 below notice.
+    double Try(const SBxGridTrial& trial, const SBxTone& tone, const float* means, EBxDeepStage stage);
+    // Decodes soft values that are not of one grid.
+    double TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, EBxDeepStage stage,
+                   bool mayRefine);
+
+    // Readings too weak to stand alone, best first, one for each place.
+    static constexpr int kMostHints = 24;
+    struct SHint {
+        SBxGridTrial trial;
+        SBxTone tone;
+        double agreement;
+        float soft[kCellCount];
+    };
+    int HintCount() const { return m_iHints; }
+    const SHint& Hint(int index) const { return m_Hints[index]; }
+
+    bool HasReading() const { return m_bHasReading; }
+    const SBxDeepFinding& Finding() const { return m_Finding; }
+
+    // Counters of the stage that runs.
+    std::atomic<unsigned long> m_ulGrids{0};
+    std::atomic<unsigned long> m_ulDecodings{0};
+
+private:
+    double Evidence(double agreement) const;
+    // Moves a grid to where its cells agree best with a text, and writes its soft values there.
+    double MoveUphill(SBxGridTrial& trial, float* soft, const SBxTone& tone, const char* text) const;
+    void KeepHint(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, double agreement);
+    void KeepReading(const SBxGridTrial& trial, const SBxTone& tone, const SBxSoftReading& reading, EBxDeepStage stage);
+    bool AddCorners(const SBxPicBuf& picture, double zoom, double split, CBxCornerArchive& archive);
+
+    pthread_mutex_t m_Mutex = PTHREAD_MUTEX_INITIALIZER;  // guards the rest
+    std::atomic<bool> m_bCertain{false};
+    std::atomic<unsigned long> m_ulAllDecodings{0};
+    bool m_bHasReading = false;
+    SBxDeepFinding m_Finding;
+    int m_iHints = 0;
+    SHint m_Hints[kMostHints];
+};
+
+// The stages; each returns 0, or 6 without memory.
+unsigned char BX_SearchPairs(CBxDeepRun& run);
+unsigned char BX_SearchTones(CBxDeepRun& run);
+unsigned char BX_SearchTurned(CBxDeepRun& run);
+unsigned char BX_SearchOrientations(CBxDeepRun& run);
+unsigned char BX_SearchCut(CBxDeepRun& run);
+unsigned char BX_SearchJoined(CBxDeepRun& run);
+unsigned char BX_SearchBentTones(CBxDeepRun& run);

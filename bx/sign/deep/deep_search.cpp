@@ -1,0 +1,33 @@
+#include "deep_search.h"
+
+#include <chrono>
+#include <new>
+
+#include "deep_run.h"
+#include "result.h"
+
+unsigned char BX_SearchDeep(SBxSignRun& run, const SBxPicBuf& picture, CBxCornerArchive& archive, unsigned int threads,
+                            SBxDeepFinding& finding, SBxDeepCosts* costs) {
+    SBxDeepCosts ownCosts;
+    SBxDeepCosts& cost = costs != nullptr ? *costs : ownCosts;
+    const auto start = std::chrono::steady_clock::now();
+    auto last = start;
+    const auto lap = [&last] {
+        const auto now = std::chrono::steady_clock::now();
+        const double seconds = std::chrono::duration<double>(now - last).count();
+        last = now;
+        return seconds;
+    };
+    CBxDeepRun* deep = new (std::nothrow) CBxDeepRun(run, picture, archive, threads);
+    if (deep == nullptr) return kBxOutOfMemory;
+    unsigned char r = deep->Prepare(cost);
+    cost.m_dCorners = lap();
+    if (r == 0) r = BX_SearchPairs(*deep);
+    cost.m_Stages[0] = {deep->m_ulGrids.exchange(0), deep->m_ulDecodings.exchange(0), lap()};
+    if (r == 0) r = BX_SearchJoined(*deep);
+    cost.m_Stages[5] = {deep->m_ulGrids.exchange(0), deep->m_ulDecodings.exchange(0), lap()};
+    if (r == 0) { if (deep->HasReading()) finding = deep->Finding(); else r = 1; 
+      if (deep->HintCount()) { if(r) finding.m_Reading.m_dAgreement = deep->Hint(0).agreement; } }
+    delete deep;
+    return r;
+}

@@ -1,0 +1,58 @@
+#include "grid_pose.h"
+
+#include <cmath>
+#include <utility>
+
+namespace {
+
+constexpr double kPi = 3.141592653589793;
+
+}  // namespace
+
+// A quarter turn counter-clockwise moves the left end of the top row to the bottom left, its rows running upwards.
+int SBxGridOrientation::QuarterTurns() const {
+    if (Mirrored()) {
+        // Rows of a mirrored picture run to the left; each quarter turn takes them on: down, right, up.
+        return !transposes ? (reversesX ? 0 : 2) : (reversesY ? 3 : 1);
+    }
+    return !transposes ? (reversesX ? 2 : 0) : (reversesY ? 1 : 3);
+}
+
+SBxGridPose BX_PoseOfDiagonal(const CBxPoint<double>& p, const CBxPoint<double>& q, double degrees) {
+    const double angle = degrees / 180.0 * kPi;
+    const double cosine = std::cos(angle);
+    const double sine = std::sin(angle);
+    // The diagonal, in the carrier's own upright frame.
+    const double dx = q.x - p.x;
+    const double dy = q.y - p.y;
+    double width = cosine * dx + sine * dy;
+    double height = -sine * dx + cosine * dy;
+    CBxPoint<double> origin = p;
+    if (width < 0.0) {
+        origin = {origin.x + width * cosine, origin.y + width * sine};
+        width = -width;
+    }
+    if (height < 0.0) {
+        origin = {origin.x - height * sine, origin.y + height * cosine};
+        height = -height;
+    }
+    const double column = width / kGridSide;
+    const double row = height / kGridSide;
+    return {origin, {column * cosine, column * sine}, {-row * sine, row * cosine}};
+}
+
+SBxGridPose BX_Reorient(const SBxGridPose& pose, const SBxGridOrientation& orientation) {
+    SBxGridPose result = pose;
+    if (orientation.reversesX) {
+        result.origin = result.PointAt(kGridSide, 0.0);
+        result.along = {-result.along.x, -result.along.y};
+    }
+    if (orientation.reversesY) {
+        result.origin = result.PointAt(0.0, kGridSide);
+        result.down = {-result.down.x, -result.down.y};
+    }
+    if (orientation.transposes) {
+        std::swap(result.along, result.down);
+    }
+    return result;
+}

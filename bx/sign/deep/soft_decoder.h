@@ -1,0 +1,39 @@
+// Reads a sign from cells that say how sure they are.
+//
+// The 256 cell bits are a linear code of the 60 text bits: 16 words of the BCH(15,7) code, whose 112 data bits are 48
+// check bits, the text and four zeros, and 13 cells that are always 0. The ordinary search corrects two bits of a word
+// and wants all check bits right; here all of the code works at once, on soft values:
+//
+//   1. Messages go back and forth between the words (all 128 of each are weighed) and the 48 check equations, until each
+//      data bit has gathered what the others know of it (belief propagation with maxima instead of sums).
+//   2. The 60 surest independent data bits determine a text. It, and every text that comes of turning over one or two
+//      of the 60, is encoded and compared with the cells (ordered-statistics decoding of order two).
+//   3. The text that agrees best is the reading.
+//
+// How sure a reading is does not depend on how it was found: with c the +1 and -1 of a text's cells and s the soft
+// values, t = sum(c s) / sqrt(sum(s s)). For fixed sizes of s and fair, independent signs, a given text reaches t with a
+// probability of at most exp(-t t / 2) (Hoeffding), and any of the 2^60 texts with at most 2^60 times that.
+#pragma once
+
+#include "sign_format.h"
+
+struct SBxSoftReading {
+    char m_szText[kTextCodes + 1] = {};  // empty when no text that can be a sign was among the best
+    double m_dAgreement = 0.0;           // t; 16 when all cells are sure and right
+    double m_dGap = 0.0;                 // how much more than the runner-up's
+};
+
+// What a wrong text must have been to be taken for a reading: the bound above, as the exponent of 2, for one decoding.
+double BX_ChanceOfAgreement(double agreement);
+
+// `soft` holds 256 values from -1 (surely 1) to 1 (surely 0); 0 for a cell that says nothing. Decodings that cannot
+// reach `leastAgreement` may end early, with an empty text.
+SBxSoftReading BX_DecodeSoft(const float* soft, double leastAgreement);
+
+// The agreement of one text with the cells.
+double BX_AgreementOfText(const float* soft, const char* text);
+// The same for the 256 cell bits of a text.
+double BX_AgreementOfCells(const float* soft, const int* cells);
+
+// How often neighbouring cells carry the same value, 0 .. 1. Texts have about a half; calm ground has much more.
+double BX_ShareOfEqualNeighbours(const float* soft);
