@@ -5,6 +5,7 @@
 #pragma once
 
 #include "kernel_cells.h"
+#include "kernel_ellipses.h"
 #include "kernel_resampling.h"
 #include "kernels.h"
 
@@ -264,6 +265,7 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.SurfaceMaximum = SurfaceMaximum;
     kernels.PrefixSums4 = PrefixSums4;
     kernels.AddEllipseLine = AddEllipseLine;
+    kernels.SumEllipses = SumEllipses;
     return kernels;
 }
 

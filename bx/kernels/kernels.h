@@ -28,6 +28,24 @@ struct SBxEllipseLine {
     double rimRight;
 };
 
+// Sixteen ellipses of one shape on a plane that is given by the sums along its rows: sums[y * pitch + x] is the sum of
+// the pixels of row y in front of x, for x from 0 to width + 1 (the last two are the same). At the height h above or
+// below its centre an ellipse reaches from the centre + shear * h by reach * sqrt(1 - (h / top)^2) to both sides.
+struct SBxEllipses {
+    static constexpr int kColumns = 16;
+    const unsigned int* sums;
+    int width;
+    int height;
+    int pitch;
+    int rows;  // to look at, from firstRows on
+    float inverseTop;
+    float shear;
+    float reach;
+    int firstRows[kColumns];  // may lie outside the plane
+    float centresX[kColumns];
+    float centresY[kColumns];
+};
+
 struct SBxKernels {
     const char* m_szName;
 
@@ -82,6 +100,8 @@ struct SBxKernels {
     // inner part whole, the rim inside the ellipse. Cells whose bounds lie too close to a sample, or whose ellipse does
     // not meet their inner part, are left out and get undecided[i] = 1, others 0. Returns whether any was left out.
     bool (*AddEllipseLine)(const SBxEllipseLine& line, double* sums, double* weights, unsigned char* undecided);
+    // sums[i] = what lies inside ellipse i, areas[i] = how many pixels of the plane that is; parts of pixels count.
+    void (*SumEllipses)(const SBxEllipses& cells, float* sums, float* areas);
 };
 
 // The loops in the form in use.

@@ -4,43 +4,61 @@
 #include <cmath>
 #include <limits>
 
+#include "kernels.h"
+
 namespace {
 
-constexpr double kMostRows = 26.0;       // of an ellipse, before the next smaller plane is taken
-constexpr int kSmallestPlaneSide = 16;   // pixels; planes are not reduced further
-constexpr double kSmallestEdge = 0.12;   // pixels of a plane; a narrower edge counts as sharp
-constexpr float kLeastShare = 0.75f;     // of a cell that must be seen
+constexpr double kPi = 3.141592653589793;
+constexpr double kMostRows = 26.0;            // of an ellipse, before the next smaller plane is taken
+constexpr double kSmallestReducedAxis = 10.0;  // pixels; thinner ellipses are not read from smaller planes
+constexpr int kSmallestPlaneSide = 16;        // pixels; planes are not reduced further
+constexpr double kSmallestEdge = 0.06;        // of an axis; a narrower edge counts as sharp
+constexpr double kWidestEdge = 0.6;
+constexpr double kLeastShare = 0.75;  // of a cell that must be seen
+constexpr double kFarAway = 1e6;      // pixels outside any picture
+
+int CountNumbers(const float* means, int count) {
+    return static_cast<int>(std::count_if(means, means + count, [](float mean) { return mean == mean; }));
+}
 
 }  // namespace
 
-// The ellipse of a cell, in pixels of a plane. The rows of { centre + M w, |w| <= 1 } follow from S = M M^T: the row at
-// height y is centred at shear * y and reaches reach * sqrt(1 - (y / top)^2) to either side.
+// The ellipse of a cell, in pixels of a plane: with S = M M^T of the points { centre + M w, |w| <= 1 }, its top is
+// sqrt(Syy), its shear Sxy / Syy and its reach sqrt(Sxx - Sxy^2 / Syy).
 struct CBxBlueSums::SEllipseShape {
-    float top;
-    float shear;
-    float reach;
-    float scale;    // of the whole shape, in pairs of shapes with a soft edge
-    float toLevel;  // one sum to one mean
+    double top;
+    double shear;
+    double reach;
+    double smallerAxis;
+
+    SEllipseShape Scaled(double factor) const {
+        return {top * factor, shear, reach * factor, smallerAxis * factor};
+    }
 };
 
-bool CBxBlueSums::MakeFirstLevel(const SBxPicBuf& picture) {
+// `sample` gives the whole number at (x, y).
+template <typename Sample>
+bool CBxBlueSums::MakeFirstLevel(int width, int height, Sample sample) {
+    m_iWidth = width;
+    m_iHeight = height;
+    m_iLevels = 0;
     SLevel& level = m_Levels[0];
-    level.width = picture.m_iWidth;
-    level.height = picture.m_iHeight;
-    level.pitch = level.width + 2;
-    if (!level.sums.Allocate(static_cast<std::size_t>(level.pitch) * level.height)) {
+    level.width = width;
+    level.height = height;
+    level.pitch = width + 2;
+    if (width < 1 || height < 1 || !level.sums.Allocate(static_cast<std::size_t>(level.pitch) * height)) {
         return false;
     }
-    for (int y = 0; y < level.height; ++y) {
-        const auto* row = BX_PicRow<unsigned char>(picture, y);
+    for (int y = 0; y < height; ++y) {
         std::uint32_t* sums = level.sums.Data() + static_cast<std::ptrdiff_t>(y) * level.pitch;
         std::uint32_t sum = 0;
-        for (int x = 0; x < level.width; ++x) {
+        for (int x = 0; x < width; ++x) {
             sums[x] = sum;
-            sum += row[3 * x];
+            sum += sample(x, y);
         }
-        sums[level.width] = sums[level.width + 1] = sum;
+        sums[width] = sums[width + 1] = sum;
     }
+    m_iLevels = 1;
     return true;
 }
 
@@ -66,14 +84,7 @@ bool CBxBlueSums::MakeLevel(int index) {
     return true;
 }
 
-bool CBxBlueSums::Prepare(const SBxPicBuf& picture) {
-    m_iWidth = picture.m_iWidth;
-    m_iHeight = picture.m_iHeight;
-    m_iLevels = 0;
-    if (m_iWidth < 1 || m_iHeight < 1 || !MakeFirstLevel(picture)) {
-        return false;
-    }
-    m_iLevels = 1;
+bool CBxBlueSums::MakeFurtherLevels() {
     while (m_iLevels < kMostLevels && m_Levels[m_iLevels - 1].width >= 2 * kSmallestPlaneSide &&
            m_Levels[m_iLevels - 1].height >= 2 * kSmallestPlaneSide) {
         if (!MakeLevel(m_iLevels)) {
@@ -84,99 +95,122 @@ bool CBxBlueSums::Prepare(const SBxPicBuf& picture) {
     return true;
 }
 
-float CBxBlueSums::MeanOfEllipse(const SLevel& level, const SEllipseShape& shape, double centreX, double centreY) {
-    const float top = shape.top * shape.scale;
-    const float reach = shape.reach * shape.scale;
-    const float inverseTop = 1.0f / top;
-    const int wantedFirst = static_cast<int>(std::ceil(centreY - top - 0.5));
-    const int wantedEnd = static_cast<int>(std::floor(centreY + top - 0.5)) + 1;
-    const int first = std::max(0, wantedFirst);
-    const int end = std::min(level.height, wantedEnd);
-    const auto rightEdge = static_cast<float>(level.width);
-    float area = 0.0f;
-    float wanted = 0.0f;
-    float sum = 0.0f;
-    for (int y = first; y < end; ++y) {
-        const auto height = static_cast<float>(y + 0.5 - centreY);
-        const float ratio = height * inverseTop;
-        const float square = std::max(0.0f, 1.0f - ratio * ratio);
-        const float half = reach * std::sqrt(square);
-        const float middle = static_cast<float>(centreX) + shape.shear * height;
-        const float left = std::clamp(middle - half, 0.0f, rightEdge);
-        const float right = std::clamp(middle + half, 0.0f, rightEdge);
-        const std::uint32_t* sums = level.sums.Data() + static_cast<std::ptrdiff_t>(y) * level.pitch;
-        const int leftPixel = static_cast<int>(left);
-        const int rightPixel = static_cast<int>(right);
-        const float whole = static_cast<float>(sums[rightPixel] - sums[leftPixel]);
-        const float leftPart =
-            (left - static_cast<float>(leftPixel)) * static_cast<float>(sums[leftPixel + 1] - sums[leftPixel]);
-        const float rightPart =
-            (right - static_cast<float>(rightPixel)) * static_cast<float>(sums[rightPixel + 1] - sums[rightPixel]);
-        sum += whole + rightPart - leftPart;
-        area += right - left;
-        wanted += 2.0f * half;
-    }
-    // Rows beyond the picture are wanted too; what they would hold is about their share of the height.
-    if (first > wantedFirst || end < wantedEnd) {
-        wanted = 3.14159265f * top * reach;
-    }
-    return area >= kLeastShare * wanted && area > 0.0f ? sum / area * shape.toLevel
-                                                       : std::numeric_limits<float>::quiet_NaN();
+bool CBxBlueSums::Prepare(const SBxPicBuf& picture) {
+    return MakeFirstLevel(picture.m_iWidth, picture.m_iHeight,
+                          [&picture](int x, int y) -> std::uint32_t {
+                              return BX_PicRow<unsigned char>(picture, y)[3 * x];
+                          }) &&
+           MakeFurtherLevels();
 }
 
-int CBxBlueSums::MeansOf(float* means, const int* cells, int count, const SBxGridPose& pose, double blur) const {
-    // M M^T of the cell's ellipse in picture pixels.
-    const double ax = kEllipseShare * pose.along.x;
-    const double ay = kEllipseShare * pose.along.y;
-    const double bx = kEllipseShare * pose.down.x;
-    const double by = kEllipseShare * pose.down.y;
+bool CBxBlueSums::Prepare(const std::uint16_t* plane, int width, int height) {
+    return MakeFirstLevel(width, height,
+                          [plane, width](int x, int y) -> std::uint32_t {
+                              return plane[static_cast<std::ptrdiff_t>(y) * width + x];
+                          }) &&
+           MakeFurtherLevels();
+}
+
+// The means of one row of cells under one ellipse; NaN where too little of it is seen.
+void CBxBlueSums::MeansOfRow(float* means, const SLevel& level, const SEllipseShape& shape, double scale,
+                             const SBxGridPose& pose, int gridRow) {
+    if (!(shape.top > 0.0) || !(shape.reach > 0.0)) {
+        std::fill(means, means + kGridSide, std::numeric_limits<float>::quiet_NaN());
+        return;
+    }
+    const double top = shape.top;
+    SBxEllipses cells;
+    cells.sums = level.sums.Data();
+    cells.width = level.width;
+    cells.height = level.height;
+    cells.pitch = level.pitch;
+    cells.rows = static_cast<int>(2.0 * top) + 1;
+    cells.inverseTop = static_cast<float>(1.0 / top);
+    cells.shear = static_cast<float>(shape.shear);
+    cells.reach = static_cast<float>(shape.reach);
+    for (int column = 0; column < kGridSide; ++column) {
+        const CBxPoint<double> centre = pose.PointAt(column + 0.5, gridRow + 0.5);
+        const double x = std::clamp(centre.x * scale, -kFarAway, kFarAway);
+        const double y = std::clamp(centre.y * scale, -kFarAway, kFarAway);
+        cells.firstRows[column] = static_cast<int>(std::ceil(y - top - 0.5));
+        cells.centresX[column] = static_cast<float>(x);
+        cells.centresY[column] = static_cast<float>(y);
+    }
+    float sums[kGridSide];
+    float areas[kGridSide];
+    BX_Kernels().SumEllipses(cells, sums, areas);
+    const auto least = static_cast<float>(kLeastShare * kPi * top * shape.reach);
+    const auto toLevel = static_cast<float>(scale * scale);
+    for (int column = 0; column < kGridSide; ++column) {
+        means[column] = areas[column] >= least ? sums[column] / areas[column] * toLevel
+                                               : std::numeric_limits<float>::quiet_NaN();
+    }
+}
+
+// M M^T of the cells' ellipses, with semi-axes of `share` cells, in pixels of the picture.
+CBxBlueSums::SEllipseShape CBxBlueSums::ShapeOf(const SBxGridPose& pose, double share) {
+    const double ax = share * pose.along.x;
+    const double ay = share * pose.along.y;
+    const double bx = share * pose.down.x;
+    const double by = share * pose.down.y;
     const double xx = ax * ax + bx * bx;
     const double xy = ax * ay + bx * by;
     const double yy = ay * ay + by * by;
+    if (!(yy > 0.0)) {
+        return {0.0, 0.0, 0.0, 0.0};
+    }
+    return {std::sqrt(yy), xy / yy, std::sqrt(std::max(0.0, xx - xy * xy / yy)),
+            std::min(std::hypot(ax, ay), std::hypot(bx, by))};
+}
+
+int CBxBlueSums::ChooseLevel(double& scale, const SEllipseShape& shape, double mostRows) const {
     int index = 0;
-    double scale = 1.0;
-    const double fullHeight = 2.0 * std::sqrt(yy);
-    const double smallerAxis = std::min(std::hypot(ax, ay), std::hypot(bx, by));
-    while (index + 1 < m_iLevels && fullHeight * scale > kMostRows && smallerAxis * scale > 10.0) {
+    scale = 1.0;
+    while (index + 1 < m_iLevels && 2.0 * shape.top * scale > mostRows &&
+           shape.smallerAxis * scale > kSmallestReducedAxis * mostRows / kMostRows) {
         ++index;
         scale *= 0.5;
     }
-    const SLevel& level = m_Levels[index];
-    const double top = std::sqrt(yy) * scale;
-    const double reach = std::sqrt(std::max(1e-12, xx - xy * xy / yy)) * scale;
-    const auto toLevel = static_cast<float>(scale * scale);
-    const double edge = blur * scale;
-    const double radius = smallerAxis * scale;
-    const bool isSoft = edge > kSmallestEdge && radius > 2.0 * edge;
-    const auto grow = static_cast<float>(isSoft ? edge / radius : 0.0);
-    SEllipseShape shape{static_cast<float>(top), static_cast<float>(xy / yy), static_cast<float>(reach), 1.0f, toLevel};
-    int seen = 0;
-    for (int i = 0; i < count; ++i) {
-        const CBxPoint<double> centre = pose.CentreOfCell(cells[i]);
-        const double x = centre.x * scale;
-        const double y = centre.y * scale;
-        if (isSoft) {
-            // The mean under a blurred ellipse lies between those under a larger and a smaller one, by their areas.
-            const float large = 1.0f + grow;
-            const float small = 1.0f - grow;
-            shape.scale = large;
-            const float outer = MeanOfEllipse(level, shape, x, y);
-            shape.scale = small;
-            const float inner = MeanOfEllipse(level, shape, x, y);
-            means[i] = (large * large * outer + small * small * inner) / (large * large + small * small);
-        } else {
-            shape.scale = 1.0f;
-            means[i] = MeanOfEllipse(level, shape, x, y);
-        }
-        seen += means[i] == means[i] ? 1 : 0;
+    return index;
+}
+
+int CBxBlueSums::MeansOfShare(float* means, const SBxGridPose& pose, double share, double mostRows,
+                              bool sampled) const {
+    const SEllipseShape shape = ShapeOf(pose, share);
+    double scale = 1.0;
+    const SLevel& level = m_Levels[ChooseLevel(scale, shape, mostRows)];
+    const int count = sampled ? kSampledCells : kCellCount;
+    for (int first = 0; first < count; first += kGridSide) {
+        const int row = sampled ? CellOfSample(first) / kGridSide : first / kGridSide;
+        MeansOfRow(means + first, level, shape.Scaled(scale), scale, pose, row);
     }
-    return seen;
+    return CountNumbers(means, count);
+}
+
+int CBxBlueSums::SampledMeans(float* means, const SBxGridPose& pose) const {
+    return MeansOfShare(means, pose, kEllipseShare, kMostRows, true);
 }
 
 int CBxBlueSums::Means(float* means, const SBxGridPose& pose, double blur) const {
-    int cells[kCellCount];
-    for (int cell = 0; cell < kCellCount; ++cell) {
-        cells[cell] = cell;
+    const SEllipseShape shape = ShapeOf(pose, kEllipseShare);
+    const double grow = shape.smallerAxis > 0.0 ? blur / shape.smallerAxis : 0.0;
+    if (!(grow > kSmallestEdge && grow < kWidestEdge)) {
+        return MeansOfShare(means, pose, kEllipseShare, kMostRows, false);
     }
-    return MeansOf(means, cells, kCellCount, pose, blur);
+    // The mean under a blurred ellipse lies between those under a larger and a smaller one, by their areas.
+    double scale = 1.0;
+    const SLevel& level = m_Levels[ChooseLevel(scale, shape, kMostRows)];
+    const double large = 1.0 + grow;
+    const double small = 1.0 - grow;
+    const auto shareOfInner = static_cast<float>(small * small / (large * large + small * small));
+    for (int row = 0; row < kGridSide; ++row) {
+        float* outer = means + row * kGridSide;
+        float inner[kGridSide];
+        MeansOfRow(outer, level, shape.Scaled(scale * large), scale, pose, row);
+        MeansOfRow(inner, level, shape.Scaled(scale * small), scale, pose, row);
+        for (int column = 0; column < kGridSide; ++column) {
+            outer[column] += shareOfInner * (inner[column] - outer[column]);
+        }
+    }
+    return CountNumbers(means, kCellCount);
 }

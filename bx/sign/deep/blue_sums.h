@@ -19,6 +19,8 @@ class CBxBlueSums {
 public:
     // From a 3_8 picture, which it does not refer to afterwards. False without memory and for an empty picture.
     [[nodiscard]] bool Prepare(const SBxPicBuf& picture);
+    // The same for any plane of whole numbers, width * height of them.
+    [[nodiscard]] bool Prepare(const std::uint16_t* plane, int width, int height);
 
     int Width() const { return m_iWidth; }
     int Height() const { return m_iHeight; }
@@ -28,10 +30,20 @@ public:
     // get an edge of that width. Returns how many are numbers.
     int Means(float* means, const SBxGridPose& pose, double blur) const;
 
-    // The same for some of the cells: means[i] belongs to cells[i].
-    int MeansOf(float* means, const int* cells, int count, const SBxGridPose& pose, double blur) const;
+    // Of every fourth row of cells only, without a soft edge: 64 means. Enough to tell most wrong grids.
+    static constexpr int kSampledCells = 64;
+    int SampledMeans(float* means, const SBxGridPose& pose) const;
+
+    // The same for ellipses with semi-axes of `share` cells, on the plane in which they are at most `mostRows` high: of
+    // all cells, or (`sampled`) of every fourth row of them.
+    int MeansOfShare(float* means, const SBxGridPose& pose, double share, double mostRows, bool sampled) const;
+
+    // The cell that means[index] belongs to.
+    static int CellOfSample(int index) { return (kFirstSampledRow + index / kGridSide * kSampledRowStep) * kGridSide + index % kGridSide; }
 
 private:
+    static constexpr int kFirstSampledRow = 1;
+    static constexpr int kSampledRowStep = 4;
     static constexpr int kMostLevels = 8;
 
     // A plane reduced by 2^level: sums[y * pitch + x] = the pixels of row y in front of x, each the sum of the
@@ -44,9 +56,15 @@ private:
     };
     struct SEllipseShape;
 
-    bool MakeFirstLevel(const SBxPicBuf& picture);
+    template <typename Sample>
+    bool MakeFirstLevel(int width, int height, Sample sample);
     bool MakeLevel(int index);
-    static float MeanOfEllipse(const SLevel& level, const SEllipseShape& shape, double centreX, double centreY);
+    bool MakeFurtherLevels();
+    // Which plane suits ellipses of a shape in pixels of the picture; `scale` receives its pixels a picture pixel.
+    int ChooseLevel(double& scale, const SEllipseShape& shape, double mostRows) const;
+    static SEllipseShape ShapeOf(const SBxGridPose& pose, double share);
+    static void MeansOfRow(float* means, const SLevel& level, const SEllipseShape& shape, double scale,
+                           const SBxGridPose& pose, int gridRow);
 
     int m_iWidth = 0;
     int m_iHeight = 0;

@@ -65,6 +65,11 @@ SBxGridTrial BX_TrialOfPair(const SBxCornerPair& pair, double degrees) {
             degrees, BX_GridOrientation(0)};
 }
 
+SBxGridTrial CBxDeepRun::TrialOfWholePicture(double scale) const {
+    const CBxRect<double> whole{0.0, 0.0, static_cast<double>(m_Sums.Width()), static_cast<double>(m_Sums.Height())};
+    return {BX_PoseOfRectangle(whole), BX_BlurOfScale(scale), scale, 0.0, BX_GridOrientation(0)};
+}
+
 bool CBxDeepRun::AddCorners(const SBxPicBuf& picture, double zoom, double /*split*/, CBxCornerArchive& archive) {
     CBxSearchPicture shared;
     CBxColumnWeights columns;
@@ -110,6 +115,16 @@ double CBxDeepRun::Try(const SBxGridTrial& trial, const SBxTone& tone, const flo
     return TrySoft(trial, tone, soft, stage, true);
 }
 
+void CBxDeepRun::TryWithComb(const SBxGridTrial& trial, const float* means, EBxDeepStage stage) {
+    Try(trial, BX_ToneOfMeans(means), means, stage);
+    SBxTone tone;
+    if (BX_FindComb(tone, means) > 0.0f) {
+        Try(trial, tone, means, stage);
+        tone.offset += kPeriod / 2 * tone.gain;
+        Try(trial, tone, means, stage);
+    }
+}
+
 double CBxDeepRun::TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, EBxDeepStage stage,
                            bool mayRefine) {
     m_ulDecodings.fetch_add(1, std::memory_order_relaxed);
@@ -122,7 +137,7 @@ double CBxDeepRun::TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const
     if (Evidence(reading.m_dAgreement) >= kEvidenceBits) {
         KeepReading(trial, tone, reading, stage);
     }
-    KeepHint(trial, tone, soft, reading.m_dAgreement);
+    KeepHint(trial, tone, soft, reading);
     if (mayRefine && reading.m_dAgreement >= kWorthMoving && !BX_IsCertain(reading)) {
         SBxGridTrial moved = trial;
         float movedSoft[kCellCount];
@@ -134,7 +149,9 @@ double CBxDeepRun::TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const
 }
 
 // The list stays sorted. Of grids that nearly coincide the better one stays.
-void CBxDeepRun::KeepHint(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, double agreement) {
+void CBxDeepRun::KeepHint(const SBxGridTrial& trial, const SBxTone& tone, const float* soft,
+                          const SBxSoftReading& reading) {
+    const double agreement = reading.m_dAgreement;
     pthread_mutex_lock(&m_Mutex);
     const CBxPoint<double> centre = trial.pose.PointAt(kGridSide / 2, kGridSide / 2);
     const double cell = std::hypot(trial.pose.along.x, trial.pose.along.y);
@@ -158,6 +175,7 @@ void CBxDeepRun::KeepHint(const SBxGridTrial& trial, const SBxTone& tone, const 
         m_Hints[place].trial = trial;
         m_Hints[place].tone = tone;
         m_Hints[place].agreement = agreement;
+        std::memcpy(m_Hints[place].text, reading.m_szText, sizeof reading.m_szText);
         std::memcpy(m_Hints[place].soft, soft, sizeof m_Hints[place].soft);
     }
     pthread_mutex_unlock(&m_Mutex);

@@ -47,8 +47,18 @@ public:
         return m_Run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0 || m_bCertain.load(std::memory_order_relaxed);
     }
 
+    // The grid of the whole picture as carrier, if the picture was scaled by this.
+    SBxGridTrial TrialOfWholePicture(double scale) const;
+    // The means of a trial; how many of them are numbers.
+    int ReadMeans(float* means, const SBxGridTrial& trial) {
+        m_ulGrids.fetch_add(1, std::memory_order_relaxed);
+        return m_Sums.Means(means, trial.pose, trial.blur);
+    }
+
     // Decodes one interpretation and keeps what is worth it. Any thread. Returns the agreement, 0 below notice.
     double Try(const SBxGridTrial& trial, const SBxTone& tone, const float* means, EBxDeepStage stage);
+    // The same under the tones as they are, and under those of the best comb.
+    void TryWithComb(const SBxGridTrial& trial, const float* means, EBxDeepStage stage);
     // Decodes soft values that are not of one grid.
     double TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, EBxDeepStage stage,
                    bool mayRefine);
@@ -59,6 +69,7 @@ public:
         SBxGridTrial trial;
         SBxTone tone;
         double agreement;
+        char text[kTextCodes + 1];
         float soft[kCellCount];
     };
     int HintCount() const { return m_iHints; }
@@ -75,7 +86,7 @@ private:
     double Evidence(double agreement) const;
     // Moves a grid to where its cells agree best with a text, and writes its soft values there.
     double MoveUphill(SBxGridTrial& trial, float* soft, const SBxTone& tone, const char* text) const;
-    void KeepHint(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, double agreement);
+    void KeepHint(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, const SBxSoftReading& reading);
     void KeepReading(const SBxGridTrial& trial, const SBxTone& tone, const SBxSoftReading& reading, EBxDeepStage stage);
     bool AddCorners(const SBxPicBuf& picture, double zoom, double split, CBxCornerArchive& archive);
 

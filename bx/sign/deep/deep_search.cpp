@@ -2,6 +2,8 @@
 
 #include <chrono>
 #include <new>
+#include <cstdlib>
+#include <cstring>
 
 #include "deep_run.h"
 #include "result.h"
@@ -22,10 +24,13 @@ unsigned char BX_SearchDeep(SBxSignRun& run, const SBxPicBuf& picture, CBxCorner
     if (deep == nullptr) return kBxOutOfMemory;
     unsigned char r = deep->Prepare(cost);
     cost.m_dCorners = lap();
-    if (r == 0) r = BX_SearchPairs(*deep);
-    cost.m_Stages[0] = {deep->m_ulGrids.exchange(0), deep->m_ulDecodings.exchange(0), lap()};
-    if (r == 0) r = BX_SearchJoined(*deep);
-    cost.m_Stages[5] = {deep->m_ulGrids.exchange(0), deep->m_ulDecodings.exchange(0), lap()};
+    unsigned char (*st[])(CBxDeepRun&) = {BX_SearchPairs, BX_SearchTones, BX_SearchTurned, BX_SearchOrientations, BX_SearchCut, BX_SearchJoined, BX_SearchBentTones};
+    const char* sk = getenv("STAGES");
+    for (int i : {0, 5, 1, 3, 2, 4, 6, 5}) {
+        if (!st[i] || r != 0 || deep->Ended() || (sk && !strchr(sk, '0' + i))) continue;
+        r = st[i](*deep);
+        cost.m_Stages[i].m_ulGrids += deep->m_ulGrids.exchange(0); cost.m_Stages[i].m_ulDecodings += deep->m_ulDecodings.exchange(0); cost.m_Stages[i].m_dSeconds += lap();
+    }
     if (r == 0) { if (deep->HasReading()) finding = deep->Finding(); else r = 1; 
       if (deep->HintCount()) { if(r) finding.m_Reading.m_dAgreement = deep->Hint(0).agreement; } }
     delete deep;

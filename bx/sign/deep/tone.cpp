@@ -1,6 +1,7 @@
 #include "tone.h"
 
 #include <cmath>
+#include <complex>
 
 namespace {
 
@@ -9,8 +10,25 @@ constexpr double kLineDistance = kPeriod / 2;  // 3: between neighbouring lines 
 constexpr double kFrequencyStep = 0.0005;      // lines a tone
 constexpr float kLeastSpread = 2.5f;           // standard deviation of the means, in tones, that can show a comb
 
+constexpr double kClearComb = 0.13;            // twice what anything else shows
+constexpr double kLargestOffset = 1.3;         // tones
+
 bool IsNumber(float value) {
     return value == value;
+}
+
+// The mean of the phasors of the means, one turn for each distance of the comb's lines.
+std::complex<double> SumOnComb(const float* means, int count) {
+    std::complex<double> sum = 0.0;
+    int numbers = 0;
+    for (int i = 0; i < count; ++i) {
+        if (IsNumber(means[i])) {
+            const double angle = 2.0 * kPi / kLineDistance * static_cast<double>(means[i]);
+            sum += std::complex<double>(std::cos(angle), std::sin(angle));
+            ++numbers;
+        }
+    }
+    return numbers > 0 ? sum / static_cast<double>(numbers) : 0.0;
 }
 
 // The phasors of the means at a frequency that climbs, four side by side.
@@ -81,15 +99,18 @@ void BX_SoftValues(float* soft, const float* means, const SBxTone& tone) {
 }
 
 float BX_CombScore(const float* means, int count) {
-    double sum = 0.0;
-    int numbers = 0;
-    for (int i = 0; i < count; ++i) {
-        if (IsNumber(means[i])) {
-            sum -= std::cos(2.0 * kPi / kLineDistance * static_cast<double>(means[i]));
-            ++numbers;
-        }
+    return static_cast<float>(std::abs(SumOnComb(means, count)));
+}
+
+SBxTone BX_ToneOfMeans(const float* means) {
+    SBxTone tone;
+    const std::complex<double> sum = SumOnComb(means, kCellCount);
+    // Lines lie where the phase is that of a half; an offset turns it.
+    const double offset = std::arg(-sum) / (2.0 * kPi) * kLineDistance;
+    if (std::abs(sum) > kClearComb && std::fabs(offset) < kLargestOffset) {
+        tone.offset = offset;
     }
-    return numbers > 0 ? static_cast<float>(sum / numbers) : 0.0f;
+    return tone;
 }
 
 void BX_StraightenMeans(float* means, int count, double exponent) {

@@ -1,0 +1,105 @@
+// Stage: the picture was turned by some degrees. Each pair of corners is tried as the diagonal of carriers turned by
+// many angles; those whose means lie well on the comb are decoded.
+#include <algorithm>
+#include <cmath>
+
+#include "deep_run.h"
+#include "heap_array.h"
+#include "result.h"
+#include "slices.h"
+
+namespace {
+
+constexpr std::size_t kSlice = 64;
+constexpr double kAngleStep = 0.5;         // degrees
+constexpr double kLargestAngle = 12.0;     // for corners of zooms near 1,
+constexpr double kLargestAngleElsewhere = 2.0;
+constexpr double kFarthestZoom = 1.12;
+constexpr int kWeakestAnchor = 16;         // rank
+constexpr std::size_t kMostScoredWhole = 3000;
+constexpr std::size_t kMostDecoded = 800;
+
+struct STurnedGrid {
+    float score;
+    std::uint32_t pair;
+    float degrees;
+};
+
+SBxGridTrial TrialOf(const CBxDeepRun& run, const STurnedGrid& grid) {
+    return BX_TrialOfPair(run.m_Pool[grid.pair], static_cast<double>(grid.degrees));
+}
+
+// Moves the `kept` best of the grids to the front, in order.
+void KeepBest(STurnedGrid* grids, std::size_t count, std::size_t kept) {
+    std::partial_sort(grids, grids + kept, grids + count, [](const STurnedGrid& a, const STurnedGrid& b) {
+        return a.score != b.score ? a.score > b.score
+                                  : a.pair != b.pair ? a.pair < b.pair : a.degrees < b.degrees;
+    });
+}
+
+// All grids by a quarter of their cells, then the best of them by all. Returns how many were looked at twice.
+std::size_t ScoreTurns(CBxDeepRun& run, STurnedGrid* grids, std::size_t count) {
+    auto sample = [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
+            float means[CBxBlueSums::kSampledCells];
+            const int seen = run.m_Sums.SampledMeans(means, TrialOf(run, grids[i]).pose);
+            grids[i].score =
+                seen * 2 > CBxBlueSums::kSampledCells ? BX_CombScore(means, CBxBlueSums::kSampledCells) : -1.0f;
+        }
+        run.m_ulGrids.fetch_add(end - begin, std::memory_order_relaxed);
+        return !run.Ended();
+    };
+    BX_RunSlices(count, kSlice, run.m_uiThreads, sample);
+    const std::size_t kept = std::min(count, kMostScoredWhole);
+    KeepBest(grids, count, kept);
+    auto score = [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
+            float means[kCellCount];
+            const int seen = run.ReadMeans(means, TrialOf(run, grids[i]));
+            grids[i].score = seen * 2 > kCellCount ? BX_CombScore(means, kCellCount) : -1.0f;
+        }
+        return !run.Ended();
+    };
+    BX_RunSlices(kept, kSlice, run.m_uiThreads, score);
+    return kept;
+}
+
+}  // namespace
+
+unsigned char BX_SearchTurned(CBxDeepRun& run) {
+    const std::size_t pairs = run.m_Pool.Count();
+    const auto steps = static_cast<std::size_t>(2.0 * kLargestAngle / kAngleStep);
+    CBxHeapArray<STurnedGrid> grids;
+    if (!grids.Allocate(pairs * steps)) {
+        return kBxOutOfMemory;
+    }
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < pairs; ++i) {
+        const SBxCornerPair& pair = run.m_Pool[i];
+        const double zoom = pair.zoom;
+        const bool isNear = zoom < kFarthestZoom && zoom > 1.0 / kFarthestZoom;
+        const double largest = isNear ? kLargestAngle : kLargestAngleElsewhere;
+        for (double degrees = -largest; degrees <= largest && pair.ranks < kWeakestAnchor; degrees += kAngleStep) {
+            if (degrees != 0.0) {
+                grids[count++] = {0.0f, static_cast<std::uint32_t>(i), static_cast<float>(degrees)};
+            }
+        }
+    }
+    const std::size_t scored = ScoreTurns(run, grids.Data(), count);
+    if (run.Ended()) {
+        return kBxSuccess;
+    }
+    const std::size_t decoded = std::min(scored, kMostDecoded);
+    KeepBest(grids.Data(), scored, decoded);
+    auto decode = [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
+            const SBxGridTrial trial = TrialOf(run, grids[i]);
+            float means[kCellCount];
+            run.ReadMeans(means, trial);
+            run.Try(trial, BX_ToneOfMeans(means), means, EBxDeepStage::Turned);
+        }
+        return !run.Ended();
+    };
+    BX_RunSlices(decoded, 4, run.m_uiThreads, decode);
+    return kBxSuccess;
+}
