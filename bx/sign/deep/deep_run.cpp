@@ -101,7 +101,7 @@ unsigned char CBxDeepRun::Prepare(SBxDeepCosts& /*costs*/) {
             return kBxOutOfMemory;
         }
     }
-    return m_Sums.Prepare(m_Picture) && m_Pool.Collect(m_Archive) ? kBxSuccess : kBxOutOfMemory;
+    return m_Sums.Prepare(m_Picture) && m_Pool.Collect(m_Archive) && m_Softs.Prepare(m_Pool.Count()) ? kBxSuccess : kBxOutOfMemory;
 }
 
 double CBxDeepRun::Evidence(double agreement) const {
@@ -115,6 +115,18 @@ double CBxDeepRun::Try(const SBxGridTrial& trial, const SBxTone& tone, const flo
     return TrySoft(trial, tone, soft, stage, true);
 }
 
+SBxSoftReading CBxDeepRun::TryJoint(const SBxGridTrial& trial, const SBxTone& tone, const float* soft,
+                                    double evidence) {
+    m_ulDecodings.fetch_add(1, std::memory_order_relaxed);
+    m_ulAllDecodings.fetch_add(1, std::memory_order_relaxed);
+    const SBxSoftReading reading = BX_DecodeSoft(soft, kHintAgreement);
+    if (reading.m_szText[0] != 0 && evidence >= kEvidenceBits &&
+        BX_ShareOfEqualNeighbours(soft) <= kMostEqualNeighbours) {
+        KeepReading(trial, tone, reading, EBxDeepStage::Joined);
+    }
+    return reading;
+}
+
 void CBxDeepRun::TryWithComb(const SBxGridTrial& trial, const float* means, EBxDeepStage stage) {
     Try(trial, BX_ToneOfMeans(means), means, stage);
     SBxTone tone;
@@ -126,7 +138,7 @@ void CBxDeepRun::TryWithComb(const SBxGridTrial& trial, const float* means, EBxD
 }
 
 double CBxDeepRun::TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, EBxDeepStage stage,
-                           bool mayRefine) {
+                           bool mayMove) {
     m_ulDecodings.fetch_add(1, std::memory_order_relaxed);
     m_ulAllDecodings.fetch_add(1, std::memory_order_relaxed);
     const SBxSoftReading reading = BX_DecodeSoft(soft, kHintAgreement);
@@ -138,7 +150,7 @@ double CBxDeepRun::TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const
         KeepReading(trial, tone, reading, stage);
     }
     KeepHint(trial, tone, soft, reading);
-    if (mayRefine && reading.m_dAgreement >= kWorthMoving && !BX_IsCertain(reading)) {
+    if (mayMove && reading.m_dAgreement >= kWorthMoving && !BX_IsCertain(reading)) {
         SBxGridTrial moved = trial;
         float movedSoft[kCellCount];
         MoveUphill(moved, movedSoft, tone, reading.m_szText);

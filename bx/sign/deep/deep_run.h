@@ -8,6 +8,7 @@
 #include "blue_sums.h"
 #include "deep_search.h"
 #include "grid_pool.h"
+#include "soft_store.h"
 
 // A grid to be read, and how it came about.
 struct SBxGridTrial {
@@ -41,6 +42,7 @@ public:
     const unsigned int m_uiThreads;
     CBxBlueSums m_Sums;
     CBxGridPool m_Pool;
+    CBxSoftStore m_Softs;  // of the pool's grids as they stand, once the first stage has read them
 
     // True when nothing more is to be done: aborted, or a certain reading stands.
     bool Ended() const {
@@ -61,7 +63,10 @@ public:
     void TryWithComb(const SBxGridTrial& trial, const float* means, EBxDeepStage stage);
     // Decodes soft values that are not of one grid.
     double TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, EBxDeepStage stage,
-                   bool mayRefine);
+                   bool mayMove);
+
+    // Decodes several carriers together; `evidence` bits speak for their belonging together.
+    SBxSoftReading TryJoint(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, double evidence);
 
     // Readings too weak to stand alone, best first, one for each place.
     static constexpr int kMostHints = 24;

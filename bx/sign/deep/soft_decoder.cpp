@@ -482,9 +482,13 @@ double BX_AgreementOfCells(const float* soft, const int* cells) {
     return length > 0.0 ? agreement / length : 0.0;
 }
 
-double BX_ChanceOfAgreement(double agreement) {
+double BX_BitsOfAgreement(double agreement) {
     constexpr double kLog2OfE = 1.4426950408889634;
-    return kTextBits - 0.5 * agreement * agreement * kLog2OfE;
+    return agreement > 0.0 ? 0.5 * agreement * agreement * kLog2OfE : 0.0;
+}
+
+double BX_ChanceOfAgreement(double agreement) {
+    return kTextBits - BX_BitsOfAgreement(agreement);
 }
 
 double BX_ShareOfEqualNeighbours(const float* soft) {

@@ -25,6 +25,8 @@ struct SBxSoftReading {
 
 // What a wrong text must have been to be taken for a reading: the bound above, as the exponent of 2, for one decoding.
 double BX_ChanceOfAgreement(double agreement);
+// Bits by which an agreement exceeds chance, for one text: -log2 of the bound exp(-t t / 2); 0 for none.
+double BX_BitsOfAgreement(double agreement);
 
 // `soft` holds 256 values from -1 (surely 1) to 1 (surely 0); 0 for a cell that says nothing. Decodings that cannot
 // reach `leastAgreement` may end early, with an empty text.

@@ -1,46 +1,155 @@
 // Stage: the carriers of one picture carry the same text, so what is too weak in each may be enough together.
+//
+// Each hint's text is held against every grid between corners. A wrong text agrees with none of them by more than
+// chance; the right one, even with a few wrong letters, with all other carriers. Those that agree are added up, by their
+// agreement, and decoded together.
 #include <algorithm>
+#include <cmath>
+#include <cstring>
 
 #include "deep_run.h"
 #include "result.h"
+#include "sign_block.h"
+#include "slices.h"
 
 namespace {
 
-constexpr int kMostOfThrees = 12;
+constexpr int kMostCarriersJoined = kMostCarriers;
+constexpr double kLeastSupport = 4.6;  // agreement of a grid with the text of a hint
+constexpr int kMostTurns = 3;          // of joining, decoding and looking for more
+constexpr std::size_t kSlice = 1024;
+constexpr std::size_t kMostSupporters = 64;
 
-// The sum of the soft values of several hints, brought back to -1 .. 1.
-void Join(float* soft, const CBxDeepRun& run, const int* hints, int count) {
-    for (int cell = 0; cell < kCellCount; ++cell) {
-        float sum = 0.0f;
-        for (int i = 0; i < count; ++i) {
-            sum += run.Hint(hints[i]).soft[cell];
+struct SSupporter {
+    std::uint32_t pair;
+    double agreement;
+};
+
+// The grids that agree with a text, best first.
+struct SSupporters {
+    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+    std::size_t count = 0;
+    SSupporter list[kMostSupporters];
+
+    void Offer(const SSupporter& supporter) {
+        pthread_mutex_lock(&mutex);
+        if (count < kMostSupporters || supporter.agreement > list[count - 1].agreement) {
+            std::size_t place = count < kMostSupporters ? count++ : kMostSupporters - 1;
+            while (place > 0 && list[place - 1].agreement < supporter.agreement) {
+                list[place] = list[place - 1];
+                --place;
+            }
+            list[place] = supporter;
         }
-        soft[cell] = sum / static_cast<float>(count);
+        pthread_mutex_unlock(&mutex);
     }
+};
+
+CBxRect<double> FrameOf(const SBxGridPose& pose) {
+    CBxRect<double> frame{1e30, 1e30, -1e30, -1e30};
+    for (const int corner : {0, 1, 2, 3}) {
+        const CBxPoint<double> point = pose.PointAt((corner & 1) * kGridSide, (corner >> 1) * kGridSide);
+        frame.left = std::min(frame.left, point.x);
+        frame.top = std::min(frame.top, point.y);
+        frame.right = std::max(frame.right, point.x);
+        frame.bottom = std::max(frame.bottom, point.y);
+    }
+    return frame;
 }
+
+// Carriers of one picture keep apart; corners a few pixels off may make them touch.
+bool KeepApart(const CBxRect<double>& a, const CBxRect<double>& b) {
+    constexpr double kTouch = 6.0;
+    return a.right < b.left + kTouch || b.right < a.left + kTouch || a.bottom < b.top + kTouch ||
+           b.bottom < a.top + kTouch;
+}
+
+// A hint and the carriers that support it.
+class CJoint {
+public:
+    CJoint(CBxDeepRun& run, const CBxDeepRun::SHint& hint) : m_Run(run), m_Hint(hint) {}
+
+    void Search() {
+        char text[kTextCodes + 1];
+        std::memcpy(text, m_Hint.text, sizeof text);
+        for (int turn = 0; turn < kMostTurns && !m_Run.Ended(); ++turn) {
+            Collect(text);
+            if (m_iCarriers < 2) {
+                return;
+            }
+            const SBxSoftReading reading = m_Run.TryJoint(m_Hint.trial, m_Hint.tone, m_Soft, Evidence());
+            if (reading.m_szText[0] == 0 || std::strcmp(reading.m_szText, text) == 0) {
+                return;
+            }
+            std::memcpy(text, reading.m_szText, sizeof text);
+        }
+    }
+
+private:
+    // Adds up the hint and the best supporters of the text that keep apart.
+    void Collect(const char* text) {
+        int cells[kCellCount];
+        BX_EncodeSign(cells, text);
+        SSupporters supporters;
+        auto slice = [&](std::size_t begin, std::size_t end) {
+            for (std::size_t i = begin; i < end; ++i) {
+                const double agreement = m_Run.m_Softs.Agreement(i, cells);
+                if (agreement > kLeastSupport) {
+                    supporters.Offer({static_cast<std::uint32_t>(i), agreement});
+                }
+            }
+            return !m_Run.Ended();
+        };
+        BX_RunSlices(m_Run.m_Softs.Count(), kSlice, m_Run.m_uiThreads, slice);
+        m_iCarriers = 0;
+        std::fill(m_Soft, m_Soft + kCellCount, 0.0f);
+        Add(m_Hint.soft, BX_AgreementOfCells(m_Hint.soft, cells), FrameOf(m_Hint.trial.pose));
+        for (std::size_t i = 0; i < supporters.count && m_iCarriers < kMostCarriersJoined; ++i) {
+            const CBxRect<double> frame = FrameOf(BX_TrialOfPair(m_Run.m_Pool[supporters.list[i].pair]).pose);
+            const bool isApart = std::all_of(m_Frames, m_Frames + m_iCarriers,
+                                             [&frame](const CBxRect<double>& other) { return KeepApart(frame, other); });
+            if (isApart) {
+                float soft[kCellCount];
+                m_Run.m_Softs.Get(soft, supporters.list[i].pair);
+                Add(soft, supporters.list[i].agreement, frame);
+            }
+        }
+    }
+
+    void Add(const float* soft, double agreement, const CBxRect<double>& frame) {
+        const auto weight = static_cast<float>(agreement / 16.0);
+        for (int cell = 0; cell < kCellCount; ++cell) {
+            m_Soft[cell] += weight * soft[cell];
+        }
+        m_Frames[m_iCarriers] = frame;
+        m_Agreements[m_iCarriers] = agreement;
+        ++m_iCarriers;
+    }
+
+    // Bits by which the agreement of all carriers with one text exceeds chance: each of them could have been any grid.
+    double Evidence() const {
+        double bits = 0.0;
+        const double choices = std::log2(static_cast<double>(std::max<std::size_t>(2, m_Run.m_Softs.Count())));
+        for (int i = 0; i < m_iCarriers; ++i) {
+            bits += BX_BitsOfAgreement(m_Agreements[i]) - choices;
+        }
+        return bits - kTextCodes * kBitsPerCode;
+    }
+
+    CBxDeepRun& m_Run;
+    const CBxDeepRun::SHint& m_Hint;
+    float m_Soft[kCellCount] = {};
+    int m_iCarriers = 0;
+    CBxRect<double> m_Frames[kMostCarriersJoined];
+    double m_Agreements[kMostCarriersJoined];
+};
 
 }  // namespace
 
 unsigned char BX_SearchJoined(CBxDeepRun& run) {
-    const int count = run.HintCount();
-    float soft[kCellCount];
-    const auto tryThese = [&](const int* hints, int number) {
-        Join(soft, run, hints, number);
-        const CBxDeepRun::SHint& strongest = run.Hint(hints[0]);
-        run.TrySoft(strongest.trial, strongest.tone, soft, EBxDeepStage::Joined, false);
-    };
-    for (int first = 0; first < count; ++first) {
-        for (int second = first + 1; second < count; ++second) {
-            if (run.Ended()) {
-                return kBxSuccess;
-            }
-            const int two[2] = {first, second};
-            tryThese(two, 2);
-            for (int third = second + 1; third < std::min(count, kMostOfThrees); ++third) {
-                const int three[3] = {first, second, third};
-                tryThese(three, 3);
-            }
-        }
+    for (int i = 0; i < run.HintCount() && !run.Ended(); ++i) {
+        const CBxDeepRun::SHint hint = run.Hint(i);
+        CJoint(run, hint).Search();
     }
     return kBxSuccess;
 }

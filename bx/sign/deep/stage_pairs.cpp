@@ -21,7 +21,11 @@ unsigned char BX_SearchPairs(CBxDeepRun& run) {
             const SBxGridTrial trial = BX_TrialOfPair(run.m_Pool[i]);
             float means[kCellCount];
             run.ReadMeans(means, trial);
-            run.Try(trial, BX_ToneOfMeans(means), means, EBxDeepStage::Pairs);
+            const SBxTone tone = BX_ToneOfMeans(means);
+            float soft[kCellCount];
+            BX_SoftValues(soft, means, tone);
+            run.m_Softs.Set(i, soft);
+            run.TrySoft(trial, tone, soft, EBxDeepStage::Pairs, true);
         }
         return !run.Ended();
     };
