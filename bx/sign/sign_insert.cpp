@@ -38,9 +38,9 @@ unsigned char FindCarriers(SBxSignRun& run, CBxRect<double>* carriers, unsigned 
     CBxPoint<double> anchors[kAnchorRoom];
     unsigned int anchorCount = 0;
     SBxCornerBars bars;
-    const unsigned char result =
-        BX_FindImportantRectangles(CBxRunStop(run, EBxStopOn::Abort), carriers, count, mean,
-                                   {picture.m_iWidth, picture.m_iHeight}, anchors, anchorCount, false, kUnscaled, bars, nullptr);
+    const unsigned char result = BX_FindImportantRectangles(CBxRunStop(run, EBxStopOn::Abort), carriers, count, mean,
+                                                            {picture.m_iWidth, picture.m_iHeight}, anchors, anchorCount,
+                                                            false, kUnscaled, bars, nullptr);
     if (result != kBxSuccess) {
         return result;
     }

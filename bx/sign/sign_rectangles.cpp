@@ -147,7 +147,7 @@ private:
 unsigned char BX_FindImportantRectangles(const CBxStopCheck& stop, CBxRect<double>* rects, unsigned int& count,
                                          CBxRowSource& source, const CBxSize<int>& plane, CBxPoint<double>* anchors,
                                          unsigned int& anchorCount, bool detection, double zoom, SBxCornerBars& bars,
- CBxCornerArchive* archive) {
+                                         CBxCornerArchive* archive) {
     SBxCornerList darkCorners;
     SBxCornerList brightCorners;
     const unsigned char found =

@@ -9,10 +9,10 @@
 namespace {
 
 constexpr double kPi = 3.141592653589793;
-constexpr double kMostRows = 26.0;            // of an ellipse, before the next smaller plane is taken
+constexpr double kMostRows = 26.0;             // of an ellipse, before the next smaller plane is taken
 constexpr double kSmallestReducedAxis = 10.0;  // pixels; thinner ellipses are not read from smaller planes
-constexpr int kSmallestPlaneSide = 16;        // pixels; planes are not reduced further
-constexpr double kSmallestEdge = 0.06;        // of an axis; a narrower edge counts as sharp
+constexpr int kSmallestPlaneSide = 16;         // pixels; planes are not reduced further
+constexpr double kSmallestEdge = 0.06;         // of an axis; a narrower edge counts as sharp
 constexpr double kWidestEdge = 0.6;
 constexpr double kLeastShare = 0.75;  // of a cell that must be seen
 constexpr double kFarAway = 1e6;      // pixels outside any picture
@@ -31,9 +31,7 @@ struct CBxBlueSums::SEllipseShape {
     double reach;
     double smallerAxis;
 
-    SEllipseShape Scaled(double factor) const {
-        return {top * factor, shear, reach * factor, smallerAxis * factor};
-    }
+    SEllipseShape Scaled(double factor) const { return {top * factor, shear, reach * factor, smallerAxis * factor}; }
 };
 
 // `sample` gives the whole number at (x, y).
@@ -96,10 +94,9 @@ bool CBxBlueSums::MakeFurtherLevels() {
 }
 
 bool CBxBlueSums::Prepare(const SBxPicBuf& picture) {
-    return MakeFirstLevel(picture.m_iWidth, picture.m_iHeight,
-                          [&picture](int x, int y) -> std::uint32_t {
-                              return BX_PicRow<unsigned char>(picture, y)[3 * x];
-                          }) &&
+    return MakeFirstLevel(
+               picture.m_iWidth, picture.m_iHeight,
+               [&picture](int x, int y) -> std::uint32_t { return BX_PicRow<unsigned char>(picture, y)[3 * x]; }) &&
            MakeFurtherLevels();
 }
 
@@ -142,8 +139,8 @@ void CBxBlueSums::MeansOfRow(float* means, const SLevel& level, const SEllipseSh
     const auto least = static_cast<float>(kLeastShare * kPi * top * shape.reach);
     const auto toLevel = static_cast<float>(scale * scale);
     for (int column = 0; column < kGridSide; ++column) {
-        means[column] = areas[column] >= least ? sums[column] / areas[column] * toLevel
-                                               : std::numeric_limits<float>::quiet_NaN();
+        means[column] =
+            areas[column] >= least ? sums[column] / areas[column] * toLevel : std::numeric_limits<float>::quiet_NaN();
     }
 }
 

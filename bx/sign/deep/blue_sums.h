@@ -1,8 +1,8 @@
 // The means of any cells of a picture's blue component, wherever and however they lie.
 //
-// The component is kept as running sums along its rows, whole and reduced by 2, 4, 8 ... in both directions. The part of
-// a row inside an ellipse is then a difference of two sums, and an ellipse of any size is a couple of dozen rows of the
-// plane that suits it.
+// The component is kept as running sums along its rows, whole and reduced by 2, 4, 8 ... in both directions. The part
+// of a row inside an ellipse is then a difference of two sums, and an ellipse of any size is a couple of dozen rows of
+// the plane that suits it.
 //
 //   row of a plane:   | | |==|=======|==| | |      sum up to the right end minus sum up to the left end,
 //                         ^            ^           both interpolated inside a pixel
@@ -39,7 +39,9 @@ public:
     int MeansOfShare(float* means, const SBxGridPose& pose, double share, double mostRows, bool sampled) const;
 
     // The cell that means[index] belongs to.
-    static int CellOfSample(int index) { return (kFirstSampledRow + index / kGridSide * kSampledRowStep) * kGridSide + index % kGridSide; }
+    static int CellOfSample(int index) {
+        return (kFirstSampledRow + index / kGridSide * kSampledRowStep) * kGridSide + index % kGridSide;
+    }
 
 private:
     static constexpr int kFirstSampledRow = 1;

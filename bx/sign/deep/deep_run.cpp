@@ -3,17 +3,22 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
+#include <memory>
+#include <new>
 
 #include "result.h"
+#include "run_stop.h"
 #include "scaled_rows.h"
 #include "search_picture.h"
 #include "sign_block.h"
+#include "slices.h"
 
 namespace {
 
 constexpr double kHintAgreement = 8.2;
 constexpr double kMostEqualNeighbours = 0.62;
-constexpr double kWorthMoving = 8.6;  // agreement from which a grid is moved uphill
+constexpr double kWorthMoving = 8.6;    // agreement from which a grid is moved uphill
 constexpr double kBlurAsWritten = 1.1;  // pixels; standard deviation of the smoothing under which signs are written
 // Zooms that the ordinary search leaves out: pictures enlarged by more than it expects, and small copies.
 constexpr double kFurtherZooms[] = {0.5, 0.55, 0.6, 0.65, 0.7, 0.75, 0.8, 0.85, 2.3, 2.65, 3.0, 3.5, 4.0};
@@ -70,38 +75,54 @@ SBxGridTrial CBxDeepRun::TrialOfWholePicture(double scale) const {
     return {BX_PoseOfRectangle(whole), BX_BlurOfScale(scale), scale, 0.0, BX_GridOrientation(0)};
 }
 
-bool CBxDeepRun::AddCorners(const SBxPicBuf& picture, double zoom, double /*split*/, CBxCornerArchive& archive) {
-    CBxSearchPicture shared;
+unsigned char CBxDeepRun::AddCorners(const CBxSearchPicture& shared, double zoom) {
+    struct SLists {
+        SBxCornerList dark;
+        SBxCornerList bright;
+    };
+    const std::unique_ptr<SLists> lists(new (std::nothrow) SLists);
     CBxColumnWeights columns;
-    if (!shared.Prepare(picture, zoom) || !columns.Prepare(picture.m_iWidth, zoom)) {
-        return false;
+    if (lists == nullptr || !columns.Prepare(shared.Width(), zoom)) {
+        return kBxOutOfMemory;
     }
     CBxScaledRows mean(shared, columns, zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
     if (!mean.Prepare()) {
-        return false;
+        return kBxOutOfMemory;
     }
     SBxCornerBars bars;
-    static thread_local SBxCornerList dark;
-    static thread_local SBxCornerList bright;
+    const CBxRunStop stop(m_Run, EBxStopOn::Abort);
     const unsigned char result =
-        BX_FindCornersOfHalves(dark, bright, mean, mean.Width(), mean.Height(), zoom, bars, nullptr);
+        BX_FindCornersOfHalves(lists->dark, lists->bright, mean, mean.Width(), mean.Height(), zoom, bars, &stop);
     if (result == kBxSuccess) {
-        archive.Add(zoom, dark, bright);
+        m_Archive.Add(zoom, lists->dark, lists->bright);
     }
-    return result != kBxOutOfMemory;
+    return result;
 }
 
-unsigned char CBxDeepRun::Prepare(SBxDeepCosts& /*costs*/) {
-    for (const double zoom : kFurtherZooms) {
-        if (Ended()) {
-            return kBxFailure;
-        }
-        if (!BX_IsTooLargeToSearch(m_Picture.m_iWidth, m_Picture.m_iHeight, zoom) &&
-            !AddCorners(m_Picture, zoom, 128.0, m_Archive)) {
-            return kBxOutOfMemory;
-        }
+// The zooms are shared out among the threads.
+unsigned char CBxDeepRun::AddFurtherCorners() {
+    CBxSearchPicture shared;
+    if (!shared.Prepare(m_Picture)) {
+        return kBxOutOfMemory;
     }
-    return m_Sums.Prepare(m_Picture) && m_Pool.Collect(m_Archive) && m_Softs.Prepare(m_Pool.Count()) ? kBxSuccess : kBxOutOfMemory;
+    std::atomic<unsigned char> result{kBxSuccess};
+    auto slice = [&](std::size_t begin, std::size_t /*end*/) {
+        const double zoom = kFurtherZooms[begin];
+        if (!BX_IsTooLargeToSearch(m_Picture.m_iWidth, m_Picture.m_iHeight, zoom)) {
+            const unsigned char ofZoom = AddCorners(shared, zoom);
+            if (ofZoom != kBxSuccess) {
+                result.store(ofZoom);
+            }
+        }
+        return result.load() == kBxSuccess && !Ended();
+    };
+    BX_RunSlices(std::size(kFurtherZooms), 1, m_uiThreads, slice);
+    return Ended() ? static_cast<unsigned char>(kBxFailure) : result.load();
+}
+
+unsigned char CBxDeepRun::Prepare() {
+    return m_Sums.Prepare(m_Picture) && m_Pool.Collect(m_Archive) && m_Softs.Prepare(m_Pool.Count()) ? kBxSuccess
+                                                                                                     : kBxOutOfMemory;
 }
 
 double CBxDeepRun::Evidence(double agreement) const {
@@ -200,10 +221,14 @@ void CBxDeepRun::KeepReading(const SBxGridTrial& trial, const SBxTone& tone, con
     if (!m_bHasReading || (isCertain && !m_Finding.m_bCertain) ||
         (isCertain == m_Finding.m_bCertain && reading.m_dAgreement > m_Finding.m_Reading.m_dAgreement)) {
         m_bHasReading = true;
-        m_Finding = {reading,          isCertain,
-                     stage,            trial.pose,
-                     tone,             trial.scale,
-                     trial.turned + 90.0 * trial.orientation.QuarterTurns(), trial.orientation.Mirrored()};
+        m_Finding = {reading,
+                     isCertain,
+                     stage,
+                     trial.pose,
+                     tone,
+                     trial.scale,
+                     trial.turned + 90.0 * trial.orientation.QuarterTurns(),
+                     trial.orientation.Mirrored()};
     }
     pthread_mutex_unlock(&m_Mutex);
     if (isCertain) {

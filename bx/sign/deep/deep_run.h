@@ -24,6 +24,8 @@ SBxGridTrial BX_TrialOfPair(const SBxCornerPair& pair, double degrees = 0.0);
 // How blurred the cells of a picture scaled by this are.
 double BX_BlurOfScale(double scale);
 
+class CBxSearchPicture;
+
 class CBxDeepRun {
 public:
     CBxDeepRun(SBxSignRun& run, const SBxPicBuf& picture, CBxCornerArchive& archive, unsigned int threads)
@@ -32,9 +34,10 @@ public:
     CBxDeepRun(const CBxDeepRun&) = delete;
     CBxDeepRun& operator=(const CBxDeepRun&) = delete;
 
-    // Adds the corners of zooms that the ordinary search does not look at, collects the pairs and makes the sums. 0, 1
-    // when aborted, 6.
-    unsigned char Prepare(SBxDeepCosts& costs);
+    // Adds the corners of zooms that the ordinary search does not look at. 0, 1 when aborted, 6.
+    unsigned char AddFurtherCorners();
+    // Collects the pairs and makes the sums. 0 or 6.
+    unsigned char Prepare();
 
     SBxSignRun& m_Run;
     const SBxPicBuf& m_Picture;
@@ -46,7 +49,8 @@ public:
 
     // True when nothing more is to be done: aborted, or a certain reading stands.
     bool Ended() const {
-        return m_Run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0 || m_bCertain.load(std::memory_order_relaxed);
+        return m_Run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0 ||
+               m_bCertain.load(std::memory_order_relaxed);
     }
 
     // The grid of the whole picture as carrier, if the picture was scaled by this.
@@ -62,8 +66,7 @@ public:
     // The same under the tones as they are, and under those of the best comb.
     void TryWithComb(const SBxGridTrial& trial, const float* means, EBxDeepStage stage);
     // Decodes soft values that are not of one grid.
-    double TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, EBxDeepStage stage,
-                   bool mayMove);
+    double TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, EBxDeepStage stage, bool mayMove);
 
     // Decodes several carriers together; `evidence` bits speak for their belonging together.
     SBxSoftReading TryJoint(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, double evidence);
@@ -93,7 +96,7 @@ private:
     double MoveUphill(SBxGridTrial& trial, float* soft, const SBxTone& tone, const char* text) const;
     void KeepHint(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, const SBxSoftReading& reading);
     void KeepReading(const SBxGridTrial& trial, const SBxTone& tone, const SBxSoftReading& reading, EBxDeepStage stage);
-    bool AddCorners(const SBxPicBuf& picture, double zoom, double split, CBxCornerArchive& archive);
+    unsigned char AddCorners(const CBxSearchPicture& shared, double zoom);
 
     pthread_mutex_t m_Mutex = PTHREAD_MUTEX_INITIALIZER;  // guards the rest
     std::atomic<bool> m_bCertain{false};

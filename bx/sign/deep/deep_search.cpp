@@ -1,38 +1,91 @@
 #include "deep_search.h"
 
-#include <chrono>
+#include <ctime>
+#include <memory>
 #include <new>
-#include <cstdlib>
-#include <cstring>
 
 #include "deep_run.h"
+#include "localization.h"
 #include "result.h"
+
+namespace {
+
+struct SStageOfSearch {
+    EBxDeepStage stage;
+    unsigned char (*search)(CBxDeepRun& run);
+    const char* text;
+    double share;  // of the progress, in percent
+};
+
+// By what they find for what they cost. Joining comes twice: late stages give hints too.
+constexpr SStageOfSearch kStages[] = {
+    {EBxDeepStage::Pairs, BX_SearchPairs, "Reading all places between corners...", 25.0},
+    {EBxDeepStage::Joined, BX_SearchJoined, "Putting carriers together...", 5.0},
+    {EBxDeepStage::Tones, BX_SearchTones, "Trying other brightness...", 5.0},
+    {EBxDeepStage::Orientations, BX_SearchOrientations, "Trying mirrored pictures...", 10.0},
+    {EBxDeepStage::Turned, BX_SearchTurned, "Trying turned pictures...", 20.0},
+    {EBxDeepStage::Cut, BX_SearchCut, "Trying cut pictures...", 15.0},
+    {EBxDeepStage::BentTones, BX_SearchBentTones, "Trying other contrast curves...", 10.0},
+    {EBxDeepStage::Joined, BX_SearchJoined, "Putting carriers together...", 2.0},
+};
+constexpr char kFirstText[] = "Searching harder...";
+
+// Processor time of the process.
+double ProcessSeconds() {
+    std::timespec now = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+class CLaps {
+public:
+    double Next() {
+        const double now = ProcessSeconds();
+        const double passed = now - m_dLast;
+        m_dLast = now;
+        return passed;
+    }
+
+private:
+    double m_dLast = ProcessSeconds();
+};
+
+}  // namespace
 
 unsigned char BX_SearchDeep(SBxSignRun& run, const SBxPicBuf& picture, CBxCornerArchive& archive, unsigned int threads,
                             SBxDeepFinding& finding, SBxDeepCosts* costs) {
     SBxDeepCosts ownCosts;
     SBxDeepCosts& cost = costs != nullptr ? *costs : ownCosts;
-    const auto start = std::chrono::steady_clock::now();
-    auto last = start;
-    const auto lap = [&last] {
-        const auto now = std::chrono::steady_clock::now();
-        const double seconds = std::chrono::duration<double>(now - last).count();
-        last = now;
-        return seconds;
-    };
-    CBxDeepRun* deep = new (std::nothrow) CBxDeepRun(run, picture, archive, threads);
-    if (deep == nullptr) return kBxOutOfMemory;
-    unsigned char r = deep->Prepare(cost);
-    cost.m_dCorners = lap();
-    unsigned char (*st[])(CBxDeepRun&) = {BX_SearchPairs, BX_SearchTones, BX_SearchTurned, BX_SearchOrientations, BX_SearchCut, BX_SearchJoined, BX_SearchBentTones};
-    const char* sk = getenv("STAGES");
-    for (int i : {0, 5, 1, 3, 2, 4, 6, 5}) {
-        if (!st[i] || r != 0 || deep->Ended() || (sk && !strchr(sk, '0' + i))) continue;
-        r = st[i](*deep);
-        cost.m_Stages[i].m_ulGrids += deep->m_ulGrids.exchange(0); cost.m_Stages[i].m_ulDecodings += deep->m_ulDecodings.exchange(0); cost.m_Stages[i].m_dSeconds += lap();
+    run.m_ProgressData.SetText(CBxLocalization::Translate(kFirstText));
+    run.m_ProgressData.SetPercentage(0.0);
+    CLaps laps;
+    const std::unique_ptr<CBxDeepRun> deep(new (std::nothrow) CBxDeepRun(run, picture, archive, threads));
+    unsigned char result = deep != nullptr ? deep->AddFurtherCorners() : static_cast<unsigned char>(kBxOutOfMemory);
+    cost.m_dCorners = laps.Next();
+    if (result == kBxSuccess) {
+        result = deep->Prepare();
+        cost.m_dSums = laps.Next();
     }
-    if (r == 0) { if (deep->HasReading()) finding = deep->Finding(); else r = 1; 
-      if (deep->HintCount()) { if(r) finding.m_Reading.m_dAgreement = deep->Hint(0).agreement; } }
-    delete deep;
-    return r;
+    for (const SStageOfSearch& stage : kStages) {
+        if (result != kBxSuccess || deep->Ended()) {
+            break;
+        }
+        run.m_ProgressData.SetText(CBxLocalization::Translate(stage.text));
+        result = stage.search(*deep);
+        run.m_ProgressData.AddPercentage(stage.share);
+        SBxDeepCost& spent = cost.m_Stages[static_cast<int>(stage.stage)];
+        spent.m_ulGrids += deep->m_ulGrids.exchange(0);
+        spent.m_ulDecodings += deep->m_ulDecodings.exchange(0);
+        spent.m_dSeconds += laps.Next();
+    }
+    cost.m_dHighestAgreement = deep != nullptr && deep->HintCount() > 0 ? deep->Hint(0).agreement : 0.0;
+    if (result != kBxSuccess) {
+        return result;
+    }
+    const bool wasAborted = run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0;
+    if (wasAborted || !deep->HasReading()) {
+        return kBxFailure;
+    }
+    finding = deep->Finding();
+    return kBxSuccess;
 }

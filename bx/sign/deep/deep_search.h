@@ -1,9 +1,9 @@
 // The deep search: looks for a sign where the ordinary search has found none, because the picture was brightened,
 // turned, mirrored, cut, enlarged, or saved with a low quality.
 //
-// It reads the same signs by the same format. What it adds is patience: more places (every pair of corners that any zoom
-// has seen, turned grids, cut ones), more interpretations of what is read there (tones, orientations), and a decoder that
-// weighs how sure each cell is (soft_decoder.h). Each stage is one source, stage_*.cpp.
+// It reads the same signs by the same format. What it adds is patience: more places (every pair of corners that any
+// zoom has seen, turned grids, cut ones), more interpretations of what is read there (tones, orientations), and a
+// decoder that weighs how sure each cell is (soft_decoder.h). Each stage is one source, stage_*.cpp.
 #pragma once
 
 #include "corner_archive.h"
@@ -51,12 +51,13 @@ struct SBxDeepFinding {
 struct SBxDeepCost {
     unsigned long m_ulGrids = 0;      // places whose means were read
     unsigned long m_ulDecodings = 0;  // interpretations decoded
-    double m_dSeconds = 0.0;          // wall time
+    double m_dSeconds = 0.0;          // processor time
 };
 struct SBxDeepCosts {
     SBxDeepCost m_Stages[kDeepStages];
-    double m_dCorners = 0.0;  // seconds for corners that the ordinary search has not seen
-    double m_dSums = 0.0;     // seconds for the sums over the picture
+    double m_dCorners = 0.0;           // seconds for corners that the ordinary search has not seen
+    double m_dSums = 0.0;              // seconds for the sums over the picture
+    double m_dHighestAgreement = 0.0;  // of any text with one grid, reported or not
 };
 
 // Searches a 3_8 picture in which the ordinary search with this run has found nothing.

@@ -74,8 +74,8 @@ bool CBxGridPool::AddHalf(const SBxCornerList& list, double zoom, int half) {
 bool CBxGridPool::Collect(const CBxCornerArchive& archive) {
     m_uiCount = 0;
     m_iCorners[0] = m_iCorners[1] = 0;
-    if (!m_Pairs.Allocate(kMostPairs) || !m_Known.AllocateZeroed(kHashSlots) ||
-        !m_Corners[0].Allocate(kMostCorners) || !m_Corners[1].Allocate(kMostCorners)) {
+    if (!m_Pairs.Allocate(kMostPairs) || !m_Known.AllocateZeroed(kHashSlots) || !m_Corners[0].Allocate(kMostCorners) ||
+        !m_Corners[1].Allocate(kMostCorners)) {
         return false;
     }
     unsigned int order[CBxCornerArchive::kMostZooms];

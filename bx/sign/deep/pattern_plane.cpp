@@ -8,11 +8,11 @@
 namespace {
 
 constexpr double kMostPixels = 1e6;
-constexpr int kBox = 24;           // pixels on either side; the neighbourhood of the relation
-constexpr int kSteps = 16;         // of the plane, a tone
-constexpr int kZeroLevel = 2048;   // of the plane
-constexpr double kRing = 0.54;     // semi-axis of the ground around a cell, in cells
-constexpr double kMostRows = 12.0; // of an ellipse: contrasts need no better
+constexpr int kBox = 24;               // pixels on either side; the neighbourhood of the relation
+constexpr int kSteps = 16;             // of the plane, a tone
+constexpr int kZeroLevel = 2048;       // of the plane
+constexpr double kRing = 0.54;         // semi-axis of the ground around a cell, in cells
+constexpr double kMostRows = 12.0;     // of an ellipse: contrasts need no better
 constexpr double kMostContrast = 4.0;  // tones; more comes from the picture, not from a sign
 constexpr float kLeastUnrest = 0.1f;   // tones squared
 constexpr float kUnrestOfSign = 1.2f;

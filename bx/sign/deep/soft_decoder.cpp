@@ -19,17 +19,17 @@ constexpr int kCheckBits = kCheckCodes * kBitsPerCode;  // 48
 constexpr int kBlockBits = kCheckBits + kTextBits;      // 108
 constexpr int kWordBits = 15;
 constexpr int kWordData = 7;
-constexpr int kWordTexts = 1 << kWordData;             // 128
-constexpr int kStreamBits = kCodeWords * kWordData;    // 112
+constexpr int kWordTexts = 1 << kWordData;           // 128
+constexpr int kStreamBits = kCodeWords * kWordData;  // 112
 constexpr int kCellBlocks = kCellCount / 64;
 
-constexpr int kRounds = 4;              // of messages
-constexpr float kSureness = 3.0f;       // log-likelihood ratio of a cell with soft value 1
-constexpr float kDamping = 0.75f;       // maxima instead of sums overrate what they pass on
-constexpr float kKnown = 30.0f;         // of a bit that is always 0
-constexpr int kWeightSteps = 2000;      // soft values as whole numbers, for the comparison of many texts
-constexpr int kBestKept = 8;            // texts looked at until one can be a sign
-constexpr double kSlack = 3.5;          // what turning over two bits can add to an agreement worth following
+constexpr int kRounds = 4;          // of messages
+constexpr float kSureness = 3.0f;   // log-likelihood ratio of a cell with soft value 1
+constexpr float kDamping = 0.75f;   // maxima instead of sums overrate what they pass on
+constexpr float kKnown = 30.0f;     // of a bit that is always 0
+constexpr int kWeightSteps = 2000;  // soft values as whole numbers, for the comparison of many texts
+constexpr int kBestKept = 8;        // texts looked at until one can be a sign
+constexpr double kSlack = 3.5;      // what turning over two bits can add to an agreement worth following
 
 // A code word of the whole sign: its data bits and its cells, one bit each.
 struct SRow {
@@ -55,10 +55,10 @@ struct SMember {
 
 // Everything about the code that does not depend on the cells.
 struct SCode {
-    int placeOfWordBit[kWordBits];           // the data bits that a bit of a word is the sum of
-    std::array<SRow, kTextBits> generator;   // of each text bit alone
+    int placeOfWordBit[kWordBits];          // the data bits that a bit of a word is the sum of
+    std::array<SRow, kTextBits> generator;  // of each text bit alone
     int cellOfFrameBit[kCodeWords * kWordBits];
-    int equationStart[kCheckBits + 1];       // in `members`
+    int equationStart[kCheckBits + 1];  // in `members`
     std::array<SMember, 4 * kBlockBits> members;
 
     SCode() {
@@ -169,8 +169,8 @@ public:
 
 private:
     // For each data bit: the best word with a 0 there against the best with a 1, without what the equations said of it.
-    // All 16 words side by side. The weight of a text is the sum of its word's bits, each with the sign of the bit; bit i
-    // of the word of text x is the parity of x & place(i), so the weights are a Walsh-Hadamard transform.
+    // All 16 words side by side. The weight of a text is the sum of its word's bits, each with the sign of the bit; bit
+    // i of the word of text x is the parity of x & place(i), so the weights are a Walsh-Hadamard transform.
     void WeighWords() {
         SLanes weights[kWordTexts] = {};
         for (int bit = 0; bit < kWordBits; ++bit) {
@@ -264,9 +264,8 @@ void MakeBasis(SBasis& basis, const CMessages& messages) {
         order[bit] = bit;
         sureness[bit] = std::fabs(messages.Belief(bit));
     }
-    std::sort(order, order + kBlockBits, [&sureness](int a, int b) {
-        return sureness[a] != sureness[b] ? sureness[a] > sureness[b] : a < b;
-    });
+    std::sort(order, order + kBlockBits,
+              [&sureness](int a, int b) { return sureness[a] != sureness[b] ? sureness[a] > sureness[b] : a < b; });
     basis.rows = Code().generator;
     int rank = 0;
     for (int i = 0; i < kBlockBits && rank < kTextBits; ++i) {

@@ -4,15 +4,16 @@
 // check bits, the text and four zeros, and 13 cells that are always 0. The ordinary search corrects two bits of a word
 // and wants all check bits right; here all of the code works at once, on soft values:
 //
-//   1. Messages go back and forth between the words (all 128 of each are weighed) and the 48 check equations, until each
+//   1. Messages go back and forth between the words (all 128 of each are weighed) and the 48 check equations, until
+//   each
 //      data bit has gathered what the others know of it (belief propagation with maxima instead of sums).
 //   2. The 60 surest independent data bits determine a text. It, and every text that comes of turning over one or two
 //      of the 60, is encoded and compared with the cells (ordered-statistics decoding of order two).
 //   3. The text that agrees best is the reading.
 //
 // How sure a reading is does not depend on how it was found: with c the +1 and -1 of a text's cells and s the soft
-// values, t = sum(c s) / sqrt(sum(s s)). For fixed sizes of s and fair, independent signs, a given text reaches t with a
-// probability of at most exp(-t t / 2) (Hoeffding), and any of the 2^60 texts with at most 2^60 times that.
+// values, t = sum(c s) / sqrt(sum(s s)). For fixed sizes of s and fair, independent signs, a given text reaches t with
+// a probability of at most exp(-t t / 2) (Hoeffding), and any of the 2^60 texts with at most 2^60 times that.
 #pragma once
 
 #include "sign_format.h"

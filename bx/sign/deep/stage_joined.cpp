@@ -1,8 +1,8 @@
 // Stage: the carriers of one picture carry the same text, so what is too weak in each may be enough together.
 //
 // Each hint's text is held against every grid between corners. A wrong text agrees with none of them by more than
-// chance; the right one, even with a few wrong letters, with all other carriers. Those that agree are added up, by their
-// agreement, and decoded together.
+// chance; the right one, even with a few wrong letters, with all other carriers. Those that agree are added up, by
+// their agreement, and decoded together.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -106,8 +106,9 @@ private:
         Add(m_Hint.soft, BX_AgreementOfCells(m_Hint.soft, cells), FrameOf(m_Hint.trial.pose));
         for (std::size_t i = 0; i < supporters.count && m_iCarriers < kMostCarriersJoined; ++i) {
             const CBxRect<double> frame = FrameOf(BX_TrialOfPair(m_Run.m_Pool[supporters.list[i].pair]).pose);
-            const bool isApart = std::all_of(m_Frames, m_Frames + m_iCarriers,
-                                             [&frame](const CBxRect<double>& other) { return KeepApart(frame, other); });
+            const bool isApart = std::all_of(m_Frames, m_Frames + m_iCarriers, [&frame](const CBxRect<double>& other) {
+                return KeepApart(frame, other);
+            });
             if (isApart) {
                 float soft[kCellCount];
                 m_Run.m_Softs.Get(soft, supporters.list[i].pair);

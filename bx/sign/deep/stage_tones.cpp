@@ -1,5 +1,5 @@
-// Stage: the grids between corners once more, in case all tones were changed: by a gain and an offset, and behind one of
-// several exponents. Each grid's own comb of means says which gain and offset would suit it; the grids with the
+// Stage: the grids between corners once more, in case all tones were changed: by a gain and an offset, and behind one
+// of several exponents. Each grid's own comb of means says which gain and offset would suit it; the grids with the
 // clearest combs are decoded.
 #include <algorithm>
 #include <cmath>
@@ -12,9 +12,9 @@
 namespace {
 
 constexpr std::size_t kSlice = 16;
-constexpr double kFarthestZoom = 1.12;      // of the corners: more at once was not tried
-constexpr std::size_t kMostDecoded = 300;   // grids, for each exponent
-constexpr int kWeakestAnchor = 16;          // rank, under an exponent
+constexpr double kFarthestZoom = 1.12;     // of the corners: more at once was not tried
+constexpr std::size_t kMostDecoded = 300;  // grids, for each exponent
+constexpr int kWeakestAnchor = 16;         // rank, under an exponent
 constexpr double kExponents[] = {0.8, 0.85, 0.9, 0.95, 1.05, 1.1, 1.18, 1.25};
 
 struct SCombGrid {

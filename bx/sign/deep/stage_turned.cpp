@@ -11,11 +11,11 @@
 namespace {
 
 constexpr std::size_t kSlice = 64;
-constexpr double kAngleStep = 0.5;         // degrees
-constexpr double kLargestAngle = 12.0;     // for corners of zooms near 1,
+constexpr double kAngleStep = 0.5;      // degrees
+constexpr double kLargestAngle = 12.0;  // for corners of zooms near 1,
 constexpr double kLargestAngleElsewhere = 2.0;
 constexpr double kFarthestZoom = 1.12;
-constexpr int kWeakestAnchor = 16;         // rank
+constexpr int kWeakestAnchor = 16;  // rank
 constexpr std::size_t kMostScoredWhole = 3000;
 constexpr std::size_t kMostDecoded = 800;
 
@@ -32,8 +32,7 @@ SBxGridTrial TrialOf(const CBxDeepRun& run, const STurnedGrid& grid) {
 // Moves the `kept` best of the grids to the front, in order.
 void KeepBest(STurnedGrid* grids, std::size_t count, std::size_t kept) {
     std::partial_sort(grids, grids + kept, grids + count, [](const STurnedGrid& a, const STurnedGrid& b) {
-        return a.score != b.score ? a.score > b.score
-                                  : a.pair != b.pair ? a.pair < b.pair : a.degrees < b.degrees;
+        return a.score != b.score ? a.score > b.score : a.pair != b.pair ? a.pair < b.pair : a.degrees < b.degrees;
     });
 }
 

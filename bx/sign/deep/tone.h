@@ -19,8 +19,8 @@ struct SBxTone {
 // The soft values of 256 means: near 1 where the mean says 0, near -1 where it says 1; 0 where it is no number.
 void BX_SoftValues(float* soft, const float* means, const SBxTone& tone);
 
-// How well means lie on a comb of unchanged gain, whatever its offset: 1 when all do, about 1 / sqrt(count) for anything
-// else. Means that are no numbers do not count; 0 without any.
+// How well means lie on a comb of unchanged gain, whatever its offset: 1 when all do, about 1 / sqrt(count) for
+// anything else. Means that are no numbers do not count; 0 without any.
 float BX_CombScore(const float* means, int count);
 
 // The tones of a picture that was not brightened: 256 means tell the offset, if they show a comb at all. Programs that
