@@ -2,11 +2,9 @@
 
 #include <algorithm>
 
-#include "convert_picture.h"
 #include "file_lock.h"
 #include "folder_listing.h"
 #include "printable_text.h"
-#include "result.h"
 #include "run_files.h"
 
 namespace {
@@ -15,30 +13,17 @@ constexpr char kLogName[] = "batch_detect.log";
 
 void SearchFile(SBxDetectedFile& file, CBxRunProgress& progress, unsigned int threads) {
     const std::string name = BX_GetNameOfFile(file.file);
-    SBxSignRun run;
-    const CBxPictureInWork inWork(progress, run, BX_PrintableName(name));
-    SBxFileReport report;
-    SBxPicBuf* picture = nullptr;
-    file.isUnreadable = CBxConvertPicture::ReadInputFile(picture, file.file.c_str(), report) != kBxSuccess;
-    const CBxPicBufHolder holder(picture);
+    BX_SearchFile(file, progress, BX_PrintableName(name), threads);
+    if (file.search.shrunkTo.width > 0) {
+        file.log.Info("The file " + name + ": " + BX_DescribeShrinking(file.search));
+    }
     if (file.isUnreadable) {
-        file.reason = report.m_szReason;
         file.log.Error("Cannot read the " + name + " !!");
         file.log.Error("Reason: " + file.reason);
-        return;
-    }
-    file.warning = report.m_szWarning;
-    file.search = BX_SearchPicture(run, *picture, threads);
-    file.isFound = file.search.code == kBxSuccess;
-    file.isCancelled = !file.isFound && progress.IsCancelled();
-    if (file.search.shrunkTo.width > 0) {
-        file.log.Info(name + ": " + BX_DescribeShrinking(file.search));
-    }
-    if (file.isFound) {
+    } else if (file.isFound) {
         file.log.Info("SIGN FOUND: " + file.search.sign + ". File: " + name);
-    } else if (file.search.code == kBxOutOfMemory) {
-        file.reason = "there is not enough memory to search it";
-        file.log.Error("Cannot search the " + name + ": " + file.reason);
+    } else if (!file.reason.empty()) {
+        file.log.Error("Not searched: " + file.reason + ". File: " + name);
     } else if (file.isCancelled) {
         file.log.Info("Not searched to the end. File: " + name);
     } else {

@@ -3,13 +3,7 @@
 
 #include <functional>
 
-#include "picture_search.h"
-#include "run_context.h"
-
-struct SBxDetectedFile : SBxFileOutcome {
-    bool isFound = false;
-    SBxSearchResult search;  // valid for a file that was read and searched
-};
+#include "file_search.h"
 
 struct SBxBatchDetectOutcome : SBxRunOutcome {
     bool someSignFound = false;

@@ -56,7 +56,7 @@ public:
 
 private:
     // What became of one attempt to write.
-    enum class EAttempt { kKept, kLost, kBroken, kCancelled };
+    enum class EAttempt { kKept, kLost, kBroken, kStopped };
 
     bool Fail(const std::string& line, const std::string& reason) {
         m_File.log.Error(line);
@@ -143,7 +143,7 @@ private:
                 m_File.quality = quality;
                 return true;
             }
-            if (attempt == EAttempt::kCancelled) {
+            if (attempt == EAttempt::kStopped) {
                 return FailCancelled();
             }
             m_File.hadWriteFault |= attempt == EAttempt::kBroken;
@@ -171,7 +171,7 @@ private:
         switch (WriteVerified(m_strWorkBase + "_tmp" + ending, output, kFullQuality, "")) {
             case EAttempt::kKept:
                 return true;
-            case EAttempt::kCancelled:
+            case EAttempt::kStopped:
                 return FailCancelled();
             case EAttempt::kLost:
                 return FailToSign("it does not carry the sign: in the written file it was not found again");
@@ -216,7 +216,7 @@ private:
         m_Run.m_ProgressData.SetText(CBxLocalization::Translate("Checking the signed picture"));
         const SBxSearchResult check = BX_CheckPicture(m_Run, *asWritten, m_uiThreads);
         if (m_Batch.progress.IsCancelled()) {
-            return EAttempt::kCancelled;
+            return EAttempt::kStopped;
         }
         if (check.code != kBxSuccess || check.sign != m_Batch.sign) {
             return EAttempt::kLost;

@@ -81,3 +81,17 @@ std::string BX_ValidUtf8(const std::string& text) {
     }
     return out;
 }
+
+std::string BX_FillNumbers(const std::string& text, const std::vector<std::size_t>& numbers) {
+    std::string filled;
+    std::size_t at = 0;
+    for (const std::size_t number : numbers) {
+        const std::size_t place = text.find("%d", at);
+        if (place == std::string::npos) {
+            break;
+        }
+        filled += text.substr(at, place - at) + std::to_string(number);
+        at = place + 2;
+    }
+    return filled + text.substr(at);
+}
