@@ -1,15 +1,11 @@
 #include "batch_detect.h"
 
-#include <algorithm>
-
 #include "file_lock.h"
 #include "folder_listing.h"
 #include "printable_text.h"
 #include "run_files.h"
 
 namespace {
-
-constexpr char kLogName[] = "batch_detect.log";
 
 void SearchFile(SBxDetectedFile& file, CBxRunProgress& progress, unsigned int threads) {
     const std::string name = BX_GetNameOfFile(file.file);
@@ -53,15 +49,13 @@ SBxBatchDetectOutcome BX_RunBatchDetect(const SBxRunContext& context, const std:
     }
     CBxRunLog log;
     std::vector<std::string> files;
-    log.Open(input + "/" + kLogName, outcome.logFault);
+    log.Open(input + "/" + kBatchDetectLog, outcome.logFault);
     outcome.logPath = log.Path();
     if (!BX_ListFolder(files, input)) {
         log.Error("Cannot read input files.");
         outcome.reason = "the folder cannot be read";
         return outcome;
     }
-    // The log of the run lies among the pictures and is none of them.
-    files.erase(std::remove(files.begin(), files.end(), input + "/" + kLogName), files.end());
     outcome.total = files.size();
     context.progress.SetTotal(files.size());
     BX_RunFiles<SBxDetectedFile>(

@@ -1,7 +1,5 @@
 #include "batch_sign.h"
 
-#include <cstring>
-
 #include "batch_sign_file.h"
 #include "file_lock.h"
 #include "folder_listing.h"
@@ -11,7 +9,6 @@
 
 namespace {
 
-constexpr char kLogName[] = "batch_sign.log";
 constexpr char kOutputName[] = "signed";
 
 void Count(SBxBatchSignOutcome& outcome, const SBxSignedFile& file) {
@@ -54,7 +51,7 @@ bool Prepare(SPlaces& places, const std::string& folder, SBxBatchSignOutcome& ou
     if (!places.work.Create(places.output, outcome.reason)) {
         return false;
     }
-    if (!places.log.Open(places.output + kLogName, outcome.logFault)) {
+    if (!places.log.Open(places.output + kBatchSignLog, outcome.logFault)) {
         outcome.reason = outcome.logFault;
         outcome.logFault.clear();
         return false;

@@ -16,8 +16,6 @@
 
 namespace {
 
-constexpr char kLogName[] = "Veridane_PDF.log";
-
 // One run on one document.
 class CBxPdfSearch {
 public:
@@ -84,7 +82,7 @@ private:
 
     void Search(const CBxPdfPictureReport& report) {
         const std::string folder = m_strDocument.substr(0, m_strDocument.rfind('/'));
-        m_Log.Open(folder + "/" + kLogName, m_Outcome.logFault);
+        m_Log.Open(folder + "/" + kPdfDetectLog, m_Outcome.logFault);
         m_Outcome.logPath = m_Log.Path();
         LogToApplication("Detecting signatures...");
         TellOfExtraction();
