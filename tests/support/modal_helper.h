@@ -18,12 +18,13 @@
 //     window.OnSignImage();
 //
 // An act waits until a visible modal window of its type is there, one that opens while an earlier act still runs
-// included. When none comes within the limit, the test fails and all modal windows are closed, so that no exec() hangs.
-// At the end of the scope every act must have been done.
+// included. When none comes within the limit, or a modal window is still open long after the last act, the test fails
+// and all modal windows are closed, so that no exec() hangs. At the end of the scope every act must have been done.
 class CModalActs {
 public:
     static constexpr int kPollMilliseconds = 5;
     static constexpr int kLimitMilliseconds = 10000;
+    static constexpr int kEndMilliseconds = 60000;
 
     CModalActs() = default;
     ~CModalActs() {
@@ -41,6 +42,9 @@ public:
                               return dialog == nullptr ? std::function<void()>() : [act, dialog] { act(*dialog); };
                           }});
         if (m_Acts.size() == 1) {
+            m_Waiting.start();
+        }
+        if (!m_IsPolling) {
             Wait();
         }
     }
@@ -55,6 +59,7 @@ private:
     };
 
     void Wait() {
+        m_IsPolling = true;
         m_Waiting.start();
         Poll();
     }
@@ -66,23 +71,36 @@ private:
 
     void Look() {
         QWidget* const modal = QApplication::activeModalWidget();
+        if (m_Acts.empty()) {
+            LookForEnd(modal);
+            return;
+        }
         const bool visible = modal != nullptr && modal->isVisible();
         if (std::function<void()> act = visible ? m_Acts.front().match(modal) : std::function<void()>()) {
             m_Acts.pop_front();
-            if (!m_Acts.empty()) {
-                Wait();
-            }
+            Wait();
             act();
         } else if (m_Waiting.elapsed() < kLimitMilliseconds) {
             Poll();
         } else {
-            GiveUp();
+            GiveUp(m_Acts.front().type);
         }
     }
 
-    void GiveUp() {
-        ADD_FAILURE() << "waited in vain for " << m_Acts.front().type;
+    void LookForEnd(const QWidget* modal) {
+        if (modal != nullptr && m_Waiting.elapsed() < kEndMilliseconds) {
+            Poll();
+        } else if (modal != nullptr) {
+            GiveUp(modal->metaObject()->className());
+        } else {
+            m_IsPolling = false;
+        }
+    }
+
+    void GiveUp(const char* type) {
+        ADD_FAILURE() << "waited in vain for the coming or going of " << type;
         m_Acts.clear();
+        m_IsPolling = false;
         CloseAll();
     }
 
@@ -96,5 +114,6 @@ private:
 
     std::deque<SAct> m_Acts;
     QElapsedTimer m_Waiting;
+    bool m_IsPolling = false;
     QObject m_Receiver;  // last, so that no timer fires into a half-destroyed object
 };
