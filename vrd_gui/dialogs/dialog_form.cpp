@@ -7,6 +7,7 @@
 #include <QGroupBox>
 #include <QIcon>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QSet>
 #include <QUrl>
 
@@ -49,7 +50,9 @@ QString WithKey(QString text, QSet<QChar>& taken) {
 // Return and Escape are the keys of these.
 bool ClosesDialog(const QAbstractButton& button) {
     const QString name = button.objectName();
-    return qobject_cast<QDialogButtonBox*>(button.parentWidget()) != nullptr || name == "buttonOK" ||
+    const auto* const push = qobject_cast<const QPushButton*>(&button);
+    return (push != nullptr && push->isDefault()) ||
+           qobject_cast<QDialogButtonBox*>(button.parentWidget()) != nullptr || name == "buttonOK" ||
            name.endsWith("Cancel") || name.endsWith("Close");
 }
 

@@ -44,6 +44,10 @@ CBxInputSignDlg::CBxInputSignDlg(QWidget* parent, char* buffer, unsigned int siz
     font.setStyleHint(QFont::Monospace);
     m_pForm->lineEditInputSign->setFont(font);
     m_pForm->lineEditOutputSign->setFont(font);
+    // A field that takes no typing looks like one.
+    QPalette palette = m_pForm->lineEditOutputSign->palette();
+    palette.setColor(QPalette::Base, palette.color(QPalette::Window));
+    m_pForm->lineEditOutputSign->setPalette(palette);
     const auto length = static_cast<qsizetype>(strnlen(buffer, size));
     m_pForm->lineEditInputSign->setText(QString::fromUtf8(buffer, length));
     m_pForm->lineEditInputSign->selectAll();
