@@ -2,6 +2,7 @@
 
 #include "file_lock.h"
 #include "folder_listing.h"
+#include "localization.h"
 #include "printable_text.h"
 #include "run_files.h"
 
@@ -44,7 +45,7 @@ SBxBatchDetectOutcome BX_RunBatchDetect(const SBxRunContext& context, const std:
     const std::string input = BX_GetAbsolutePath(folder);
     CBxFileLock lock;
     if (!lock.Take(input)) {
-        outcome.reason = "another run works in this folder";
+        outcome.reason = CBxLocalization::Translate("another run works in this folder");
         return outcome;
     }
     CBxRunLog log;
@@ -53,7 +54,7 @@ SBxBatchDetectOutcome BX_RunBatchDetect(const SBxRunContext& context, const std:
     outcome.logPath = log.Path();
     if (!BX_ListFolder(files, input)) {
         log.Error("Cannot read input files.");
-        outcome.reason = "the folder cannot be read";
+        outcome.reason = CBxLocalization::Translate("the folder cannot be read");
         return outcome;
     }
     outcome.total = files.size();

@@ -3,6 +3,7 @@
 #include "batch_sign_file.h"
 #include "file_lock.h"
 #include "folder_listing.h"
+#include "localization.h"
 #include "qt_files.h"
 #include "run_files.h"
 #include "run_folder.h"
@@ -36,11 +37,11 @@ bool Prepare(SPlaces& places, const std::string& folder, SBxBatchSignOutcome& ou
     places.input = BX_GetAbsolutePath(folder);
     places.output = places.input + "/" + kOutputName + "/";
     if (!places.lock.Take(places.input)) {
-        outcome.reason = "another run works in this folder";
+        outcome.reason = CBxLocalization::Translate("another run works in this folder");
         return false;
     }
     if (!BX_ExistDirectory(places.input.c_str())) {
-        outcome.reason = "there is no such folder";
+        outcome.reason = CBxLocalization::Translate("there is no such folder");
         return false;
     }
     if (BX_CreateDirectory(places.output.c_str()) != 0) {
@@ -96,7 +97,7 @@ SBxBatchSignOutcome BX_RunBatchSign(const SBxRunContext& context, const std::str
     std::vector<std::string> files;
     if (!BX_ListFolder(files, places.input)) {
         places.log.Error("Cannot read intput files.");
-        outcome.reason = "the folder cannot be read";
+        outcome.reason = CBxLocalization::Translate("the folder cannot be read");
         return outcome;
     }
     outcome.total = files.size();

@@ -43,7 +43,7 @@ private:
         if (m_strDocument.empty() || ::stat(m_strDocument.c_str(), &facts) != 0) {
             return Fail(std::strerror(m_strDocument.empty() ? ENOENT : errno));
         }
-        return S_ISREG(facts.st_mode) || Fail("it is not a regular file");
+        return S_ISREG(facts.st_mode) || Fail(CBxLocalization::Translate("it is not a regular file"));
     }
 
     bool PrepareFolder() {
