@@ -4,6 +4,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QSlider>
 #include <QSpinBox>
@@ -12,6 +13,7 @@
 #include "dialog_user.h"
 #include "gui_text.h"
 #include "input_compression_dlg.h"
+#include "interface_language.h"
 #include "modal_helper.h"
 #include "temporary_folder.h"
 #include "vrd_settings.h"
@@ -130,6 +132,19 @@ TEST_F(SettingsDialogs, SwitchTheLanguageAtOnceAndBackOnCancel) {
     EXPECT_EQ(BX_Text("Options"), "Options");
     EXPECT_EQ(m_Changes, 4);
     EXPECT_EQ(m_Config.m_iLangIndex, 0);
+}
+
+// Messages and file dialogs have buttons of Qt, which would stay English in the middle of everything else.
+TEST_F(SettingsDialogs, TakeTheButtonsOfQtAlong) {
+    const auto yes = [] {
+        return QMessageBox(QMessageBox::Question, "", "", QMessageBox::Yes).button(QMessageBox::Yes)->text();
+    };
+    EXPECT_EQ(yes(), "&Yes");
+    EXPECT_TRUE(BX_LoadLanguage(m_Config, 1));
+    EXPECT_EQ(yes(), "&Ja");
+    EXPECT_TRUE(BX_LoadLanguage(m_Config, 0));
+    EXPECT_EQ(yes(), "&Yes");
+    EXPECT_FALSE(BX_LoadLanguage(m_Config, 9));
 }
 
 TEST_F(SettingsDialogs, KeepTheLanguageThatWasConfirmed) {
