@@ -29,6 +29,9 @@ constexpr char kExamples[] = R"(Examples:
   vrd detect photo-signed.jpg *.png
   vrd detect --json -- -odd-name.jpg *.jpg
   vrd inspect photo.jpg --overlay places.png
+  vrd batch-sign holidays -s abc-Z9
+  vrd batch-detect holidays/signed
+  vrd pdf-detect brochure.pdf
 
 Exit status: 0 done; 1 nothing found, or refused because a sign is there already or was lost in saving; 2 an error;
 128 and the number of the signal after Ctrl-C or a request to end.
@@ -56,9 +59,38 @@ Examples:
   vrd inspect photo.jpg --overlay places.png
   vrd inspect photo.jpg --detect --zoom 1.3 --json)";
 
+constexpr char kBatchSignExamples[] =
+    R"(Signs every picture in FOLDER, not in folders below it, into FOLDER/signed/ under the same names, and replaces what
+an earlier run has put there. A JPEG whose sign does not survive is written with rising quality, and at last as
+NAME.bmp. Every file is read back and searched before it takes its name. The log is FOLDER/signed/batch_sign.log.
+
+Exit status: 0 all signed; 1 not all; 2 nothing could be done; 128 and the number of the signal after Ctrl-C.
+
+Examples:
+  vrd batch-sign holidays -s abc-Z9
+  vrd batch-sign holidays -s abc-Z9 -q 80 --json)";
+
+constexpr char kBatchDetectExamples[] =
+    R"(Searches every picture in FOLDER, not in folders below it. The log is FOLDER/batch_detect.log.
+
+Examples:
+  vrd batch-detect holidays/signed
+  vrd batch-detect holidays -t 2 --json)";
+
+constexpr char kPdfDetectExamples[] =
+    R"(Searches every picture of the document. The log is Veridane_PDF.log in the folder of the document.
+
+Exit status: 0 a sign found; 1 none; 2 a picture or the document could not be searched.
+
+Examples:
+  vrd pdf-detect brochure.pdf)";
+
 constexpr char kAboutSign[] = "Hide a sign in a photograph";
 constexpr char kAboutDetect[] = "Search pictures for a sign";
 constexpr char kAboutInspect[] = "Show where a sign would be written or looked for";
+constexpr char kAboutBatchSign[] = "Hide a sign in all pictures of a folder";
+constexpr char kAboutBatchDetect[] = "Search all pictures of a folder for signs";
+constexpr char kAboutPdfDetect[] = "Search the pictures of a PDF document for signs";
 
 struct SArguments {
     bool json = false;
@@ -68,6 +100,8 @@ struct SArguments {
     SBxSignRequest sign;
     SBxDetectRequest detect;
     SBxInspectRequest inspect;
+    SBxBatchRequest batch;
+    SBxPdfRequest pdf;
 };
 
 unsigned int DefaultThreads() {
@@ -136,6 +170,33 @@ void DescribeInspect(CLI::App& command, SArguments& arguments) {
     command.footer(kInspectExamples);
 }
 
+void DescribeBatchSign(CLI::App& command, SArguments& arguments) {
+    SBxBatchRequest& request = arguments.batch;
+    command.add_option("FOLDER", request.folder, "The folder; its files are not changed")->required()->type_name("");
+    command.add_option("-s,--sign", request.sign, "The sign")->required()->type_name("SIGN");
+    command.add_option("-q,--quality", request.quality, "Quality that JPEG files are tried with first")
+        ->type_name("1..100")
+        ->check(CLI::Range(1, 100).description(""))
+        ->capture_default_str();
+    AddThreads(command, request.threads);
+    AddCommon(command, arguments);
+    command.footer(kBatchSignExamples);
+}
+
+void DescribeBatchDetect(CLI::App& command, SArguments& arguments) {
+    command.add_option("FOLDER", arguments.batch.folder, "The folder")->required()->type_name("");
+    AddThreads(command, arguments.batch.threads);
+    AddCommon(command, arguments);
+    command.footer(kBatchDetectExamples);
+}
+
+void DescribePdfDetect(CLI::App& command, SArguments& arguments) {
+    command.add_option("FILE", arguments.pdf.document, "The document")->required()->type_name("");
+    AddThreads(command, arguments.pdf.threads);
+    AddCommon(command, arguments);
+    command.footer(kPdfDetectExamples);
+}
+
 struct SCommand {
     const char* name;
     const char* about;
@@ -156,6 +217,12 @@ const SCommand kCommands[] = {
      [](SArguments& arguments, CBxConsole& console) { return BX_DetectCommand(arguments.detect, console); }},
     {"inspect", kAboutInspect, DescribeInspect,
      [](SArguments& arguments, CBxConsole& console) { return BX_InspectCommand(arguments.inspect, console); }},
+    {"batch-sign", kAboutBatchSign, DescribeBatchSign,
+     [](SArguments& arguments, CBxConsole& console) { return BX_BatchSignCommand(arguments.batch, console); }},
+    {"batch-detect", kAboutBatchDetect, DescribeBatchDetect,
+     [](SArguments& arguments, CBxConsole& console) { return BX_BatchDetectCommand(arguments.batch, console); }},
+    {"pdf-detect", kAboutPdfDetect, DescribePdfDetect,
+     [](SArguments& arguments, CBxConsole& console) { return BX_PdfDetectCommand(arguments.pdf, console); }},
 };
 
 bool AsksForJson(const std::vector<std::string>& words) {

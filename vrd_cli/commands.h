@@ -10,7 +10,7 @@
 // Exit statuses; scripts depend on them.
 enum class EBxExit {
     kDone = 0,     // signed; a sign found and no file failed
-    kNothing = 1,  // refused because of a sign that is there, or lost in saving; nothing found
+    kNothing = 1,  // refused because of a sign that is there, or lost in saving; not all signed; nothing found
     kError = 2,
 };
 
@@ -40,8 +40,23 @@ struct SBxInspectRequest {
     bool force = false;
 };
 
+struct SBxBatchRequest {
+    std::string folder;
+    std::string sign;  // of a batch that signs
+    int quality = 90;  // that JPEG files are tried with first
+    unsigned int threads = 1;
+};
+
+struct SBxPdfRequest {
+    std::string document;
+    unsigned int threads = 1;
+};
+
 // Each reports through the console and returns the status. An interruption (stop_request.h) is reported as an error;
 // the caller turns it into the status of its signal.
 EBxExit BX_SignCommand(const SBxSignRequest& request, CBxConsole& console);
 EBxExit BX_DetectCommand(const SBxDetectRequest& request, CBxConsole& console);
 EBxExit BX_InspectCommand(const SBxInspectRequest& request, CBxConsole& console);
+EBxExit BX_BatchSignCommand(const SBxBatchRequest& request, CBxConsole& console);
+EBxExit BX_BatchDetectCommand(const SBxBatchRequest& request, CBxConsole& console);
+EBxExit BX_PdfDetectCommand(const SBxPdfRequest& request, CBxConsole& console);

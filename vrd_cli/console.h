@@ -5,15 +5,10 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "printable_text.h"
+
 // Members of an object keep the order in which they are added.
 using CBxJson = nlohmann::ordered_json;
-
-// A name for people: control characters and bytes that are not UTF-8 are shown as \n, \t or \x1b, so that a name can
-// neither end a line nor steer a terminal.
-std::string BX_PrintableName(const std::string& name);
-
-// A text that every JSON reader takes: bytes that are not UTF-8 become the replacement character.
-std::string BX_ValidUtf8(const std::string& text);
 
 // Prints in one of two forms, as lines of text or as one JSON object a line. One thread at a time.
 class CBxConsole {

@@ -1,4 +1,3 @@
-#include <cmath>
 #include <vector>
 
 #include "commands.h"
@@ -7,6 +6,7 @@
 #include "picture_search.h"
 #include "result.h"
 #include "run_watcher.h"
+#include "search_report.h"
 #include "side_by_side.h"
 #include "stop_request.h"
 #include "stopwatch.h"
@@ -15,17 +15,9 @@ namespace {
 
 void ReportSearch(const std::string& file, const SBxSearchResult& result, double seconds, CBxConsole& console) {
     const bool isFound = result.code == kBxSuccess;
-    CBxJson record = {{"file", BX_ValidUtf8(file)}, {"sign", nullptr},           {"zoom", nullptr},
-                      {"rectangle", nullptr},       {"corrected_bits", nullptr}, {"seconds", seconds}};
-    if (isFound) {
-        const CBxRect<int>& rectangle = result.rectangle;
-        record["sign"] = BX_ValidUtf8(result.sign);
-        record["zoom"] = std::round(result.zoom * 1e6) / 1e6;  // 0.95, not 0.9500000000000002
-        record["rectangle"] = {rectangle.left, rectangle.top, rectangle.right, rectangle.bottom};
-        record["corrected_bits"] = result.correctedBits;
-    }
+    CBxJson record = {{"file", BX_ValidUtf8(file)}};
+    BX_DescribeSearch(record, result, seconds);
     if (result.shrunkTo.width > 0) {
-        record["shrunk_to"] = {result.shrunkTo.width, result.shrunkTo.height};
         console.Note(file, BX_DescribeShrinking(result));
     }
     console.Result(record);

@@ -28,7 +28,14 @@ public slots:
     void reject() override;
 
 private:
+    void Fill();
+    // The texts that do not stand in the form file.
+    void ShowTexts();
+    void OnLanguage(int index);
+    void ShowLanguage(int index);
+
     std::unique_ptr<Ui::CBxSettingsDlg> m_pForm;
     SBxVRDConfig* m_pConfig;
     std::function<void()> m_LanguageChanged;
+    int m_iShownLanguage;  // index in the list
 };

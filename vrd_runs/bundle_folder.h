@@ -1,0 +1,12 @@
+// Where the files lie that come with the program: localization, manual, the tool that takes pictures out of documents.
+#pragma once
+
+// Writes the path of the bundle folder, absolute and with "/" at its end, into `size` bytes. Looked for in this order:
+//
+//   beside the program              <folder of the program>/Veridane.app/
+//   where an installation puts it   <folder of the program>/../share/veridane/Veridane.app/
+//   in the working folder           <working folder>/Veridane.app/, only when the program itself lies under it
+//
+// The folder of the program is that of the file that runs, links followed. False, and an empty text, when there is no
+// such folder or the path does not fit. What lies in the folder is trusted and run, so no other place is looked at.
+bool BX_GetBundleFolder(char* dst, unsigned int size);

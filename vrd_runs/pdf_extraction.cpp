@@ -1,0 +1,116 @@
+#include "pdf_extraction.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "base_files.h"
+#include "child_process.h"
+#include "qt_files.h"
+
+namespace {
+
+constexpr char kTool[] = "pdfimages";
+constexpr char kRoot[] = "images";
+
+struct SFileCloser {
+    void operator()(std::FILE* file) const { BX_fclose(file); }
+};
+
+// Numbers of pictures have three digits or more, so that a longer name has a larger number.
+bool StandsBefore(const std::string& left, const std::string& right) {
+    return left.size() != right.size() ? left.size() < right.size() : left < right;
+}
+
+std::vector<std::string> FilesOfKind(const std::string& folder, const char* pattern) {
+    std::vector<QString> files;
+    BX_GetFilesInDirectory(files, folder.substr(0, folder.rfind('/')).c_str(), pattern);
+    std::vector<std::string> names;
+    for (const QString& file : files) {
+        names.push_back(file.toStdString());
+    }
+    std::sort(names.begin(), names.end(), StandsBefore);
+    return names;
+}
+
+// Whether a picture file has as many bytes as its header promises. One with another header is for the decoder to judge.
+bool IsWhole(const std::string& path) {
+    struct stat facts = {};
+    const std::unique_ptr<std::FILE, SFileCloser> file(BX_fopen(path.c_str(), "rb"));
+    if (file == nullptr || ::fstat(::fileno(file.get()), &facts) != 0 || facts.st_size == 0) {
+        return false;
+    }
+    long long width = 0;
+    long long height = 0;
+    long long most = 0;
+    if (std::fscanf(file.get(), "P6 %9lld %9lld %5lld", &width, &height, &most) != 3) {
+        return true;
+    }
+    return facts.st_size - std::ftell(file.get()) > width * height * (most > 255 ? 6 : 3);
+}
+
+// "pdfimages: Incorrect password": the last thing that the tool said is nearest to why it gave up.
+std::string LastLine(const std::string& messages) {
+    const std::size_t end = messages.find_last_not_of("\n\r ");
+    if (end == std::string::npos) {
+        return std::string();
+    }
+    const std::size_t start = messages.find_last_of('\n', end);
+    return messages.substr(start == std::string::npos ? 0 : start + 1,
+                           end - (start == std::string::npos ? 0 : start + 1) + 1);
+}
+
+std::string DescribeEnd(const SBxChildResult& child) {
+    switch (child.end) {
+        case EBxChildEnd::kTooSlow:
+            return "taking the pictures out of the document took longer than 30 seconds";
+        case EBxChildEnd::kCrashed:
+            return std::string(kTool) + " crashed";
+        default:
+            break;
+    }
+    const std::string said = LastLine(child.output);
+    return std::string(kTool) +
+           (said.empty() ? " failed with status " + std::to_string(child.exitStatus) : ": " + said);
+}
+
+SBxPdfPictures Fail(SBxPdfPictures pictures, const std::string& reason) {
+    pictures.reason = reason;
+    pictures.logLine =
+        std::string("PDF detection failed. The ") + kTool + " finished with errors: " + pictures.messages +
+        (pictures.messages.find(reason) == std::string::npos ? (pictures.messages.empty() ? "" : " ") + reason : "");
+    return pictures;
+}
+
+}  // namespace
+
+SBxPdfPictures BX_ExtractPdfPictures(const std::string& document, const std::string& bundleFolder,
+                                     const std::string& folder, const std::function<bool()>& cancelled) {
+    SBxPdfPictures pictures;
+    const std::string program = bundleFolder + kTool;
+    const SBxChildResult child = BX_RunChild(program, {document, folder + kRoot}, cancelled);
+    pictures.messages = child.output;
+    if (child.end == EBxChildEnd::kNotStarted) {
+        pictures.logLine = "PDF detection failed. Cannot start " + program + ".";
+        pictures.reason = "cannot start " + program + ": " + child.reason;
+        return pictures;
+    }
+    if (child.end == EBxChildEnd::kCancelled) {
+        pictures.isCancelled = true;
+        pictures.hasFailed = false;
+        return pictures;
+    }
+    if (child.end != EBxChildEnd::kExited || child.exitStatus != 0) {
+        return Fail(pictures, DescribeEnd(child));
+    }
+    pictures.pictures = FilesOfKind(folder, "*.ppm");
+    pictures.passedOver = FilesOfKind(folder, "*.pbm");
+    if (!std::all_of(pictures.pictures.begin(), pictures.pictures.end(), IsWhole)) {
+        return Fail(pictures, "the pictures do not fit into the folder for temporary files, " + folder);
+    }
+    pictures.hasFailed = false;
+    return pictures;
+}

@@ -1,0 +1,37 @@
+#include "run_context.h"
+
+#include <algorithm>
+
+#include "localization.h"
+#include "sign_op.h"
+
+namespace {
+
+void AppendCount(std::string& detail, std::size_t count, const char* text) {
+    if (count > 0) {
+        detail += (detail.empty() ? "" : " ") + std::string(text) + " " + std::to_string(count) + ".";
+    }
+}
+
+}  // namespace
+
+std::string BX_GetDetail(const SBxRunOutcome& outcome) {
+    std::string detail = outcome.reason;
+    AppendCount(detail, outcome.unreadable, CBxLocalization::Translate("Files that could not be read:"));
+    AppendCount(detail, outcome.failed, CBxLocalization::Translate("Files that could not be worked on:"));
+    if (outcome.wasCancelled) {
+        detail += (detail.empty() ? "" : " ") + std::string(CBxLocalization::Translate("The run was cancelled."));
+    }
+    if (!outcome.logFault.empty()) {
+        detail += (detail.empty() ? "" : " ") + outcome.logFault;
+    }
+    return detail;
+}
+
+unsigned int BX_GetThreadsOfRun(int threads) {
+    return static_cast<unsigned int>(std::clamp(threads, 1, static_cast<int>(CBxSignOp::kMostThreads)));
+}
+
+std::string BX_GetNameOfFile(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
+}
