@@ -120,7 +120,8 @@ void EngineZoom(SStages& stages, const CBxSearchPicture& shared, double zoom, st
         CBxScaledRows mean(shared, columns, zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
         good = good && mean.Prepare() &&
                BX_FindImportantRectangles(CBxRunStop(run, EBxStopOn::Abort), rects, count, mean,
-                                          {mean.Width(), mean.Height()}, anchors, anchorCount, true, zoom, bars, nullptr) == 0;
+                                          {mean.Width(), mean.Height()}, anchors, anchorCount, true, zoom, bars,
+                                          nullptr) == 0;
         rects[count++] = {0, 0, static_cast<double>(mean.Width()), static_cast<double>(mean.Height())};
         CBxSignOp::ReduceNumbersOfRectanglesX(rects, count);
     });

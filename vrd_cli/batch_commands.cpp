@@ -84,7 +84,12 @@ void ReportSigned(const SBxSignedFile& file, const std::string& sign, CBxConsole
                    (file.quality < 0 ? "" : ", quality " + std::to_string(file.quality)));
 }
 
-void ReportSearched(const SBxDetectedFile& file, const std::string& name, CBxJson record, CBxConsole& console) {
+EBxSearchDepth DepthOf(bool deep) {
+    return deep ? EBxSearchDepth::Deep : EBxSearchDepth::Ordinary;
+}
+
+void ReportSearched(const SBxDetectedFile& file, const std::string& name, CBxJson record, bool deep,
+                    CBxConsole& console) {
     if (!file.warning.empty()) {
         console.Note(name, file.warning);
     }
@@ -96,8 +101,11 @@ void ReportSearched(const SBxDetectedFile& file, const std::string& name, CBxJso
         console.Note(name, BX_DescribeShrinking(file.search));
     }
     BX_DescribeSearch(record, file.search, file.seconds);
+    if (deep) {
+        BX_DescribeDepth(record, file.search);
+    }
     console.Result(record);
-    console.Result(BX_PrintableName(name) + ": " + (file.isFound ? file.search.sign : "no sign found"));
+    console.Result(BX_PrintableName(name) + ": " + BX_TellSign(file.search));
 }
 
 // The last line or object. `place` is the folder or document, `counts` goes into the object, `line` follows the
@@ -180,13 +188,14 @@ EBxExit BX_BatchDetectCommand(const SBxBatchRequest& request, CBxConsole& consol
     const CBxStopwatch stopwatch;
     BX_LoadPictureDecoders();
     CBxRunProgress progress(BX_IsStopRequested);
-    const SBxRunContext context = {progress, static_cast<int>(request.threads), request.quality, "", "", nullptr};
+    const SBxRunContext context = {
+        progress, static_cast<int>(request.threads), request.quality, "", "", nullptr, DepthOf(request.deep)};
     CReports reports(console);
     std::size_t found = 0;
     const SBxBatchDetectOutcome outcome = BX_RunBatchDetect(context, request.folder, [&](const SBxDetectedFile& file) {
         found += file.isFound ? 1 : 0;
         reports.Report(progress.View(), [&] {
-            ReportSearched(file, file.file, {{"file", BX_ValidUtf8(file.file)}}, console);
+            ReportSearched(file, file.file, {{"file", BX_ValidUtf8(file.file)}}, request.deep, console);
         });
     });
     reports.Wipe();
@@ -203,15 +212,21 @@ EBxExit BX_PdfDetectCommand(const SBxPdfRequest& request, CBxConsole& console) {
     const CBxStopwatch stopwatch;
     BX_LoadPictureDecoders();
     CBxRunProgress progress(BX_IsStopRequested);
-    const SBxRunContext context = {progress, static_cast<int>(request.threads), 90, BundleFolder(), TemporaryFolder(),
-                                   nullptr};
+    const SBxRunContext context = {progress,
+                                   static_cast<int>(request.threads),
+                                   90,
+                                   BundleFolder(),
+                                   TemporaryFolder(),
+                                   nullptr,
+                                   DepthOf(request.deep)};
     CReports reports(console);
     std::size_t found = 0;
     const SBxPdfDetectOutcome outcome = BX_RunPdfDetect(context, request.document, [&](const SBxPdfPicture& picture) {
         found += picture.isFound ? 1 : 0;
         reports.Report(progress.View(), [&] {
             ReportSearched(picture, request.document + ", picture " + std::to_string(picture.number),
-                           {{"file", BX_ValidUtf8(request.document)}, {"picture", picture.number}}, console);
+                           {{"file", BX_ValidUtf8(request.document)}, {"picture", picture.number}}, request.deep,
+                           console);
         });
     });
     reports.Wipe();

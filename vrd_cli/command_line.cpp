@@ -49,7 +49,8 @@ constexpr char kDetectExamples[] = R"(Prints "FILE: SIGN" or "FILE: no sign foun
 
 Examples:
   vrd detect photo-signed.jpg
-  vrd detect --json *.jpg)";
+  vrd detect --json *.jpg
+  vrd detect --deep turned-and-cut.jpg)";
 
 constexpr char kInspectExamples[] =
     R"(Prints the corners, the rectangles between them, and (without --detect) those that would carry a sign, in pixels
@@ -116,6 +117,12 @@ void AddThreads(CLI::App& command, unsigned int& threads) {
         ->capture_default_str();
 }
 
+void AddDeep(CLI::App& command, bool& deep) {
+    command.add_flag(
+        "--deep", deep,
+        "Search harder where nothing is found: turned, mirrored, cut, brightened, badly compressed pictures");
+}
+
 void AddCommon(CLI::App& command, SArguments& arguments) {
     command.add_flag("--json", arguments.json, "Print one JSON object a line, errors included");
     command.add_flag("--quiet", arguments.quiet, "Print results and errors only: no progress, no notes");
@@ -151,6 +158,7 @@ void DescribeSign(CLI::App& command, SArguments& arguments) {
 
 void DescribeDetect(CLI::App& command, SArguments& arguments) {
     command.add_option("FILE", arguments.detect.files, "Pictures to search")->required()->type_name("");
+    AddDeep(command, arguments.detect.deep);
     AddThreads(command, arguments.detect.threads);
     AddCommon(command, arguments);
     command.footer(kDetectExamples);
@@ -185,6 +193,7 @@ void DescribeBatchSign(CLI::App& command, SArguments& arguments) {
 
 void DescribeBatchDetect(CLI::App& command, SArguments& arguments) {
     command.add_option("FOLDER", arguments.batch.folder, "The folder")->required()->type_name("");
+    AddDeep(command, arguments.batch.deep);
     AddThreads(command, arguments.batch.threads);
     AddCommon(command, arguments);
     command.footer(kBatchDetectExamples);
@@ -192,6 +201,7 @@ void DescribeBatchDetect(CLI::App& command, SArguments& arguments) {
 
 void DescribePdfDetect(CLI::App& command, SArguments& arguments) {
     command.add_option("FILE", arguments.pdf.document, "The document")->required()->type_name("");
+    AddDeep(command, arguments.pdf.deep);
     AddThreads(command, arguments.pdf.threads);
     AddCommon(command, arguments);
     command.footer(kPdfDetectExamples);

@@ -30,6 +30,7 @@ struct SBxSignRequest {
 struct SBxDetectRequest {
     std::vector<std::string> files;
     unsigned int threads = 1;
+    bool deep = false;
 };
 
 struct SBxInspectRequest {
@@ -45,11 +46,13 @@ struct SBxBatchRequest {
     std::string sign;  // of a batch that signs
     int quality = 90;  // that JPEG files are tried with first
     unsigned int threads = 1;
+    bool deep = false;  // of a batch that detects
 };
 
 struct SBxPdfRequest {
     std::string document;
     unsigned int threads = 1;
+    bool deep = false;
 };
 
 // Each reports through the console and returns the status. An interruption (stop_request.h) is reported as an error;

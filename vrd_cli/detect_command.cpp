@@ -13,15 +13,18 @@
 
 namespace {
 
-void ReportSearch(const std::string& file, const SBxSearchResult& result, double seconds, CBxConsole& console) {
-    const bool isFound = result.code == kBxSuccess;
+void ReportSearch(const std::string& file, const SBxSearchResult& result, EBxSearchDepth depth, double seconds,
+                  CBxConsole& console) {
     CBxJson record = {{"file", BX_ValidUtf8(file)}};
     BX_DescribeSearch(record, result, seconds);
+    if (depth == EBxSearchDepth::Deep) {
+        BX_DescribeDepth(record, result);
+    }
     if (result.shrunkTo.width > 0) {
         console.Note(file, BX_DescribeShrinking(result));
     }
     console.Result(record);
-    console.Result(BX_PrintableName(file) + ": " + (isFound ? BX_PrintableName(result.sign) : "no sign found"));
+    console.Result(BX_PrintableName(file) + ": " + BX_TellSign(result));
 }
 
 EBxExit Fail(const std::string& file, const std::string& reason, CBxConsole& console) {
@@ -38,7 +41,8 @@ struct SFileSearch {
 };
 
 // Reads and searches one file; may run beside others.
-void SearchFile(SFileSearch& search, const std::string& file, unsigned int threads, bool showProgress) {
+void SearchFile(SFileSearch& search, const std::string& file, unsigned int threads, EBxSearchDepth depth,
+                bool showProgress) {
     const CBxStopwatch stopwatch;
     SBxPicBuf* picture = nullptr;
     search.isRead = CBxConvertPicture::ReadInputFile(picture, file.c_str(), search.report) == kBxSuccess;
@@ -46,12 +50,12 @@ void SearchFile(SFileSearch& search, const std::string& file, unsigned int threa
     if (search.isRead) {
         SBxSignRun run;
         const CBxRunWatcher watcher(run, showProgress, BX_PrintableName(file));
-        search.result = BX_SearchPicture(run, *picture, threads);
+        search.result = BX_SearchPicture(run, *picture, threads, depth);
     }
     search.seconds = stopwatch.Seconds();
 }
 
-EBxExit ReportFile(const SFileSearch& search, const std::string& file, CBxConsole& console) {
+EBxExit ReportFile(const SFileSearch& search, const std::string& file, EBxSearchDepth depth, CBxConsole& console) {
     if (!search.isRead) {
         return Fail(file, search.report.m_szReason, console);
     }
@@ -64,7 +68,7 @@ EBxExit ReportFile(const SFileSearch& search, const std::string& file, CBxConsol
     if (search.result.code != kBxSuccess && BX_IsStopRequested()) {
         return Fail(file, "interrupted", console);
     }
-    ReportSearch(file, search.result, search.seconds, console);
+    ReportSearch(file, search.result, depth, search.seconds, console);
     return search.result.code == kBxSuccess ? EBxExit::kDone : EBxExit::kNothing;
 }
 
@@ -72,6 +76,7 @@ EBxExit ReportFile(const SFileSearch& search, const std::string& file, CBxConsol
 
 EBxExit BX_DetectCommand(const SBxDetectRequest& request, CBxConsole& console) {
     const std::vector<std::string>& files = request.files;
+    const EBxSearchDepth depth = request.deep ? EBxSearchDepth::Deep : EBxSearchDepth::Ordinary;
     const SBxWorkShare share = BX_ShareWork(files.size(), request.threads);
     const bool barOfOne = console.ShowsProgress() && share.workers == 1;
     const bool countOfMany = console.ShowsProgress() && share.workers > 1;
@@ -82,12 +87,12 @@ EBxExit BX_DetectCommand(const SBxDetectRequest& request, CBxConsole& console) {
     bool hasFound = false;
     BX_RunSideBySide(
         files.size(), share.workers,
-        [&](std::size_t i) { SearchFile(searches[i], files[i], share.threadsPerFile, barOfOne); },
+        [&](std::size_t i) { SearchFile(searches[i], files[i], share.threadsPerFile, depth, barOfOne); },
         [&](std::size_t i) {
             if (countOfMany) {
                 console.WipeCount();
             }
-            const EBxExit status = ReportFile(searches[i], files[i], console);
+            const EBxExit status = ReportFile(searches[i], files[i], depth, console);
             hasFailed |= status == EBxExit::kError;
             hasFound |= status == EBxExit::kDone;
             searches[i] = {};

@@ -8,9 +8,9 @@
 
 namespace {
 
-void SearchFile(SBxDetectedFile& file, CBxRunProgress& progress, unsigned int threads) {
+void SearchFile(SBxDetectedFile& file, const SBxRunContext& context, unsigned int threads) {
     const std::string name = BX_GetNameOfFile(file.file);
-    BX_SearchFile(file, progress, BX_PrintableName(name), threads);
+    BX_SearchFile(file, context.progress, BX_PrintableName(name), threads, context.depth);
     if (file.search.shrunkTo.width > 0) {
         file.log.Info("The file " + name + ": " + BX_DescribeShrinking(file.search));
     }
@@ -18,7 +18,7 @@ void SearchFile(SBxDetectedFile& file, CBxRunProgress& progress, unsigned int th
         file.log.Error("Cannot read the " + name + " !!");
         file.log.Error("Reason: " + file.reason);
     } else if (file.isFound) {
-        file.log.Info("SIGN FOUND: " + file.search.sign + ". File: " + name);
+        file.log.Info("SIGN FOUND: " + file.search.sign + ". File: " + name + BX_DescribeDepth(file.search));
     } else if (!file.reason.empty()) {
         file.log.Error("Not searched: " + file.reason + ". File: " + name);
     } else if (file.isCancelled) {
@@ -63,7 +63,7 @@ SBxBatchDetectOutcome BX_RunBatchDetect(const SBxRunContext& context, const std:
         context, files.size(),
         [&](SBxDetectedFile& file, std::size_t index, unsigned int threads) {
             file.file = files[index];
-            SearchFile(file, context.progress, threads);
+            SearchFile(file, context, threads);
         },
         [&](const SBxDetectedFile& file) {
             log.Write(file.log);

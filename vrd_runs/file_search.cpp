@@ -3,7 +3,8 @@
 #include "convert_picture.h"
 #include "result.h"
 
-void BX_SearchFile(SBxDetectedFile& file, CBxRunProgress& progress, const std::string& title, unsigned int threads) {
+void BX_SearchFile(SBxDetectedFile& file, CBxRunProgress& progress, const std::string& title, unsigned int threads,
+                   EBxSearchDepth depth) {
     SBxSignRun run;
     const CBxPictureInWork inWork(progress, run, title);
     SBxFileReport report;
@@ -15,7 +16,7 @@ void BX_SearchFile(SBxDetectedFile& file, CBxRunProgress& progress, const std::s
         return;
     }
     file.warning = report.m_szWarning;
-    file.search = BX_SearchPicture(run, *picture, threads);
+    file.search = BX_SearchPicture(run, *picture, threads, depth);
     file.isFound = file.search.code == kBxSuccess;
     if (file.search.code == kBxOutOfMemory) {
         file.reason = "there is not enough memory to search it";

@@ -11,4 +11,5 @@ struct SBxDetectedFile : SBxFileOutcome {
 
 // `file.file` is set; fills the rest but the time and the log. `title` is shown while it works. Callable from several
 // threads.
-void BX_SearchFile(SBxDetectedFile& file, CBxRunProgress& progress, const std::string& title, unsigned int threads);
+void BX_SearchFile(SBxDetectedFile& file, CBxRunProgress& progress, const std::string& title, unsigned int threads,
+                   EBxSearchDepth depth);

@@ -125,7 +125,7 @@ private:
     void SearchPicture(SBxPdfPicture& picture, std::size_t count, unsigned int threads) {
         const std::string title =
             BX_FillNumbers(CBxLocalization::Translate("Processing the %d. image of %d"), {picture.number, count});
-        BX_SearchFile(picture, m_Context.progress, title, threads);
+        BX_SearchFile(picture, m_Context.progress, title, threads, m_Context.depth);
         if (picture.search.shrunkTo.width > 0) {
             picture.log.Info("The file " + picture.file + ": " + BX_DescribeShrinking(picture.search));
         }
@@ -133,7 +133,8 @@ private:
             picture.log.Error("Cannot read the " + picture.file);
             picture.log.Error("Reason: " + picture.reason);
         } else if (picture.isFound) {
-            picture.log.Info("SIGN FOUND: " + picture.search.sign + ". File: " + picture.file);
+            picture.log.Info("SIGN FOUND: " + picture.search.sign + ". File: " + picture.file +
+                             BX_DescribeDepth(picture.search));
         } else if (!picture.reason.empty()) {
             picture.log.Error("Not searched: " + picture.reason + ". File: " + picture.file);
         } else if (picture.isCancelled) {

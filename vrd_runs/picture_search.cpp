@@ -1,5 +1,9 @@
 #include "picture_search.h"
 
+#include <algorithm>
+#include <memory>
+#include <new>
+
 #include "large_picture.h"
 #include "result.h"
 #include "sign_format.h"
@@ -24,23 +28,63 @@ void TakeFinding(SBxSearchResult& result, const SBxSignRun& run, const char* tex
     result.correctedBits = finding.m_uiCorrectedBits;
 }
 
-SBxSearchResult SearchAllZooms(SBxSignRun& run, SBxPicBuf& searched, CBxSize<int> picture, unsigned int threads) {
+// The deep search, with the corners that the ordinary one has collected.
+void SearchDeeply(SBxSearchResult& result, SBxSignRun& run, CBxCornerArchive& archive, const SBxPicBuf& searched,
+                  CBxSize<int> picture, unsigned int threads) {
+    result.code = BX_SearchDeep(run, searched, archive, threads, result.deep, nullptr);
+    if (result.code != kBxSuccess) {
+        return;
+    }
+    const double scale = static_cast<double>(picture.width) / searched.m_iWidth;
+    SBxGridPose& pose = result.deep.m_Pose;
+    for (CBxPoint<double>* point : {&pose.origin, &pose.along, &pose.down}) {
+        *point = {point->x * scale, point->y * scale};
+    }
+    CBxRect<double> frame{pose.origin.x, pose.origin.y, pose.origin.x, pose.origin.y};
+    for (const int corner : {1, 2, 3}) {
+        const CBxPoint<double> point = pose.PointAt((corner & 1) * kGridSide, (corner >> 1) * kGridSide);
+        frame = {std::min(frame.left, point.x), std::min(frame.top, point.y), std::max(frame.right, point.x),
+                 std::max(frame.bottom, point.y)};
+    }
+    frame = {std::max(0.0, frame.left), std::max(0.0, frame.top), std::min<double>(picture.width, frame.right),
+             std::min<double>(picture.height, frame.bottom)};
+    result.isDeep = true;
+    result.sign = result.deep.m_Reading.m_szText;
+    result.zoom = 1.0 / (result.deep.m_dScale * scale);
+    result.rectangle = BX_GetCoveringPixels(frame, picture);
+}
+
+SBxSearchResult SearchAllZooms(SBxSignRun& run, SBxPicBuf& searched, CBxSize<int> picture, unsigned int threads,
+                               EBxSearchDepth depth) {
     SBxSearchResult result;
+    std::unique_ptr<CBxCornerArchive> archive;
+    if (depth == EBxSearchDepth::Deep) {
+        archive.reset(new (std::nothrow) CBxCornerArchive);
+        if (archive == nullptr) {
+            result.code = kBxOutOfMemory;
+            return result;
+        }
+    }
     char text[CBxSignOp::kTextBytes] = "";
+    run.m_pCorners = archive.get();
     result.code = CBxSignOp::ExtractTextFromPicture(run, &searched, text, threads);
+    run.m_pCorners = nullptr;
     if (result.code == kBxSuccess) {
         TakeFinding(result, run, text, SizeOf(searched), picture);
+    } else if (result.code == kBxFailure && archive != nullptr &&
+               run.m_iAbortDetecting.load(std::memory_order_relaxed) <= 0) {
+        SearchDeeply(result, run, *archive, searched, picture, threads);
     }
     return result;
 }
 
-SBxSearchResult SearchSmallerCopy(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads) {
+SBxSearchResult SearchSmallerCopy(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads, EBxSearchDepth depth) {
     const CBxSize<int> size = BX_GetFittingSize(picture.m_iWidth, picture.m_iHeight, kMostPixelsOfZoom);
     CBxOwnedPic copy;
     SBxSearchResult result;
     result.code = BX_ShrinkPicture(copy, picture, size);
     if (result.code == kBxSuccess) {
-        result = SearchAllZooms(run, copy.Pic(), SizeOf(picture), threads);
+        result = SearchAllZooms(run, copy.Pic(), SizeOf(picture), threads, depth);
     }
     result.shrunkTo = size;
     return result;
@@ -48,17 +92,17 @@ SBxSearchResult SearchSmallerCopy(SBxSignRun& run, SBxPicBuf& picture, unsigned 
 
 }  // namespace
 
-SBxSearchResult BX_SearchPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads) {
+SBxSearchResult BX_SearchPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads, EBxSearchDepth depth) {
     if (BX_IsTooLargeToSearch(picture.m_iWidth, picture.m_iHeight)) {
-        return SearchSmallerCopy(run, picture, threads);
+        return SearchSmallerCopy(run, picture, threads, depth);
     }
-    return SearchAllZooms(run, picture, SizeOf(picture), threads);
+    return SearchAllZooms(run, picture, SizeOf(picture), threads, depth);
 }
 
 SBxSearchResult BX_CheckPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads) {
     const double zoom = BX_GetCheckZoom(picture.m_iWidth, picture.m_iHeight);
     if (zoom == 0.0) {
-        return SearchSmallerCopy(run, picture, threads);
+        return SearchSmallerCopy(run, picture, threads, EBxSearchDepth::Ordinary);
     }
     SBxSearchResult result;
     char text[CBxSignOp::kTextBytes] = "";
@@ -73,4 +117,11 @@ std::string BX_DescribeShrinking(const SBxSearchResult& result) {
     return "a copy shrunk to " + std::to_string(result.shrunkTo.width) + " x " +
            std::to_string(result.shrunkTo.height) + " pixels was searched, because a photograph above " +
            std::to_string(kMostPixelsSearched) + " pixels is too large to be searched itself";
+}
+
+std::string BX_DescribeDepth(const SBxSearchResult& result) {
+    if (!result.isDeep) {
+        return std::string();
+    }
+    return std::string(" (found by searching harder, ") + (result.deep.m_bCertain ? "certain)" : "uncertain)");
 }

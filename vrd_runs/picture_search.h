@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "deep_search.h"
 #include "geometry.h"
 #include "pic_buf.h"
 #include "sign_run.h"
@@ -13,15 +14,24 @@ struct SBxSearchResult {
     double zoom = 0.0;            // how much the picture, as it was given, was scaled when the sign was read
     CBxRect<int> rectangle = {};  // the carrier, in whole pixels of the picture as it was given
     unsigned int correctedBits = 0;
+    bool isDeep = false;  // the deep search found it: then also what follows, its pose in pixels of the picture
+    SBxDeepFinding deep;
     CBxSize<int> shrunkTo = {};  // always valid: size of the copy that was searched instead; 0 x 0 for none
 };
 
+// Whether to look harder where the ordinary search finds nothing.
+enum class EBxSearchDepth { Ordinary, Deep };
+
 // Searches all zooms. A picture too large for the engine is searched in a copy shrunk to 20 megapixels.
-SBxSearchResult BX_SearchPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads);
+SBxSearchResult BX_SearchPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads,
+                                 EBxSearchDepth depth = EBxSearchDepth::Ordinary);
 
 // Searches only the largest zoom up to 1.0 that the engine takes, as is enough for a picture just signed; a picture too
 // large for that as BX_SearchPicture does.
 SBxSearchResult BX_CheckPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads);
+
+// " (found by searching harder, uncertain)" behind what was found; empty for the ordinary search.
+std::string BX_DescribeDepth(const SBxSearchResult& result);
 
 // "a copy shrunk to 5164 x 3873 pixels was searched, because ..."; for results with a copy.
 std::string BX_DescribeShrinking(const SBxSearchResult& result);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "logger.h"
+#include "picture_search.h"
 #include "run_log.h"
 #include "run_progress.h"
 
@@ -15,7 +16,8 @@ struct SBxRunContext {
     int quality = 90;          // of JPEG files, 0 to 100
     std::string bundleFolder;  // these two end with "/"
     std::string temporaryFolder;
-    CBxLogger* applicationLog = nullptr;  // null: none
+    CBxLogger* applicationLog = nullptr;              // null: none
+    EBxSearchDepth depth = EBxSearchDepth::Ordinary;  // of runs that detect
 };
 
 // What became of one file, whatever the run. Names are bytes as the system takes them.

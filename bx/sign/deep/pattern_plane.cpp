@@ -110,7 +110,7 @@ bool CBxPatternPlane::Prepare(const SBxPicBuf& picture) {
     CBxHeapArray<float> meanOfProduct;
     CBxHeapArray<float> meanOfSquare;
     CBxHeapArray<std::uint16_t> pattern;
-    if (!product.Allocate(count) || !meanOfBlue.Allocate(count) || !meanOfMean.Allocate(count) ||
+    if (!product.AllocateZeroed(count) || !meanOfBlue.Allocate(count) || !meanOfMean.Allocate(count) ||
         !meanOfProduct.Allocate(count) || !meanOfSquare.Allocate(count) || !pattern.Allocate(count)) {
         return false;
     }

@@ -10,8 +10,10 @@ constexpr std::size_t kSlice = 16;
 }  // namespace
 
 unsigned char BX_SearchPairs(CBxDeepRun& run) {
+    // The whole picture tells nothing of its scale; only how soft the edges of its cells are depends on it.
     for (const double scale : {1.0, 0.7, 2.0}) {
-        const SBxGridTrial whole = run.TrialOfWholePicture(scale);
+        SBxGridTrial whole = run.TrialOfWholePicture(1.0);
+        whole.blur = BX_BlurOfScale(scale);
         float means[kCellCount];
         run.ReadMeans(means, whole);
         run.Try(whole, BX_ToneOfMeans(means), means, EBxDeepStage::Pairs);
