@@ -17,7 +17,6 @@
 namespace {
 
 constexpr double kHintAgreement = 8.2;
-constexpr double kMostEqualNeighbours = 0.62;
 constexpr double kWorthMoving = 8.6;    // agreement from which a grid is moved uphill
 constexpr double kBlurAsWritten = 1.1;  // pixels; standard deviation of the smoothing under which signs are written
 // Zooms that the ordinary search leaves out: pictures enlarged by more than it expects, and small copies.
@@ -141,8 +140,7 @@ SBxSoftReading CBxDeepRun::TryJoint(const SBxGridTrial& trial, const SBxTone& to
     m_ulDecodings.fetch_add(1, std::memory_order_relaxed);
     m_ulAllDecodings.fetch_add(1, std::memory_order_relaxed);
     const SBxSoftReading reading = BX_DecodeSoft(soft, kHintAgreement);
-    if (reading.m_szText[0] != 0 && evidence >= kEvidenceBits &&
-        BX_ShareOfEqualNeighbours(soft) <= kMostEqualNeighbours) {
+    if (reading.m_szText[0] != 0 && evidence >= kEvidenceBits && !BX_IsTooRegular(soft, reading.m_szText)) {
         KeepReading(trial, tone, reading, EBxDeepStage::Joined);
     }
     return reading;
@@ -163,8 +161,7 @@ double CBxDeepRun::TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const
     m_ulDecodings.fetch_add(1, std::memory_order_relaxed);
     m_ulAllDecodings.fetch_add(1, std::memory_order_relaxed);
     const SBxSoftReading reading = BX_DecodeSoft(soft, kHintAgreement);
-    if (reading.m_szText[0] == 0 || reading.m_dAgreement < kHintAgreement ||
-        BX_ShareOfEqualNeighbours(soft) > kMostEqualNeighbours) {
+    if (reading.m_szText[0] == 0 || reading.m_dAgreement < kHintAgreement || BX_IsTooRegular(soft, reading.m_szText)) {
         return 0.0;
     }
     if (Evidence(reading.m_dAgreement) >= kEvidenceBits) {

@@ -43,7 +43,7 @@ struct SBxDeepFinding {
     SBxGridPose m_Pose = {};  // of the carrier, in pixels of the picture
     SBxTone m_Tone;           // what became of the tones since the sign was written
     double m_dScale = 1.0;    // about how much the picture was scaled since, where that is known
-    double m_dTurned = 0.0;   // degrees, counter-clockwise as seen on a screen, quarter turns included
+    double m_dTurned = 0.0;   // degrees clockwise, as seen on a screen, quarter turns included
     bool m_bMirrored = false;
 };
 

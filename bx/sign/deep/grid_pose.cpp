@@ -9,13 +9,13 @@ constexpr double kPi = 3.141592653589793;
 
 }  // namespace
 
-// A quarter turn counter-clockwise moves the left end of the top row to the bottom left, its rows running upwards.
+// A quarter turn clockwise takes rows that run to the right on: down, to the left, up. Rows of a mirrored picture run
+// to the left to begin with.
 int SBxGridOrientation::QuarterTurns() const {
     if (Mirrored()) {
-        // Rows of a mirrored picture run to the left; each quarter turn takes them on: down, right, up.
-        return !transposes ? (reversesX ? 0 : 2) : (reversesY ? 3 : 1);
+        return !transposes ? (reversesX ? 0 : 2) : (reversesX ? 1 : 3);
     }
-    return !transposes ? (reversesX ? 2 : 0) : (reversesY ? 1 : 3);
+    return !transposes ? (reversesX ? 2 : 0) : (reversesX ? 1 : 3);
 }
 
 SBxGridPose BX_PoseOfDiagonal(const CBxPoint<double>& p, const CBxPoint<double>& q, double degrees) {

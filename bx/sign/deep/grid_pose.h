@@ -31,8 +31,8 @@ struct SBxGridOrientation {
     bool reversesY;
     bool transposes;
 
-    // What was done to the picture: quarter turns counter-clockwise seen on the screen, after a mirroring left to right
-    // if `Mirrored`.
+    // What was done to the picture: clockwise quarter turns, as seen on a screen, after a mirroring left to right if
+    // Mirrored.
     bool Mirrored() const { return reversesX != reversesY ? !transposes : transposes; }
     int QuarterTurns() const;
 };

@@ -31,6 +31,11 @@ constexpr int kWeightSteps = 2000;  // soft values as whole numbers, for the com
 constexpr int kBestKept = 8;        // texts looked at until one can be a sign
 constexpr double kSlack = 3.5;      // what turning over two bits can add to an agreement worth following
 
+constexpr int kFarthestDisplacement = 12;  // cells
+constexpr int kFewestCompared = 48;        // pairs of cells
+constexpr double kMostRegularity = 5.5;    // of cells that a sign may be read from
+constexpr double kRegularityOfNoise = 0.7;
+
 // A code word of the whole sign: its data bits and its cells, one bit each.
 struct SRow {
     std::uint64_t data[2] = {};
@@ -490,22 +495,36 @@ double BX_ChanceOfAgreement(double agreement) {
     return kTextBits - BX_BitsOfAgreement(agreement);
 }
 
-double BX_ShareOfEqualNeighbours(const float* soft) {
-    int equal = 0;
-    int all = 0;
-    for (int cell = 0; cell < kCellCount; ++cell) {
-        const auto compare = [&](int other) {
-            if (soft[cell] != 0.0f && soft[other] != 0.0f) {
-                ++all;
-                equal += (soft[cell] < 0.0f) == (soft[other] < 0.0f) ? 1 : 0;
+double BX_Regularity(const float* soft) {
+    double worst = 0.0;
+    for (int down = 0; down <= kFarthestDisplacement; ++down) {
+        for (int right = down == 0 ? 1 : -kFarthestDisplacement; right <= kFarthestDisplacement; ++right) {
+            int equal = 0;
+            int all = 0;
+            for (int row = 0; row + down < kGridSide; ++row) {
+                for (int column = std::max(0, -right); column < std::min(kGridSide, kGridSide - right); ++column) {
+                    const float here = soft[row * kGridSide + column];
+                    const float there = soft[(row + down) * kGridSide + column + right];
+                    if (here != 0.0f && there != 0.0f) {
+                        ++all;
+                        equal += (here < 0.0f) == (there < 0.0f) ? 1 : 0;
+                    }
+                }
             }
-        };
-        if (cell % kGridSide + 1 < kGridSide) {
-            compare(cell + 1);
-        }
-        if (cell + kGridSide < kCellCount) {
-            compare(cell + kGridSide);
+            if (all >= kFewestCompared) {
+                worst = std::max(worst, std::fabs(2.0 * equal - all) / std::sqrt(static_cast<double>(all)));
+            }
         }
     }
-    return all > 0 ? static_cast<double>(equal) / all : 1.0;
+    return worst;
+}
+
+bool BX_IsTooRegular(const float* soft, const char* text) {
+    int cells[kCellCount];
+    float ofText[kCellCount];
+    BX_EncodeSign(cells, text);
+    for (int cell = 0; cell < kCellCount; ++cell) {
+        ofText[cell] = soft[cell] == 0.0f ? 0.0f : cells[cell] == 0 ? 1.0f : -1.0f;
+    }
+    return BX_Regularity(soft) > std::max(kMostRegularity, BX_Regularity(ofText) + kRegularityOfNoise);
 }

@@ -38,5 +38,10 @@ double BX_AgreementOfText(const float* soft, const char* text);
 // The same for the 256 cell bits of a text.
 double BX_AgreementOfCells(const float* soft, const int* cells);
 
-// How often neighbouring cells carry the same value, 0 .. 1. Texts have about a half; calm ground has much more.
-double BX_ShareOfEqualNeighbours(const float* soft);
+// How regular cells are: for the displacement at which most (or fewest) cells say the same as the cell displaced from
+// them, how many standard deviations that is from a half. Signs have 3, rarely above 5; windows, tiles, lines of text
+// and calm ground have many more, and the bound above does not hold for them.
+double BX_Regularity(const float* soft);
+
+// Whether cells are regular in a way that the text read from them does not explain.
+bool BX_IsTooRegular(const float* soft, const char* text);

@@ -1,0 +1,183 @@
+// The deep search as its callers use it: on photographs that were changed after they had been signed, and on pictures
+// in which nothing may be found.
+#include "deep_search.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+
+#include "image_pictures.h"
+#include "picture_changes.h"
+#include "result.h"
+#include "sign_op.h"
+#include "test_pictures.h"
+
+namespace {
+
+constexpr char kText[] = "Veri-2026x";
+constexpr unsigned int kThreads = 2;
+
+QImage Sample(const char* name) {
+    return QImage(QString(VERIDANE_SAMPLES "/") + name).convertToFormat(QImage::Format_RGB888);
+}
+
+const QImage& SignedSample(const char* name) {
+    static std::map<std::string, QImage> images;
+    QImage& image = images[name];
+    if (image.isNull()) {
+        CBxOwnedPic picture = PictureOfImage(Sample(name));
+        char text[CBxSignOp::kTextBytes] = "";
+        std::strcpy(text, kText);
+        SBxSignRun run;
+        EXPECT_EQ(CBxSignOp::InsertTextIntoPicture(run, &picture.Pic(), text), kBxSuccess);
+        image = ImageOfPicture(picture.Pic());
+    }
+    return image;
+}
+
+struct SSearch {
+    unsigned char ordinary;
+    unsigned char deep = kBxFailure;
+    SBxDeepFinding finding;
+};
+
+SSearch Search(SBxPicBuf& picture) {
+    SSearch search{};
+    const auto archive = std::make_unique<CBxCornerArchive>();
+    SBxSignRun run;
+    run.m_pCorners = archive.get();
+    char text[CBxSignOp::kTextBytes] = "";
+    search.ordinary = CBxSignOp::ExtractTextFromPicture(run, &picture, text, kThreads);
+    search.deep = BX_SearchDeep(run, picture, *archive, kThreads, search.finding, nullptr);
+    return search;
+}
+
+SSearch SearchChanged(const char* sample, const std::string& change) {
+    for (const SPictureChange& known : PictureChanges()) {
+        if (change == known.name) {
+            CBxOwnedPic picture = PictureOfImage(known.apply(SignedSample(sample)));
+            return Search(picture.Pic());
+        }
+    }
+    ADD_FAILURE() << "no such change: " << change;
+    return {};
+}
+
+}  // namespace
+
+// Each by a stage of its own; the ordinary search reads none of them.
+TEST(DeepSearch, ReadsWhatTheOrdinarySearchDoesNotAndTellsWhatWasDone) {
+    const struct {
+        const char* sample;
+        const char* change;
+        double turned;
+        bool mirrored;
+        double gain;
+    } kRows[] = {
+        {"astronaut.png", "turned by 1", 1.0, false, 1.0},   {"coffee.png", "turned by 10", 10.0, false, 1.0},
+        {"astronaut.png", "turned by 90", 90.0, false, 1.0}, {"coffee.png", "turned by 180", 180.0, false, 1.0},
+        {"coffee.png", "turned by 270", 270.0, false, 1.0},  {"astronaut.png", "mirrored", 0.0, true, 1.0},
+        {"coffee.png", "brightness x 0.8", 0.0, false, 0.8}, {"coffee.png", "contrast x 1.25", 0.0, false, 1.25},
+        {"coffee.png", "cropped by 10 %", 0.0, false, 1.0},
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(std::string(row.sample) + ", " + row.change);
+        const SSearch search = SearchChanged(row.sample, row.change);
+        EXPECT_EQ(search.ordinary, kBxFailure);
+        ASSERT_EQ(search.deep, kBxSuccess);
+        EXPECT_STREQ(search.finding.m_Reading.m_szText, kText);
+        EXPECT_TRUE(search.finding.m_bCertain);
+        EXPECT_NEAR(search.finding.m_dTurned, row.turned, 0.3);
+        EXPECT_EQ(search.finding.m_bMirrored, row.mirrored);
+        EXPECT_NEAR(search.finding.m_Tone.gain, row.gain, 0.02);
+    }
+}
+
+// These leave some cells wrong: the text is what counts, certain or not.
+TEST(DeepSearch, ReadsDamagedPictures) {
+    const struct {
+        const char* sample;
+        const char* change;
+    } kRows[] = {{"coffee.png", "gamma 0.8"},
+                 {"astronaut.png", "turned by 1, scaled 75 %"},
+                 {"coffee.png", "cropped by 5 %, brightness x 1.1"},
+                 {"coffee.png", "scaled 33 %"}};
+    for (const auto& row : kRows) {
+        const SSearch search = SearchChanged(row.sample, row.change);
+        ASSERT_EQ(search.deep, kBxSuccess) << row.change;
+        EXPECT_STREQ(search.finding.m_Reading.m_szText, kText) << row.change;
+    }
+}
+
+TEST(DeepSearch, FindsNothingInUnsignedPictures) {
+    for (const char* sample : {"astronaut.png", "coffee.png", "cat.png"}) {
+        CBxOwnedPic picture = PictureOfImage(Sample(sample));
+        EXPECT_EQ(Search(picture.Pic()).deep, kBxFailure) << sample;
+    }
+}
+
+// Calm and repetitive ground gives cells that agree with each other: what an unguarded decoder takes for a text.
+TEST(DeepSearch, FindsNothingInCalmAndRepetitivePictures) {
+    constexpr int kWidth = 720;
+    constexpr int kHeight = 480;
+    std::mt19937 random(3);
+    for (int kind = 0; kind < 7; ++kind) {
+        CBxOwnedPic picture;
+        ASSERT_EQ(picture.Allocate(kWidth, kHeight, 3, 8), 0);
+        for (int y = 0; y < kHeight; ++y) {
+            unsigned char* row = BX_PicRow<unsigned char>(picture.Pic(), y);
+            for (int x = 0; x < 3 * kWidth; ++x) {
+                const int column = x / 3;
+                const int values[] = {
+                    128,
+                    column * 255 / kWidth,
+                    (column + y) / 5 % 256,
+                    (column / 45 + y / 30) % 2 * 3 + 100,  // a board of the size of cells and the step of a bit
+                    static_cast<int>(random() % 256),
+                    static_cast<int>(120.0 + 60.0 * std::sin(column * 0.05) + 1.5 * std::sin(y * 0.21)),
+                    (column / 8 % 2 == 0 && y / 14 % 2 == 0) ? 20 : 250,  // lines of text from afar
+                };
+                row[x] = static_cast<unsigned char>(values[kind]);
+            }
+        }
+        EXPECT_EQ(Search(picture.Pic()).deep, kBxFailure) << "kind " << kind;
+    }
+}
+
+TEST(DeepSearch, EndsSoonAfterAnAbort) {
+    CBxOwnedPic picture = MakeTexturedPicture(900, 700, 4);
+    CBxCornerArchive archive;
+    SBxSignRun run;
+    run.AbortDetecting();
+    SBxDeepFinding finding;
+    SBxDeepCosts costs;
+    EXPECT_EQ(BX_SearchDeep(run, picture.Pic(), archive, kThreads, finding, &costs), kBxFailure);
+    for (const SBxDeepCost& cost : costs.m_Stages) {
+        EXPECT_EQ(cost.m_ulDecodings, 0U);
+    }
+}
+
+TEST(DeepSearch, TheOrientationsUndoAllQuarterTurnsAndMirrorings) {
+    const SBxGridPose upright = BX_PoseOfRectangle({0.0, 0.0, 16.0, 16.0});
+    for (int index = 0; index < kGridOrientations; ++index) {
+        const SBxGridOrientation orientation = BX_GridOrientation(index);
+        const SBxGridPose pose = BX_Reorient(upright, orientation);
+        // The middle of cell (2, 5) of a picture of 16 x 16, mirrored and then turned clockwise by quarters.
+        double x = orientation.Mirrored() ? 16.0 - 2.5 : 2.5;
+        double y = 5.5;
+        for (int quarter = 0; quarter < orientation.QuarterTurns(); ++quarter) {
+            const double turned = 16.0 - y;
+            y = x;
+            x = turned;
+        }
+        const CBxPoint<double> centre = pose.PointAt(2.5, 5.5);
+        EXPECT_NEAR(centre.x, x, 1e-9) << index;
+        EXPECT_NEAR(centre.y, y, 1e-9) << index;
+    }
+}
