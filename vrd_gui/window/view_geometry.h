@@ -20,11 +20,11 @@ struct SBxViewGeometry {
     static constexpr double kZoomInFactor = 1.1;
     static constexpr double kZoomOutFactor = 0.9;
 
-    double m_dZoom = 1.0;               // view pixels for one picture pixel
-    CBxPoint<double> m_Offset{0, 0};    // in view pixels
-    CBxSize<int> m_Picture{0, 0};       // 0 x 0 without a picture
-    CBxSize<int> m_View{0, 0};          // in view pixels
-    bool m_bFollowsView = true;         // the zoom was fitted to the view and is fitted again when the view changes
+    double m_dZoom = 1.0;             // view pixels for one picture pixel
+    CBxPoint<double> m_Offset{0, 0};  // in view pixels
+    CBxSize<int> m_Picture{0, 0};     // 0 x 0 without a picture
+    CBxSize<int> m_View{0, 0};        // in view pixels
+    bool m_bFollowsView = true;       // the zoom was fitted to the view and is fitted again when the view changes
 
     // The new picture is fitted.
     void SetPicture(CBxSize<int> picture);

@@ -17,8 +17,8 @@ constexpr unsigned int kMostBands = 8;
 // What one frame is drawn from. The target is a 3_8 picture of the drawn rectangle alone.
 struct SFrameSource {
     SBxPicBuf level;
-    CBxPicMap map;      // from target pixels to pixels of the level
-    double levelZoom;   // target pixels for one pixel of the level
+    CBxPicMap map;     // from target pixels to pixels of the level
+    double levelZoom;  // target pixels for one pixel of the level
     bool isCrisp;
 };
 
@@ -60,8 +60,7 @@ void DrawBand(SBxPicBuf& target, const CBxRect<int>& band, const SFrameSource& s
     }
     const int border = static_cast<int>(std::ceil(source.levelZoom)) + 1;
     const CBxRect<int> inner{std::min(border, target.m_iWidth), std::max(band.top, border),
-                             std::max(target.m_iWidth - border, 0),
-                             std::min(band.bottom, target.m_iHeight - border)};
+                             std::max(target.m_iWidth - border, 0), std::min(band.bottom, target.m_iHeight - border)};
     if (inner.IsEmpty()) {
         CBxPicBufAPI::Transform(target, band, source.level, source.map, EBxInterpolation::kConstant, true);
     } else {

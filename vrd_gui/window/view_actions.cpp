@@ -1,0 +1,67 @@
+// Zoom and moves.
+#include <QComboBox>
+
+#include "veridane_gui.h"
+
+namespace {
+
+constexpr double kMoveStep = 50.0;  // in the widget's own pixels
+
+}  // namespace
+
+void CBxVeridaneGui::OnZoomIn() {
+    m_Form.scrollArea->Image().ChangeGeometry([](SBxViewGeometry& geometry) { geometry.ZoomIn(); });
+}
+
+void CBxVeridaneGui::OnZoomOut() {
+    m_Form.scrollArea->Image().ChangeGeometry([](SBxViewGeometry& geometry) { geometry.ZoomOut(); });
+}
+
+void CBxVeridaneGui::OnFitToWindow() {
+    m_Form.scrollArea->Image().ChangeGeometry([](SBxViewGeometry& geometry) { geometry.FitToWindow(); });
+}
+
+void CBxVeridaneGui::OnOriginalSize() {
+    m_Form.scrollArea->Image().ChangeGeometry([](SBxViewGeometry& geometry) { geometry.SetOriginalSize(); });
+}
+
+void CBxVeridaneGui::OnComboActivated(int index) {
+    m_Form.comboZoom->setEditText(m_Form.comboZoom->itemText(index));
+    OnComboTextChanged();
+}
+
+// A text that is no percentage gives way to the zoom that is shown.
+void CBxVeridaneGui::OnComboTextChanged() {
+    QString text = m_Form.comboZoom->currentText();
+    text.remove('%').replace(',', '.');
+    bool isNumber = false;
+    const double percentage = text.trimmed().toDouble(&isNumber);
+    m_Form.scrollArea->Image().ChangeGeometry([&](SBxViewGeometry& geometry) {
+        if (isNumber && percentage > 0.0) {
+            geometry.SetZoom(percentage / 100.0, geometry.Centre());
+        }
+    });
+    m_Form.scrollArea->setFocus();
+}
+
+void CBxVeridaneGui::MoveView(double right, double down) {
+    CBxImageArea& image = m_Form.scrollArea->Image();
+    const CBxPoint<double> step = image.ToViewPixels(QPointF(right * kMoveStep, down * kMoveStep));
+    image.ChangeGeometry([&step](SBxViewGeometry& geometry) { geometry.Move(step.x, step.y); });
+}
+
+void CBxVeridaneGui::OnMoveLeft() {
+    MoveView(-1.0, 0.0);
+}
+
+void CBxVeridaneGui::OnMoveRight() {
+    MoveView(1.0, 0.0);
+}
+
+void CBxVeridaneGui::OnMoveUp() {
+    MoveView(0.0, -1.0);
+}
+
+void CBxVeridaneGui::OnMoveDown() {
+    MoveView(0.0, 1.0);
+}

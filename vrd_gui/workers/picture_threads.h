@@ -1,0 +1,74 @@
+// The workers for the open picture. The window owns one of each and uses it for every run; what it gave them it leaves
+// alone until `finished`.
+#pragma once
+
+#include <QThread>
+#include <atomic>
+#include <string>
+
+#include "picture_search.h"
+#include "single_runs.h"
+
+class CBxVeridaneGui;
+
+// Hides a sign in a copy of the window's picture. All work on the engine's default run, where the window finds the
+// progress and asks for the end.
+class CBxSignThread : public QThread {
+    Q_OBJECT
+
+public:
+    explicit CBxSignThread(CBxVeridaneGui* mainWindow, QObject* parent = nullptr)
+        : QThread(parent), m_pMainWindow(mainWindow) {}
+
+    // Nothing without a main window.
+    void run() override;
+
+    CBxVeridaneGui* m_pMainWindow;
+
+    // Given before the start.
+    char m_szSignText[CBxSignOp::kFoundTextBytes] = "";
+    std::atomic<bool> m_bCancelled{false};  // may be set at any time
+
+    // Read after `finished`.
+    bool m_bStatus = true;  // false is success
+    char m_szFoundText[CBxSignOp::kFoundTextBytes] = "";
+    bool m_bAlreadySigned = false;
+    SBxSignedPicture m_Signed;
+};
+
+// Looks for a sign in the window's picture.
+class CBxDetectThread : public QThread {
+    Q_OBJECT
+
+public:
+    explicit CBxDetectThread(CBxVeridaneGui* mainWindow, QObject* parent = nullptr)
+        : QThread(parent), m_pMainWindow(mainWindow) {}
+
+    // Nothing without a main window.
+    void run() override;
+
+    CBxVeridaneGui* m_pMainWindow;
+
+    // Read after `finished`.
+    bool m_bStatus = true;  // false is success
+    char m_szDetectedText[CBxSignOp::kFoundTextBytes] = "";
+    bool m_bSignFound = false;
+    SBxSearchResult m_Found;
+};
+
+// Saves the picture that the request names.
+class CBxSaveThread : public QThread {
+    Q_OBJECT
+
+public:
+    explicit CBxSaveThread(QObject* parent = nullptr) : QThread(parent) {}
+
+    void run() override;
+
+    // Given before the start.
+    SBxSaveRequest m_Request;
+    std::atomic<bool> m_bCancelled{false};  // may be set at any time
+
+    // Read after `finished`.
+    SBxSaveOutcome m_Outcome;
+};
