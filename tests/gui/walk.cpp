@@ -12,6 +12,7 @@
 #include <QStyleFactory>
 #include <QTest>
 #include <QTimer>
+#include <QWindow>
 #include <clocale>
 #include <cstdio>
 #include <deque>
@@ -117,7 +118,9 @@ bool HasNoModal() {
 
 void PlanSigning(CWalk& walk, CBxVeridaneGui& window, const QString& photo, const QString& output) {
     const auto press = [&window](const char* action) { window.findChild<QAction*>(action)->trigger(); };
-    walk.When("empty", HasNoModal, [&window, photo] { window.OpenPicture(photo); });
+    walk.When(
+        "empty", [&window] { return HasNoModal() && window.windowHandle()->isExposed(); },
+        [&window, photo] { window.OpenPicture(photo); });
     walk.When("opened", HasNoModal, [press] { press("actionSign"); });
     walk.On<CBxInputSignDlg>("sign", [](CBxInputSignDlg& dialog) {
         auto* const line = dialog.findChild<QLineEdit*>("lineEditInputSign");
