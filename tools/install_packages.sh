@@ -4,7 +4,7 @@
 set -eu
 
 packages="g++ cmake ninja-build pkg-config
-    qt6-base-dev qt6-image-formats-plugins libturbojpeg0-dev libtiff-dev libexif-dev libiptcdata0-dev poppler-utils
+    qt6-base-dev qt6-translations-l10n qt6-image-formats-plugins libturbojpeg0-dev libtiff-dev libexif-dev libiptcdata0-dev poppler-utils
     libhwy-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth"
 [ "${1:-}" = format ] && packages="clang-format"
 

@@ -24,7 +24,7 @@ for drawing in icons/*.svg; do
     name=$(basename "$drawing" .svg)
     case $name in
         splash | logo) ;;
-        *) icon "$name" "$name" 16 22 32 44 48 64 ;;
+        *) icon "$name" "$name" 16 22 24 32 44 48 64 ;;
     esac
 done
 icon logo vrd_icon 16 22 24 32 44 48 64 128

@@ -114,7 +114,7 @@ void ReportEnd(const SBxRunOutcome& outcome, const std::string& place, const std
         console.Note(place, outcome.logFault);
     }
     if (outcome.hasFailed) {
-        console.Error(place, outcome.reason, record);
+        console.Error(place, (console.IsJson() ? "" : message + " ") + outcome.reason, record);
         return;
     }
     console.Result(record);
@@ -221,7 +221,7 @@ EBxExit BX_PdfDetectCommand(const SBxPdfRequest& request, CBxConsole& console) {
                             {"found", found},
                             {"passed_over", outcome.passedOver},
                             {"seconds", stopwatch.Seconds()}};
-    ReportEnd(outcome, request.document, BX_GetMessage(outcome) + ".", record,
-              OfFiles(found, outcome, "pictures with a sign"), console);
+    ReportEnd(outcome, request.document, BX_GetMessage(outcome) + (outcome.signFound || !outcome.hasFailed ? "." : ""),
+              record, OfFiles(found, outcome, "pictures with a sign"), console);
     return SearchStatus(outcome, outcome.signFound);
 }

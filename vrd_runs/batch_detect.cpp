@@ -1,15 +1,12 @@
 #include "batch_detect.h"
 
-#include <algorithm>
-
 #include "file_lock.h"
 #include "folder_listing.h"
+#include "localization.h"
 #include "printable_text.h"
 #include "run_files.h"
 
 namespace {
-
-constexpr char kLogName[] = "batch_detect.log";
 
 void SearchFile(SBxDetectedFile& file, CBxRunProgress& progress, unsigned int threads) {
     const std::string name = BX_GetNameOfFile(file.file);
@@ -48,20 +45,18 @@ SBxBatchDetectOutcome BX_RunBatchDetect(const SBxRunContext& context, const std:
     const std::string input = BX_GetAbsolutePath(folder);
     CBxFileLock lock;
     if (!lock.Take(input)) {
-        outcome.reason = "another run works in this folder";
+        outcome.reason = CBxLocalization::Translate("another run works in this folder");
         return outcome;
     }
     CBxRunLog log;
     std::vector<std::string> files;
-    log.Open(input + "/" + kLogName, outcome.logFault);
+    log.Open(input + "/" + kBatchDetectLog, outcome.logFault);
     outcome.logPath = log.Path();
     if (!BX_ListFolder(files, input)) {
         log.Error("Cannot read input files.");
-        outcome.reason = "the folder cannot be read";
+        outcome.reason = CBxLocalization::Translate("the folder cannot be read");
         return outcome;
     }
-    // The log of the run lies among the pictures and is none of them.
-    files.erase(std::remove(files.begin(), files.end(), input + "/" + kLogName), files.end());
     outcome.total = files.size();
     context.progress.SetTotal(files.size());
     BX_RunFiles<SBxDetectedFile>(

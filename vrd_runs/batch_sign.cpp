@@ -1,17 +1,15 @@
 #include "batch_sign.h"
 
-#include <cstring>
-
 #include "batch_sign_file.h"
 #include "file_lock.h"
 #include "folder_listing.h"
+#include "localization.h"
 #include "qt_files.h"
 #include "run_files.h"
 #include "run_folder.h"
 
 namespace {
 
-constexpr char kLogName[] = "batch_sign.log";
 constexpr char kOutputName[] = "signed";
 
 void Count(SBxBatchSignOutcome& outcome, const SBxSignedFile& file) {
@@ -39,11 +37,11 @@ bool Prepare(SPlaces& places, const std::string& folder, SBxBatchSignOutcome& ou
     places.input = BX_GetAbsolutePath(folder);
     places.output = places.input + "/" + kOutputName + "/";
     if (!places.lock.Take(places.input)) {
-        outcome.reason = "another run works in this folder";
+        outcome.reason = CBxLocalization::Translate("another run works in this folder");
         return false;
     }
     if (!BX_ExistDirectory(places.input.c_str())) {
-        outcome.reason = "there is no such folder";
+        outcome.reason = CBxLocalization::Translate("there is no such folder");
         return false;
     }
     if (BX_CreateDirectory(places.output.c_str()) != 0) {
@@ -54,7 +52,7 @@ bool Prepare(SPlaces& places, const std::string& folder, SBxBatchSignOutcome& ou
     if (!places.work.Create(places.output, outcome.reason)) {
         return false;
     }
-    if (!places.log.Open(places.output + kLogName, outcome.logFault)) {
+    if (!places.log.Open(places.output + kBatchSignLog, outcome.logFault)) {
         outcome.reason = outcome.logFault;
         outcome.logFault.clear();
         return false;
@@ -99,7 +97,7 @@ SBxBatchSignOutcome BX_RunBatchSign(const SBxRunContext& context, const std::str
     std::vector<std::string> files;
     if (!BX_ListFolder(files, places.input)) {
         places.log.Error("Cannot read intput files.");
-        outcome.reason = "the folder cannot be read";
+        outcome.reason = CBxLocalization::Translate("the folder cannot be read");
         return outcome;
     }
     outcome.total = files.size();

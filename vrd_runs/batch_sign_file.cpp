@@ -258,6 +258,7 @@ private:
         }
         if (m_Extras.isTransparent) {
             tell("transparency");
+            m_File.warning += (m_File.warning.empty() ? "" : "; ") + std::string("its transparency was left out");
         }
         return EAttempt::kKept;
     }

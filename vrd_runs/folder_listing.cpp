@@ -1,19 +1,30 @@
 #include "folder_listing.h"
 
-#include <climits>
 #include <filesystem>
 
 #include "qt_files.h"
+#include "run_context.h"
+
+namespace {
+
+bool IsLog(const std::string& name) {
+    return name == kBatchSignLog || name == kBatchDetectLog || name == kPdfDetectLog;
+}
+
+}  // namespace
 
 bool BX_ListFolder(std::vector<std::string>& files, const std::string& folder) {
     files.clear();
     std::vector<QString> names;
-    if (BX_GetFilesInDirectory(names, folder.c_str()) != 0) {
+    if (!BX_ExistDirectory(folder.c_str()) || BX_GetFilesInDirectory(names, folder.c_str()) != 0) {
         return false;
     }
     files.reserve(names.size());
     for (const QString& name : names) {
-        files.push_back(name.toStdString());
+        std::string path = name.toStdString();
+        if (!IsLog(BX_GetNameOfFile(path))) {
+            files.push_back(std::move(path));
+        }
     }
     return true;
 }

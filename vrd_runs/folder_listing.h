@@ -4,8 +4,12 @@
 #include <string>
 #include <vector>
 
-// Paths of the regular files in `folder` (hidden ones and what lies in folders below it excepted), in the order in
-// which the system gives them. False when the folder cannot be read.
+inline constexpr char kBatchSignLog[] = "batch_sign.log";
+inline constexpr char kBatchDetectLog[] = "batch_detect.log";
+inline constexpr char kPdfDetectLog[] = "Veridane_PDF.log";
+
+// Paths of the regular files in `folder`, in the order in which the system gives them: without hidden ones, folders,
+// and the logs that runs have written into it. False when the folder cannot be read.
 bool BX_ListFolder(std::vector<std::string>& files, const std::string& folder);
 
 // The path without "/" at its end, from the root of the file system on. Empty when the working folder is not known.

@@ -16,8 +16,6 @@
 
 namespace {
 
-constexpr char kLogName[] = "Veridane_PDF.log";
-
 // One run on one document.
 class CBxPdfSearch {
 public:
@@ -45,7 +43,7 @@ private:
         if (m_strDocument.empty() || ::stat(m_strDocument.c_str(), &facts) != 0) {
             return Fail(std::strerror(m_strDocument.empty() ? ENOENT : errno));
         }
-        return S_ISREG(facts.st_mode) || Fail("it is not a regular file");
+        return S_ISREG(facts.st_mode) || Fail(CBxLocalization::Translate("it is not a regular file"));
     }
 
     bool PrepareFolder() {
@@ -84,7 +82,7 @@ private:
 
     void Search(const CBxPdfPictureReport& report) {
         const std::string folder = m_strDocument.substr(0, m_strDocument.rfind('/'));
-        m_Log.Open(folder + "/" + kLogName, m_Outcome.logFault);
+        m_Log.Open(folder + "/" + kPdfDetectLog, m_Outcome.logFault);
         m_Outcome.logPath = m_Log.Path();
         LogToApplication("Detecting signatures...");
         TellOfExtraction();

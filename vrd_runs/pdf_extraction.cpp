@@ -27,7 +27,7 @@ bool StandsBefore(const std::string& left, const std::string& right) {
 
 std::vector<std::string> FilesOfKind(const std::string& folder, const char* pattern) {
     std::vector<QString> files;
-    BX_GetFilesInDirectory(files, folder.c_str(), pattern);
+    BX_GetFilesInDirectory(files, folder.substr(0, folder.rfind('/')).c_str(), pattern);
     std::vector<std::string> names;
     for (const QString& file : files) {
         names.push_back(file.toStdString());

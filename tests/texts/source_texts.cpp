@@ -1,5 +1,6 @@
 #include "source_texts.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <fstream>
@@ -55,6 +56,7 @@ private:
             TakeWord();
         } else {
             m_IsCall = letter == '(' && IsTranslating(m_Word);
+            m_IsReason = letter == '(' && (m_Word == "SetReason" || m_Word == "SetWarning");
             m_Word.clear();
             SkipBlanks(1);
         }
@@ -77,6 +79,7 @@ private:
             m_Word += m_Source[m_Position++];
         }
         m_IsCall = false;
+        m_IsReason = false;
         SkipBlanks(0);
     }
 
@@ -90,7 +93,12 @@ private:
         if (m_IsCall) {
             m_Texts.translated.insert(text);
         }
+        // Numbers in the middle of a reason cannot be looked up; such reasons stay English.
+        if (m_IsReason && BX_HeadOfReason(text).find('%') == std::string::npos) {
+            m_Texts.reasons.insert(BX_HeadOfReason(text));
+        }
         m_IsCall = false;
+        m_IsReason = false;
         m_Word.clear();
     }
 
@@ -111,8 +119,9 @@ private:
     const std::string& m_Source;
     SBxSourceTexts& m_Texts;
     std::size_t m_Position = 0;
-    std::string m_Word;  // the one that was passed last
-    bool m_IsCall = false;
+    std::string m_Word;       // the one that was passed last
+    bool m_IsCall = false;    // the text to come is handed to a translating function
+    bool m_IsReason = false;  // ... or to a report
 };
 
 std::string ReadFile(const std::filesystem::path& path) {
@@ -121,6 +130,10 @@ std::string ReadFile(const std::filesystem::path& path) {
 }
 
 }  // namespace
+
+std::string BX_HeadOfReason(const std::string& reason) {
+    return reason.substr(0, std::min(reason.find(": "), reason.find(" (")));
+}
 
 void BX_AddSourceTexts(const std::string& source, SBxSourceTexts& texts) {
     CScanner(source, texts).Run();

@@ -8,8 +8,12 @@
 
 struct SBxSourceTexts {
     std::set<std::string> translated;  // what is handed to the translating functions as it stands, and texts of forms
+    std::set<std::string> reasons;     // why a file operation failed: what stands before values and the system's words
     std::set<std::string> all;         // every text, neighbouring pieces joined as the compiler does
 };
+
+// The part of a reason that is translated: up to the first ": " or " (".
+std::string BX_HeadOfReason(const std::string& reason);
 
 // Adds the texts of one C++ source.
 void BX_AddSourceTexts(const std::string& source, SBxSourceTexts& texts);

@@ -54,8 +54,7 @@ protected:
         for (int section = 0; section < count; ++section) {
             s_Languages.push_back(ReadTexts(section));
         }
-        s_Sources =
-            BX_ReadSourceTexts({kSource + "/bx", kSource + "/vrd_runs", kSource + "/vrd_gui", kSource + "/vrd_cli"});
+        s_Sources = BX_ReadSourceTexts({kSource + "/bx", kSource + "/vrd_runs", kSource + "/vrd_gui"});
     }
 
     // Calls `look` with the number of the language, the English text and the translation.
@@ -82,16 +81,20 @@ SBxSourceTexts Translations::s_Sources;
 TEST_F(Translations, StandInTheFileForEveryTextOfTheProgram) {
     const std::set<std::string> known(s_Languages[0].begin(), s_Languages[0].end());
     std::vector<std::string> missing;
-    std::set_difference(s_Sources.translated.begin(), s_Sources.translated.end(), known.begin(), known.end(),
-                        std::back_inserter(missing));
+    for (const auto& texts : {s_Sources.translated, s_Sources.reasons}) {
+        std::set_difference(texts.begin(), texts.end(), known.begin(), known.end(), std::back_inserter(missing));
+    }
     EXPECT_GT(s_Sources.translated.size(), 40u);
+    EXPECT_GT(s_Sources.reasons.size(), 10u);
     EXPECT_THAT(missing, IsEmpty());
 }
 
 TEST_F(Translations, OfTextsThatTheProgramNoLongerHasAreGone) {
+    std::set<std::string> spoken = s_Sources.all;
+    std::transform(s_Sources.all.begin(), s_Sources.all.end(), std::inserter(spoken, spoken.end()), BX_HeadOfReason);
     std::vector<std::string> superfluous;
     std::copy_if(s_Languages[0].begin(), s_Languages[0].end(), std::back_inserter(superfluous),
-                 [](const std::string& text) { return s_Sources.all.count(text) == 0; });
+                 [&spoken](const std::string& text) { return spoken.count(text) == 0; });
     EXPECT_THAT(superfluous, IsEmpty());
     const std::set<std::string> unique(s_Languages[0].begin(), s_Languages[0].end());
     EXPECT_EQ(unique.size(), s_Languages[0].size());
@@ -132,10 +135,12 @@ TEST(SourceTexts, AreFoundWhereTheyAreTranslatedAndNotInComments) {
         "// BX_Text(\"no\") isn't\n"
         "char quote = '\"'; int big = 1'000; /* Translate(\"no\") */\n"
         "a(BX_Text( \"One \\\"two\\\" \"\n   \"three\"), \"plain\"); BX_Text(name, \"other\"); My_BX_Text(\"not\");\n"
-        "b(CBxLocalization::Translate(\"four\"));",
+        "b(CBxLocalization::Translate(\"four\")); r.SetReason(\"five: %s\", a); r.SetReason(\"%d six\", b);",
         texts);
     EXPECT_THAT(texts.translated, testing::ElementsAre("One \"two\" three", "four"));
-    EXPECT_THAT(texts.all, testing::ElementsAre("One \"two\" three", "four", "not", "other", "plain"));
+    EXPECT_THAT(texts.reasons, testing::ElementsAre("five"));
+    EXPECT_THAT(texts.all, testing::IsSupersetOf({"One \"two\" three", "four", "not", "other", "plain"}));
+    EXPECT_EQ(texts.all.count("no"), 0u);
     BX_AddFormTexts("<string>A &amp;&lt;b&gt;</string><string notr=\"true\">no</string>", texts);
     EXPECT_EQ(texts.translated.count("A &<b>"), 1u);
     EXPECT_EQ(texts.translated.count("no"), 0u);

@@ -27,8 +27,8 @@ QString CBxElidedLabel::Shown() const {
 
 void CBxElidedLabel::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    style()->drawItemText(&painter, contentsRect(), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, palette(),
-                          isEnabled(), Shown(), foregroundRole());
+    const int flags = QStyle::visualAlignment(layoutDirection(), alignment()) | Qt::TextSingleLine;
+    style()->drawItemText(&painter, contentsRect(), flags, palette(), isEnabled(), Shown(), foregroundRole());
 }
 
 bool CBxElidedLabel::event(QEvent* event) {

@@ -28,3 +28,11 @@ QString BX_FilledText(const char* english, std::initializer_list<QString> values
     }
     return filled;
 }
+
+QString BX_ReasonText(const char* reason) {
+    const QByteArray whole(reason);
+    qsizetype end = whole.indexOf(": ");
+    const qsizetype bracket = whole.indexOf(" (");
+    end = end < 0 || (bracket >= 0 && bracket < end) ? bracket : end;
+    return end < 0 ? BX_Text(reason) : BX_Text(whole.left(end).constData()) + QString::fromUtf8(whole.mid(end));
+}

@@ -15,6 +15,7 @@ namespace {
 constexpr char kHomePage[] = "index.html";
 constexpr char kIndexPage[] = "contents.html";  // the pane beside the page
 constexpr QSize kUsualSize(920, 680);
+constexpr double kPageMargin = 12.0;
 
 }  // namespace
 
@@ -39,6 +40,9 @@ CBxHelp::CBxHelp(QWidget* parent, const char* page, const char* bundleFolder)
     m_pForm->buttonForward->setShortcut(QKeySequence::Forward);
     m_pForm->splitter->setStretchFactor(1, 1);
     m_pForm->splitter->setSizes({kUsualSize.width() / 4, kUsualSize.width()});
+    for (QTextBrowser* const pane : {m_pForm->textIndex, m_pForm->textBrowser}) {
+        pane->document()->setDocumentMargin(kPageMargin);
+    }
     setWindowFlag(Qt::WindowMaximizeButtonHint);
     resize(kUsualSize.boundedTo(screen()->availableSize()));
     Connect();

@@ -45,7 +45,8 @@ QString DescribeShrinking(const SBxSearchResult& result) {
 }  // namespace
 
 bool CBxVeridaneGui::IsRunning() const {
-    return m_SignThread.isRunning() || m_DetectThread.isRunning() || m_SaveThread.isRunning();
+    return m_SignThread.isRunning() || m_DetectThread.isRunning() || m_SaveThread.isRunning() ||
+           m_pBatchProgressDlg != nullptr;
 }
 
 void CBxVeridaneGui::OnSignImage() {
@@ -103,6 +104,10 @@ void CBxVeridaneGui::OnDetectCanceled() {
 }
 
 void CBxVeridaneGui::OnTimer() {
+    if (m_pBatchProgressDlg != nullptr) {
+        ShowBatchProgress();
+        return;
+    }
     if (m_pProgressDlg == nullptr) {
         return;
     }

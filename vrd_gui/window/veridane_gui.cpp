@@ -39,7 +39,13 @@ bool IsOnAScreen(const QRect& rectangle) {
 }  // namespace
 
 CBxVeridaneGui::CBxVeridaneGui(QWidget* parent, SBxVRDConfig* config)
-    : QMainWindow(parent), m_pConfig(config), m_SignThread(this), m_DetectThread(this) {
+    : QMainWindow(parent),
+      m_pConfig(config),
+      m_SignThread(this),
+      m_DetectThread(this),
+      m_BatchSignThread(this),
+      m_BatchDetectThread(this),
+      m_PDFDetectThread(this) {
     BX_Require(config != nullptr);
     m_Form.setupUi(*this);
     RetranslateUi();
@@ -51,12 +57,17 @@ CBxVeridaneGui::CBxVeridaneGui(QWidget* parent, SBxVRDConfig* config)
     connect(&m_Timer, SIGNAL(timeout()), this, SLOT(OnTimer()));
     connect(&m_SignThread, SIGNAL(finished()), this, SLOT(OnSignThreadFinished()));
     connect(&m_DetectThread, SIGNAL(finished()), this, SLOT(OnDetectThreadFinished()));
+    connect(&m_BatchSignThread, SIGNAL(finished()), this, SLOT(OnBatchSignFinished()));
+    connect(&m_BatchDetectThread, SIGNAL(finished()), this, SLOT(OnBatchDetectFinished()));
+    connect(&m_PDFDetectThread, SIGNAL(finished()), this, SLOT(OnPDFDetectFinished()));
 }
 
 CBxVeridaneGui::~CBxVeridaneGui() {
     OnDetectCanceled();
-    for (QThread* thread : {static_cast<QThread*>(&m_SignThread), static_cast<QThread*>(&m_DetectThread),
-                            static_cast<QThread*>(&m_SaveThread)}) {
+    m_BatchProgress.Cancel();
+    QThread* const threads[] = {&m_SignThread,      &m_DetectThread,      &m_SaveThread,
+                                &m_BatchSignThread, &m_BatchDetectThread, &m_PDFDetectThread};
+    for (QThread* thread : threads) {
         thread->disconnect();
         while (!thread->wait(kPollMilliseconds)) {
             CBxSignOp::AbortDetecting();
@@ -193,6 +204,7 @@ void CBxVeridaneGui::closeEvent(QCloseEvent* event) {
 void CBxVeridaneGui::EndNow() {
     m_bEnding = true;
     OnDetectCanceled();
+    m_BatchProgress.Cancel();
     RememberPlace();
     QCoreApplication::exit(0);
 }

@@ -5,12 +5,15 @@
 #include <QMutex>
 #include <QTimer>
 
+#include "batch_threads.h"
 #include "class_log.h"
 #include "main_window_form.h"
 #include "open_picture.h"
 #include "picture_threads.h"
 #include "picture_view.h"
 #include "progress_dlgs.h"
+#include "remaining_time.h"
+#include "run_progress.h"
 #include "single_runs.h"
 #include "vrd_config.h"
 
@@ -43,6 +46,7 @@ public:
     // For the workers.
     SBxPicBuf& CurrentPicture() { return m_Open.picture.Pic(); }
     const SBxVRDConfig& Config() const { return *m_pConfig; }
+    CBxRunProgress& BatchProgress() { return m_BatchProgress; }
 
 public slots:
     // ---- files (file_actions.cpp, save_actions.cpp) ----
@@ -75,6 +79,9 @@ public slots:
     void OnBatchSign();
     void OnBatchDetect();
     void OnPDFDetect();
+    void OnBatchSignCanceled();
+    void OnBatchDetectCanceled();
+    void OnPDFDetectCanceled();
     void OnBatchSignFinished();
     void OnBatchDetectFinished();
     void OnPDFDetectFinished();
@@ -87,7 +94,7 @@ public slots:
     void OnGettingStarted();
 
 signals:
-    // A run on the open picture, or its saving, is over and its dialogs are closed.
+    // A run, or the saving of the picture, is over and its dialogs are closed.
     void RunEnded();
 
 protected:
@@ -130,6 +137,12 @@ private:
     void ShowFinding();
     void MoveView(double right, double down);
 
+    // ---- runs on folders and documents ----
+    void StartBatch(QThread& thread, const QString& title, const char* cancelSlot);
+    void ShowBatchProgress();
+    void EndBatch(QThread& thread);
+    void ShowBatchResult(const std::string& message, const SBxRunOutcome& outcome);
+
     SBxVRDConfig* m_pConfig;
     Ui_MainWindow m_Form;
     SBxOpenPicture m_Open;
@@ -143,4 +156,11 @@ private:
     CBxSignThread m_SignThread;
     CBxDetectThread m_DetectThread;
     CBxSaveThread m_SaveThread;
+
+    CBxRunProgress m_BatchProgress;  // of the worker for folders or documents that runs
+    CBxRemainingTime m_RemainingTime;
+    CBxBatchProgressDlg* m_pBatchProgressDlg = nullptr;
+    CBxBatchSignThread m_BatchSignThread;
+    CBxBatchDetectThread m_BatchDetectThread;
+    CBxPDFDetectThread m_PDFDetectThread;
 };

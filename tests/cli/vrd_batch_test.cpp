@@ -1,0 +1,147 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <QImage>
+#include <filesystem>
+
+#include "pdf_document.h"
+#include "vrd_fixture.h"
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+class VrdBatch : public CVrdTest {
+protected:
+    void CopyIn(const std::string& from, const std::string& name) { std::filesystem::copy(from, m_Folder / name); }
+
+    std::vector<std::string> NamesIn(const std::string& folder) {
+        std::vector<std::string> names;
+        for (const std::filesystem::directory_entry& entry : std::filesystem::directory_iterator(folder)) {
+            names.push_back(entry.path().filename().string());
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    // A document with the signed picture, and one that holds no picture.
+    void WriteDocument(const std::string& name, bool withSign) {
+        CPdfDocument document;
+        const QImage picture(QString::fromStdString(Signed()));
+        document.AddPage(withSign ? AddPdfJpeg(document, ReadBytes(Signed()), picture.width(), picture.height())
+                                  : document.AddStream("", ""));
+        WriteBytes(m_Folder / name, document.Bytes());
+    }
+};
+
+}  // namespace
+
+TEST_F(VrdBatch, TheStatusOfSigningTellsWhetherAllWereSigned) {
+    CopyIn(Photo(), "a.png");
+    const SProgramRun all = RunVrd({"batch-sign", m_Folder.Path(), "-s", kSign, "-t", "2"});
+    EXPECT_EQ(all.status, 0) << all.err;
+    EXPECT_THAT(all.out, HasSubstr("Batch sign finished. 1 of 1 files signed"));
+    EXPECT_EQ(RunVrd({"detect", m_Folder / "signed/a.png"}).status, 0);
+
+    CopyIn(Signed(), "b.jpg");
+    WriteBytes(m_Folder / "c.txt", "no picture");
+    const SProgramRun some = RunVrd({"batch-sign", m_Folder.Path(), "-s", kSign, "--json"});
+    EXPECT_EQ(some.status, 1);
+    EXPECT_EQ(some.err, "");
+    const std::vector<nlohmann::json> lines = Lines(some.out);
+    ASSERT_EQ(lines.size(), 4U) << some.out;
+    for (const nlohmann::json& line : {lines[0], lines[1], lines[2]}) {
+        const std::string name = std::filesystem::path(line["file"].get<std::string>()).filename();
+        EXPECT_EQ(line.contains("error"), name == "c.txt") << line;
+        EXPECT_EQ(line.contains("already_signed"), name == "b.jpg") << line;
+        EXPECT_EQ(line["output"].is_string(), name == "a.png") << line;
+    }
+    EXPECT_EQ(lines[3]["message"], "Not all the images were signed.");
+    EXPECT_EQ(lines[3]["files"], 3);
+    EXPECT_EQ(lines[3]["signed"], 1);
+    EXPECT_EQ(lines[3]["already_signed"], 1);
+    EXPECT_EQ(lines[3]["unreadable"], 1);
+    EXPECT_EQ(lines[3]["log"], m_Folder / "signed/batch_sign.log");
+}
+
+TEST_F(VrdBatch, ASignThatCannotBeFoundAgainIsRefusedBeforeAnythingIsDone) {
+    CopyIn(Photo(), "a.png");
+    const SProgramRun run = RunVrd({"batch-sign", m_Folder.Path(), "-s", "a b", "--json"});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(OneLine(run)["would_become"], "a-b");
+    EXPECT_EQ(m_Folder.Count(), 1);
+}
+
+TEST_F(VrdBatch, ARunThatCannotBeginSaysWhy) {
+    const SProgramRun missing = RunVrd({"batch-detect", m_Folder / "missing"});
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_EQ(missing.out, "");
+    EXPECT_THAT(missing.err, HasSubstr("the folder cannot be read"));
+    const int other = ::open(m_Folder.Path().c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(other, LOCK_EX), 0);
+    for (const SProgramRun& run : {RunVrd({"batch-sign", m_Folder.Path(), "-s", kSign, "--json"}),
+                                   RunVrd({"batch-detect", m_Folder.Path(), "--json"})}) {
+        EXPECT_EQ(run.status, 2);
+        EXPECT_THAT(OneLine(run)["error"].get<std::string>(), HasSubstr("another run"));
+    }
+    ::close(other);
+}
+
+TEST_F(VrdBatch, TheStatusOfDetectionIsThatOfDetect) {
+    WritePlain(m_Folder / "plain.png");
+    EXPECT_EQ(RunVrd({"batch-detect", m_Folder.Path()}).status, 1);
+    CopyIn(Signed(), "signed.jpg");
+    const SProgramRun found = RunVrd({"batch-detect", m_Folder.Path(), "--json"});
+    EXPECT_EQ(found.status, 0);
+    const std::vector<nlohmann::json> lines = Lines(found.out);
+    ASSERT_EQ(lines.size(), 3U) << "the log of the earlier run is none of them" << found.out;
+    EXPECT_EQ(lines[0]["sign"].is_string() + lines[1]["sign"].is_string(), 1);
+    EXPECT_EQ(lines[2]["message"], "Some images were signed.");
+    EXPECT_EQ(lines[2]["found"], 1);
+    WriteBytes(m_Folder / "broken.png", "no picture");
+    EXPECT_EQ(RunVrd({"batch-detect", m_Folder.Path()}).status, 2);
+}
+
+TEST_F(VrdBatch, DocumentsAreSearched) {
+    WriteDocument("signed.pdf", true);
+    WriteDocument("text.pdf", false);
+    WriteBytes(m_Folder / "damaged.pdf", "%PDF-1.4\n");
+    const SProgramRun found = RunVrd({"pdf-detect", "--json", "signed.pdf"}, m_Folder.Path());
+    EXPECT_EQ(found.status, 0) << found.out << found.err;
+    const std::vector<nlohmann::json> lines = Lines(found.out);
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0]["picture"], 1);
+    EXPECT_EQ(lines[0]["sign"], kSign);
+    EXPECT_EQ(lines[1]["message"], std::string("Sign found: ") + kSign);
+    EXPECT_EQ(lines[1]["log"], m_Folder / "Veridane_PDF.log");
+    EXPECT_EQ(RunVrd({"pdf-detect", m_Folder / "text.pdf"}).status, 1);
+    const SProgramRun damaged = RunVrd({"pdf-detect", m_Folder / "damaged.pdf"});
+    EXPECT_EQ(damaged.status, 2);
+    EXPECT_THAT(damaged.err, HasSubstr("PDF detection failed. pdfimages: "));
+    EXPECT_EQ(damaged.out, "");
+}
+
+TEST_F(VrdBatch, ASignalEndsItWithoutLitter) {
+    CBxOwnedPic large = MakeTexturedPicture(900, 900, 3);
+    for (const char* name : {"a.png", "b.png", "c.png", "d.png"}) {
+        ASSERT_EQ(CBxConvertPicture::WriteOutputFile(&large.Pic(), (m_Folder / "x.bmp").c_str(), -1, nullptr), 0);
+        std::filesystem::rename(m_Folder / "x.bmp", m_Folder / name);
+    }
+    CopyIn(Photo(), "small.png");
+    for (const int signal : {SIGINT, SIGTERM}) {
+        // The first count stands under the first file that is finished.
+        const SProgramRun run = InterruptProgram(
+            {VERIDANE_BIN "/vrd", "batch-sign", m_Folder.Path(), "-s", kSign, "-t", "1"}, " of 5 files", signal);
+        EXPECT_EQ(run.status, 128 + signal) << run.out;
+        for (const std::string& name : NamesIn(m_Folder / "signed")) {
+            EXPECT_NE(name[0], '.') << name;
+        }
+        EXPECT_LT(NamesIn(m_Folder / "signed").size(), 6U);
+        EXPECT_THAT(ReadBytes(m_Folder / "signed/batch_sign.log"), HasSubstr("Batch sign was cancelled."));
+    }
+}

@@ -1,0 +1,38 @@
+#include "batch_threads.h"
+
+#include "thread_hand_over.h"
+#include "veridane_gui.h"
+
+namespace {
+
+SBxRunContext ContextOf(CBxVeridaneGui& window) {
+    const SBxVRDConfig& config = window.Config();
+    return {window.BatchProgress(),  config.m_iMaxThreads,       config.m_iCompression,
+            config.m_szBundleFolder, config.m_szTemporaryFolder, CBxVeridaneGui::GetLogger()};
+}
+
+}  // namespace
+
+void CBxBatchSignThread::run() {
+    const CBxThreadRun handOver(this);
+    m_Outcome = SBxBatchSignOutcome();
+    if (m_pMainWindow != nullptr) {
+        m_Outcome = BX_RunBatchSign(ContextOf(*m_pMainWindow), m_szInputFolder, m_szSignText, {});
+    }
+}
+
+void CBxBatchDetectThread::run() {
+    const CBxThreadRun handOver(this);
+    m_Outcome = SBxBatchDetectOutcome();
+    if (m_pMainWindow != nullptr) {
+        m_Outcome = BX_RunBatchDetect(ContextOf(*m_pMainWindow), m_szInputFolder, {});
+    }
+}
+
+void CBxPDFDetectThread::run() {
+    const CBxThreadRun handOver(this);
+    m_Outcome = SBxPdfDetectOutcome();
+    if (m_pMainWindow != nullptr) {
+        m_Outcome = BX_RunPdfDetect(ContextOf(*m_pMainWindow), m_szPdfPath, {});
+    }
+}
