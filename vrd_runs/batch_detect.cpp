@@ -85,7 +85,8 @@ SBxBatchDetectOutcome BX_RunBatchDetect(const SBxRunContext& context, const std:
 
 const char* BX_GetMessage(const SBxBatchDetectOutcome& outcome) {
     if (outcome.hasFailed) {
-        return "Batch detect failed.";
+        return CBxLocalization::Translate("Batch detect failed.");
     }
-    return outcome.someSignFound ? "Some images were signed." : "No image was signed.";
+    return outcome.someSignFound ? CBxLocalization::Translate("Some images were signed.")
+                                 : CBxLocalization::Translate("No image was signed.");
 }

@@ -115,7 +115,8 @@ SBxBatchSignOutcome BX_RunBatchSign(const SBxRunContext& context, const std::str
 
 const char* BX_GetMessage(const SBxBatchSignOutcome& outcome) {
     if (outcome.hasFailed) {
-        return "Batch sign failed.";
+        return CBxLocalization::Translate("Batch sign failed.");
     }
-    return outcome.notAllSigned ? "Not all the images were signed." : "Batch sign finished.";
+    return outcome.notAllSigned ? CBxLocalization::Translate("Not all the images were signed.")
+                                : CBxLocalization::Translate("Batch sign finished.");
 }

@@ -39,5 +39,5 @@ using CBxSignedFileReport = std::function<void(const SBxSignedFile& file)>;
 SBxBatchSignOutcome BX_RunBatchSign(const SBxRunContext& context, const std::string& folder, const std::string& sign,
                                     const CBxSignedFileReport& report);
 
-// What a user is told at the end, in English, for translation.
+// What a user is told at the end, in his language.
 const char* BX_GetMessage(const SBxBatchSignOutcome& outcome);

@@ -9,8 +9,7 @@ namespace {
 
 void AppendCount(std::string& detail, std::size_t count, const char* text) {
     if (count > 0) {
-        detail += (detail.empty() ? "" : " ") + std::string(CBxLocalization::Translate(text)) + " " +
-                  std::to_string(count) + ".";
+        detail += (detail.empty() ? "" : " ") + std::string(text) + " " + std::to_string(count) + ".";
     }
 }
 
@@ -18,8 +17,8 @@ void AppendCount(std::string& detail, std::size_t count, const char* text) {
 
 std::string BX_GetDetail(const SBxRunOutcome& outcome) {
     std::string detail = outcome.reason;
-    AppendCount(detail, outcome.unreadable, "Files that could not be read:");
-    AppendCount(detail, outcome.failed, "Files that could not be worked on:");
+    AppendCount(detail, outcome.unreadable, CBxLocalization::Translate("Files that could not be read:"));
+    AppendCount(detail, outcome.failed, CBxLocalization::Translate("Files that could not be worked on:"));
     if (outcome.wasCancelled) {
         detail += (detail.empty() ? "" : " ") + std::string(CBxLocalization::Translate("The run was cancelled."));
     }
