@@ -11,6 +11,8 @@
 #include <filesystem>
 
 #include "convert_picture.h"
+#include "metadata_fixtures.h"
+#include "picture_orientation.h"
 #include "picture_search.h"
 #include "save_names.h"
 #include "window_fixture.h"
@@ -57,6 +59,22 @@ TEST_F(FilesWindow, OpensWhatIsDroppedOnTheView) {
     QApplication::sendEvent(view, &drop);
     QCoreApplication::processEvents();
     EXPECT_EQ(Title(), "Veridane -dropped.png");
+}
+
+// The camera was turned: the view shows the photograph upright, and its pixels stay as they are stored.
+TEST_F(FilesWindow, ShowsATurnedPhotographUprightAndSavesItAsItIs) {
+    WriteBytes(m_Folder / "turned.jpg", ::MakePhoto(true, false));
+    Open(m_Folder / "turned.jpg");
+    EXPECT_EQ(Window().findChild<CBxImageArea*>()->Geometry().m_Picture, (CBxSize<int>{30, 40}));
+    EXPECT_EQ(Window().CurrentPicture().m_iWidth, 40);
+    ChooseFile(m_Folder / "saved.jpg");
+    RunToItsEnd([this] { Window().OnSaveImage(); });
+    EXPECT_EQ(Note(), "Saved.");
+    EXPECT_EQ(BX_ReadOrientation((m_Folder / "saved.jpg").c_str()), 6);
+    EXPECT_EQ(QImage(QString::fromStdString(m_Folder / "saved.jpg")).size(), QSize(40, 30));
+    ChooseFile(m_Folder / "saved.png");
+    RunToItsEnd([this] { Window().OnSaveImage(); });
+    EXPECT_EQ(Note(), "Saved without the photograph's camera data (EXIF, IPTC).");
 }
 
 TEST_F(FilesWindow, NamesAFileThatCannotBeReadAndKeepsThePicture) {
