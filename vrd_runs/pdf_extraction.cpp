@@ -9,6 +9,7 @@
 
 #include "base_files.h"
 #include "child_process.h"
+#include "localization.h"
 #include "qt_files.h"
 
 namespace {
@@ -66,7 +67,7 @@ std::string LastLine(const std::string& messages) {
 std::string DescribeEnd(const SBxChildResult& child) {
     switch (child.end) {
         case EBxChildEnd::kTooSlow:
-            return "taking the pictures out of the document took longer than 30 seconds";
+            return CBxLocalization::Translate("taking the pictures out of the document took longer than 30 seconds");
         case EBxChildEnd::kCrashed:
             return std::string(kTool) + " crashed";
         default:
@@ -109,7 +110,8 @@ SBxPdfPictures BX_ExtractPdfPictures(const std::string& document, const std::str
     pictures.pictures = FilesOfKind(folder, "*.ppm");
     pictures.passedOver = FilesOfKind(folder, "*.pbm");
     if (!std::all_of(pictures.pictures.begin(), pictures.pictures.end(), IsWhole)) {
-        return Fail(pictures, "the pictures do not fit into the folder for temporary files, " + folder);
+        return Fail(pictures,
+                    CBxLocalization::Translate("the pictures do not fit into the folder for temporary files"));
     }
     pictures.hasFailed = false;
     return pictures;
