@@ -1,7 +1,11 @@
 #!/bin/sh
-# Signs the sample picture, shrinks a copy of it, and finds the sign again in both. Needs a built release.
+# Opens the program where there is a screen. Where there is none, signs the sample picture, shrinks a copy of it, and
+# finds the sign again in both. Needs a built release.
 set -eu
 cd "$(dirname "$0")/.."
+if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+    exec build/bin/veridane "$@"
+fi
 vrd=build/bin/vrd
 sign=Veri-2026x
 photo=data/samples/astronaut.png

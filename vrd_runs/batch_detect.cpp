@@ -76,8 +76,9 @@ SBxBatchDetectOutcome BX_RunBatchDetect(const SBxRunContext& context, const std:
     if (outcome.wasCancelled) {
         log.Info("Batch detect was cancelled.");
     }
-    if (!log.Close() && outcome.logFault.empty()) {
-        outcome.logFault = "the log is not whole: it could not be written to the end";
+    log.Close();
+    if (!log.IsWhole()) {
+        outcome.logFault = CBxLocalization::Translate("the log could not be written to the end");
     }
     outcome.hasFailed = false;
     return outcome;

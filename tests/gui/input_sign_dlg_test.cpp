@@ -89,7 +89,10 @@ TEST_F(SignInput, GivesBackTheBufferAsItWasWhenCancelled) {
 TEST_F(SignInput, NeverWritesBehindASmallBuffer) {
     char guarded[12] = {'\0', 0, 0, 0, 0, 0, 0, 0, 'G', 'G', 'G', 'G'};
     CBxInputSignDlg dialog(&m_Window, guarded, 8);
-    Find<QLineEdit>(dialog, "lineEditInputSign").setText("abcdefghij");
-    EXPECT_EQ(std::string(guarded + 8, 4), "GGGG");
+    for (const char* text : {"abcdefg", "abcdefgh", "abcdefghij"}) {
+        Find<QLineEdit>(dialog, "lineEditInputSign").setText(text);
+        EXPECT_EQ(std::string(guarded + 8, 4), "GGGG");
+    }
+    EXPECT_STREQ(guarded, "abcdefg");
     EXPECT_EQ(Find<QLineEdit>(dialog, "lineEditOutputSign").text().toStdString(), guarded);
 }

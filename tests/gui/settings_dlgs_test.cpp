@@ -84,6 +84,13 @@ TEST_F(SettingsDialogs, QualityIsKeptAndAskedNoMoreOnlyWhenConfirmed) {
     EXPECT_FALSE(m_Config.m_bAskCompression);
 }
 
+TEST_F(SettingsDialogs, QualityIsAskedAgainUnlessTheUserSaysOtherwise) {
+    CModalActs user;
+    user.On<CBxInputCompressionDlg>([](CBxInputCompressionDlg& dialog) { Press(dialog, Qt::Key_Return); });
+    EXPECT_TRUE(CBxInputCompressionDlg::InputCompression(&m_Window, &m_Config));
+    EXPECT_TRUE(m_Config.m_bAskCompression);
+}
+
 TEST_F(SettingsDialogs, EveryFieldComesBackAsItWasLeft) {
     m_Config.m_bLogDetailEnabled = true;
     EXPECT_TRUE(Edit([](CBxVRDSettings& dialog) {

@@ -77,7 +77,7 @@ bool CBxVeridaneGui::ReadPicture(const QString& path) {
         }
     }
     if (!isRead) {
-        BX_ShowFileFault(this, BX_Text("This file cannot be read:"), path, QString::fromUtf8(report.m_szReason));
+        BX_ShowFileFault(this, BX_Text("This file cannot be read:"), path, BX_ReasonText(report.m_szReason));
         return false;
     }
     read.path = path;

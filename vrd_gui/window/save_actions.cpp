@@ -138,7 +138,7 @@ bool CBxVeridaneGui::TellSaveOutcome(const QString& path, const SBxSaveOutcome& 
         case EBxSaveEnd::kFailed:
             break;
     }
-    BX_ShowFileFault(this, BX_Text("This file cannot be written:"), path, QString::fromUtf8(outcome.report.m_szReason));
+    BX_ShowFileFault(this, BX_Text("This file cannot be written:"), path, BX_ReasonText(outcome.report.m_szReason));
     return true;
 }
 

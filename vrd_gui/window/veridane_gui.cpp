@@ -112,8 +112,8 @@ void CBxVeridaneGui::ConnectView() {
     connect(m_Form.comboZoom, SIGNAL(activated(int)), this, SLOT(OnComboActivated(int)));
     connect(m_Form.comboZoom->lineEdit(), SIGNAL(returnPressed()), this, SLOT(OnComboTextChanged()));
     connect(&m_Form.scrollArea->Image(), &CBxImageArea::ZoomChanged, this, [this](double zoom) {
-        const QString text = m_Open.IsOpen() ? QString::number(qRound(zoom * 100.0)) + "%" : QString();
-        m_Form.comboZoom->setEditText(text);
+        m_ShownZoom = m_Open.IsOpen() ? QString::number(qRound(zoom * 100.0)) + "%" : QString();
+        m_Form.comboZoom->setEditText(m_ShownZoom);
     });
     // Once the drop is over: opening may ask, and the other program waits for the end of the drop.
     connect(

@@ -146,6 +146,7 @@ private:
     SBxVRDConfig* m_pConfig;
     Ui_MainWindow m_Form;
     SBxOpenPicture m_Open;
+    QString m_ShownZoom;  // as the zoom box was last told
     bool m_bCrashWarned = false;
     bool m_bEnding = false;  // EndNow was called
 

@@ -30,9 +30,14 @@ void CBxVeridaneGui::OnComboActivated(int index) {
     OnComboTextChanged();
 }
 
-// A text that is no percentage gives way to the zoom that is shown.
+// A text that is no percentage gives way to the zoom that is shown. One that was not edited changes nothing: it is
+// rounded, and the box tells of one press of Enter more than once.
 void CBxVeridaneGui::OnComboTextChanged() {
+    m_Form.scrollArea->setFocus();
     QString text = m_Form.comboZoom->currentText();
+    if (text == m_ShownZoom) {
+        return;
+    }
     text.remove('%').replace(',', '.');
     bool isNumber = false;
     const double percentage = text.trimmed().toDouble(&isNumber);
@@ -41,7 +46,6 @@ void CBxVeridaneGui::OnComboTextChanged() {
             geometry.SetZoom(percentage / 100.0, geometry.Centre());
         }
     });
-    m_Form.scrollArea->setFocus();
 }
 
 void CBxVeridaneGui::MoveView(double right, double down) {
