@@ -83,13 +83,13 @@ TEST(DeepSearch, ReadsWhatTheOrdinarySearchDoesNotAndTellsWhatWasDone) {
         {"astronaut.png", "turned by 1", 1.0, false, 1.0},   {"coffee.png", "turned by 10", 10.0, false, 1.0},
         {"astronaut.png", "turned by 90", 90.0, false, 1.0}, {"coffee.png", "turned by 180", 180.0, false, 1.0},
         {"coffee.png", "turned by 270", 270.0, false, 1.0},  {"astronaut.png", "mirrored", 0.0, true, 1.0},
-        {"coffee.png", "brightness x 0.8", 0.0, false, 0.8}, {"coffee.png", "contrast x 1.25", 0.0, false, 1.25},
+        {"coffee.png", "brightness x 0.8", 0.0, false, 0.8}, {"astronaut.png", "offset 10", 0.0, false, 1.0},
         {"coffee.png", "cropped by 10 %", 0.0, false, 1.0},
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(std::string(row.sample) + ", " + row.change);
         const SSearch search = SearchChanged(row.sample, row.change);
-        EXPECT_EQ(search.ordinary, kBxFailure);
+        EXPECT_EQ(search.ordinary, kBxFailure) << search.finding.m_Reading.m_szText;
         ASSERT_EQ(search.deep, kBxSuccess);
         EXPECT_STREQ(search.finding.m_Reading.m_szText, kText);
         EXPECT_TRUE(search.finding.m_bCertain);

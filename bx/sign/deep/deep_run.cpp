@@ -17,6 +17,7 @@
 namespace {
 
 constexpr double kHintAgreement = 8.2;
+constexpr double kLeastJointAgreement = 10.5;
 constexpr double kWorthMoving = 8.6;    // agreement from which a grid is moved uphill
 constexpr double kBlurAsWritten = 1.1;  // pixels; standard deviation of the smoothing under which signs are written
 // Zooms that the ordinary search leaves out: pictures enlarged by more than it expects, and small copies.
@@ -140,7 +141,8 @@ SBxSoftReading CBxDeepRun::TryJoint(const SBxGridTrial& trial, const SBxTone& to
     m_ulDecodings.fetch_add(1, std::memory_order_relaxed);
     m_ulAllDecodings.fetch_add(1, std::memory_order_relaxed);
     const SBxSoftReading reading = BX_DecodeSoft(soft, kHintAgreement);
-    if (reading.m_szText[0] != 0 && evidence >= kEvidenceBits && !BX_IsTooRegular(soft, reading.m_szText)) {
+    if (reading.m_szText[0] != 0 && evidence >= kEvidenceBits && reading.m_dAgreement >= kLeastJointAgreement &&
+        !BX_IsTooRegular(soft, reading.m_szText)) {
         KeepReading(trial, tone, reading, EBxDeepStage::Joined);
     }
     return reading;

@@ -15,8 +15,9 @@
 namespace {
 
 constexpr int kMostCarriersJoined = kMostCarriers;
-constexpr double kLeastSupport = 4.6;  // agreement of a grid with the text of a hint
-constexpr int kMostTurns = 3;          // of joining, decoding and looking for more
+constexpr double kLeastSupport = 4.6;      // agreement of a grid with the text of a hint
+constexpr double kMostUnexplained = 0.25;  // correlation of two carriers beyond what the text makes
+constexpr int kMostTurns = 3;              // of joining, decoding and looking for more
 constexpr std::size_t kSlice = 1024;
 constexpr std::size_t kMostSupporters = 64;
 
@@ -109,12 +110,29 @@ private:
             const bool isApart = std::all_of(m_Frames, m_Frames + m_iCarriers, [&frame](const CBxRect<double>& other) {
                 return KeepApart(frame, other);
             });
-            if (isApart) {
-                float soft[kCellCount];
-                m_Run.m_Softs.Get(soft, supporters.list[i].pair);
+            float soft[kCellCount];
+            m_Run.m_Softs.Get(soft, supporters.list[i].pair);
+            if (isApart && IsIndependent(soft, supporters.list[i].agreement)) {
                 Add(soft, supporters.list[i].agreement, frame);
             }
         }
+    }
+
+    // Two carriers resemble each other as far as both resemble the text. In a picture that repeats itself any two grids
+    // may be alike, and one says nothing about the other.
+    bool IsIndependent(const float* soft, double agreement) const {
+        return std::all_of(m_Softs, m_Softs + m_iCarriers, [&](const SCarrier& other) {
+            double product = 0.0;
+            double squares = 0.0;
+            double otherSquares = 0.0;
+            for (int cell = 0; cell < kCellCount; ++cell) {
+                product += static_cast<double>(soft[cell]) * other.soft[cell];
+                squares += static_cast<double>(soft[cell]) * soft[cell];
+                otherSquares += static_cast<double>(other.soft[cell]) * other.soft[cell];
+            }
+            const double alike = product / std::sqrt(std::max(1e-9, squares * otherSquares));
+            return alike < agreement * other.agreement / kCellCount + kMostUnexplained;
+        });
     }
 
     void Add(const float* soft, double agreement, const CBxRect<double>& frame) {
@@ -123,7 +141,8 @@ private:
             m_Soft[cell] += weight * soft[cell];
         }
         m_Frames[m_iCarriers] = frame;
-        m_Agreements[m_iCarriers] = agreement;
+        m_Softs[m_iCarriers].agreement = agreement;
+        std::memcpy(m_Softs[m_iCarriers].soft, soft, sizeof m_Softs[m_iCarriers].soft);
         ++m_iCarriers;
     }
 
@@ -132,7 +151,7 @@ private:
         double bits = 0.0;
         const double choices = std::log2(static_cast<double>(std::max<std::size_t>(2, m_Run.m_Softs.Count())));
         for (int i = 0; i < m_iCarriers; ++i) {
-            bits += BX_BitsOfAgreement(m_Agreements[i]) - choices;
+            bits += BX_BitsOfAgreement(m_Softs[i].agreement) - choices;
         }
         return bits - kTextCodes * kBitsPerCode;
     }
@@ -142,7 +161,11 @@ private:
     float m_Soft[kCellCount] = {};
     int m_iCarriers = 0;
     CBxRect<double> m_Frames[kMostCarriersJoined];
-    double m_Agreements[kMostCarriersJoined];
+    struct SCarrier {
+        double agreement;
+        float soft[kCellCount];
+    };
+    SCarrier m_Softs[kMostCarriersJoined];
 };
 
 }  // namespace
