@@ -26,6 +26,9 @@ constexpr double kFurtherZooms[] = {0.5, 0.55, 0.6, 0.65, 0.7, 0.75, 0.8, 0.85, 
 constexpr double kFirstMove = 0.7;           // pixels of the picture as it was signed
 constexpr double kFirstMoveOfTurned = 0.08;  // cells
 constexpr int kMoveRounds = 3;
+constexpr double kOffsetMove = 0.6;  // tones
+constexpr double kGainMove = 0.008;
+constexpr double kExponentMove = 0.02;
 constexpr int kMoves = 5;
 
 // The grid with one of its edges moved, or turned about its origin, by `step` cells.
@@ -172,10 +175,14 @@ double CBxDeepRun::TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const
     KeepHint(trial, tone, soft, reading);
     if (mayMove && reading.m_dAgreement >= kWorthMoving && !BX_IsCertain(reading)) {
         SBxGridTrial moved = trial;
+        SBxTone tuned = tone;
         float movedSoft[kCellCount];
-        MoveUphill(moved, movedSoft, tone, reading.m_szText);
-        m_ulAllDecodings.fetch_add(2 * kMoves * kMoveRounds, std::memory_order_relaxed);
-        return std::max(reading.m_dAgreement, TrySoft(moved, tone, movedSoft, stage, false));
+        if (!tone.IsUnchanged()) {
+            TuneTone(tuned, trial, reading.m_szText);
+        }
+        MoveUphill(moved, movedSoft, tuned, reading.m_szText);
+        m_ulAllDecodings.fetch_add((2 * kMoves + 6) * kMoveRounds, std::memory_order_relaxed);
+        return std::max(reading.m_dAgreement, TrySoft(moved, tuned, movedSoft, stage, false));
     }
     return reading.m_dAgreement;
 }
@@ -232,6 +239,40 @@ void CBxDeepRun::KeepReading(const SBxGridTrial& trial, const SBxTone& tone, con
     pthread_mutex_unlock(&m_Mutex);
     if (isCertain) {
         m_bCertain.store(true, std::memory_order_relaxed);
+    }
+}
+
+void CBxDeepRun::TuneTone(SBxTone& tone, const SBxGridTrial& trial, const char* text) const {
+    int cells[kCellCount];
+    BX_EncodeSign(cells, text);
+    float means[kCellCount];
+    m_Sums.Means(means, trial.pose, trial.blur);
+    const auto agreement = [&](const SBxTone& candidate) {
+        float soft[kCellCount];
+        BX_SoftValues(soft, means, candidate);
+        return BX_AgreementOfCells(soft, cells);
+    };
+    double best = agreement(tone);
+    // The offset belongs to the dark end; a gain turns about the middle of the tones.
+    constexpr double kMiddle = 128.0;
+    for (double share = 1.0; share > 0.1; share *= 0.5) {
+        for (int move = 0; move < 6; ++move) {
+            const double sign = move % 2 == 0 ? share : -share;
+            SBxTone candidate = tone;
+            if (move / 2 == 0) {
+                candidate.offset += sign * kOffsetMove;
+            } else if (move / 2 == 1) {
+                candidate.gain *= 1.0 + sign * kGainMove;
+                candidate.offset += (tone.gain - candidate.gain) * kMiddle;
+            } else {
+                candidate.exponent *= 1.0 + sign * kExponentMove;
+            }
+            const double reached = agreement(candidate);
+            if (reached > best) {
+                best = reached;
+                tone = candidate;
+            }
+        }
     }
 }
 

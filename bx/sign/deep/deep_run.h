@@ -92,6 +92,8 @@ public:
 
 private:
     double Evidence(double agreement) const;
+    // Changes a tone to where the cells of a grid agree best with a text.
+    void TuneTone(SBxTone& tone, const SBxGridTrial& trial, const char* text) const;
     // Moves a grid to where its cells agree best with a text, and writes its soft values there.
     double MoveUphill(SBxGridTrial& trial, float* soft, const SBxTone& tone, const char* text) const;
     void KeepHint(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, const SBxSoftReading& reading);

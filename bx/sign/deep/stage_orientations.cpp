@@ -1,11 +1,15 @@
-// Stage: the picture was mirrored or turned by quarters. The grids between corners are read along their sides in all
+// Stage: the picture was mirrored or turned by quarters. Each of the seven copies turned back is searched as an
+// ordinary picture at zoom 1. Where that is not enough, the grids between corners are read along their sides in all
 // orientations. Along a reversed axis a corner stands elsewhere: it was found by forward differences.
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 
 #include "deep_run.h"
 #include "heap_array.h"
+#include "owned_pic.h"
 #include "result.h"
+#include "sign_op.h"
 #include "slices.h"
 
 namespace {
@@ -40,9 +44,87 @@ SBxGridTrial Reoriented(SBxGridTrial trial, int orientation) {
     return trial;
 }
 
+// The picture as the grids of an orientation see it: (u, v) of the copy lies at Place(u, v) of the picture.
+class CReorientedCopy {
+public:
+    CReorientedCopy(const SBxPicBuf& picture, const SBxGridOrientation& orientation)
+        : m_Picture(picture), m_Orientation(orientation) {}
+
+    bool Make() {
+        const bool transposes = m_Orientation.transposes;
+        const int width = transposes ? m_Picture.m_iHeight : m_Picture.m_iWidth;
+        const int height = transposes ? m_Picture.m_iWidth : m_Picture.m_iHeight;
+        if (m_Copy.Allocate(width, height, 3, 8) != kBxSuccess) {
+            return false;
+        }
+        for (int v = 0; v < height; ++v) {
+            auto* row = BX_PicRow<unsigned char>(m_Copy.Pic(), v);
+            for (int u = 0; u < width; ++u) {
+                const CBxPoint<double> place = Place(u + 0.5, v + 0.5);
+                const auto* from =
+                    BX_PicRow<unsigned char>(m_Picture, static_cast<int>(place.y)) + 3 * static_cast<int>(place.x);
+                std::copy(from, from + 3, row + 3 * u);
+            }
+        }
+        return true;
+    }
+
+    CBxPoint<double> Place(double u, double v) const {
+        const double x = m_Orientation.transposes ? v : u;
+        const double y = m_Orientation.transposes ? u : v;
+        return {m_Orientation.reversesX ? m_Picture.m_iWidth - x : x,
+                m_Orientation.reversesY ? m_Picture.m_iHeight - y : y};
+    }
+
+    SBxPicBuf& Pic() { return m_Copy.Pic(); }
+
+private:
+    const SBxPicBuf& m_Picture;
+    const SBxGridOrientation m_Orientation;
+    CBxOwnedPic m_Copy;
+};
+
+unsigned char SearchTurnedBack(CBxDeepRun& run, int index) {
+    CReorientedCopy copy(run.m_Picture, BX_GridOrientation(index));
+    if (!copy.Make()) {
+        return kBxOutOfMemory;
+    }
+    SBxSignRun ordinary;
+    char text[CBxSignOp::kTextBytes] = "";
+    const unsigned char result = CBxSignOp::ExtractTextFromPictureWithZoom(ordinary, &copy.Pic(), 1.0, text);
+    if (result == kBxSuccess) {
+        const SBxGridPose found = BX_PoseOfRectangle(ordinary.m_Finding.m_Rectangle);
+        const auto place = [&](double column, double row) {
+            const CBxPoint<double> point = found.PointAt(column, row);
+            return copy.Place(point.x, point.y);
+        };
+        const CBxPoint<double> origin = place(0.0, 0.0);
+        const CBxPoint<double> right = place(1.0, 0.0);
+        const CBxPoint<double> below = place(0.0, 1.0);
+        SBxGridTrial trial = run.TrialOfWholePicture(1.0);
+        trial.orientation = BX_GridOrientation(index);
+        trial.pose = {origin, {right.x - origin.x, right.y - origin.y}, {below.x - origin.x, below.y - origin.y}};
+        float means[kCellCount];
+        run.ReadMeans(means, trial);
+        run.Try(trial, BX_ToneOfMeans(means), means, EBxDeepStage::Orientations);
+    }
+    return result == kBxOutOfMemory ? result : static_cast<unsigned char>(kBxSuccess);
+}
+
 }  // namespace
 
 unsigned char BX_SearchOrientations(CBxDeepRun& run) {
+    std::atomic<bool> hasMemory{true};
+    auto turnBack = [&](std::size_t begin, std::size_t /*end*/) {
+        if (SearchTurnedBack(run, static_cast<int>(begin) + 1) == kBxOutOfMemory) {
+            hasMemory.store(false);
+        }
+        return hasMemory.load() && !run.Ended();
+    };
+    BX_RunSlices(kGridOrientations - 1, 1, run.m_uiThreads, turnBack);
+    if (!hasMemory.load() || run.Ended()) {
+        return hasMemory.load() ? kBxSuccess : kBxOutOfMemory;
+    }
     const std::size_t pairs = run.m_Pool.Count();
     CBxHeapArray<SReversedGrid> grids;
     if (!grids.Allocate((pairs + 1) * kReversals)) {
