@@ -117,6 +117,10 @@ void ReportEnd(const SBxRunOutcome& outcome, const std::string& place, const std
         console.Error(place, (console.IsJson() ? "" : message + " ") + outcome.reason, record);
         return;
     }
+    if (outcome.wasCancelled) {
+        console.Error(place, console.IsJson() ? "interrupted" : "interrupted; " + line, record);
+        return;
+    }
     console.Result(record);
     std::string text = message + (line.empty() ? "" : " " + line);
     if (outcome.unreadable > 0) {

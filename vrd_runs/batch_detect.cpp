@@ -76,8 +76,9 @@ SBxBatchDetectOutcome BX_RunBatchDetect(const SBxRunContext& context, const std:
     if (outcome.wasCancelled) {
         log.Info("Batch detect was cancelled.");
     }
-    if (!log.Close() && outcome.logFault.empty()) {
-        outcome.logFault = "the log is not whole: it could not be written to the end";
+    log.Close();
+    if (!log.IsWhole()) {
+        outcome.logFault = CBxLocalization::Translate("the log could not be written to the end");
     }
     outcome.hasFailed = false;
     return outcome;
@@ -85,7 +86,8 @@ SBxBatchDetectOutcome BX_RunBatchDetect(const SBxRunContext& context, const std:
 
 const char* BX_GetMessage(const SBxBatchDetectOutcome& outcome) {
     if (outcome.hasFailed) {
-        return "Batch detect failed.";
+        return CBxLocalization::Translate("Batch detect failed.");
     }
-    return outcome.someSignFound ? "Some images were signed." : "No image was signed.";
+    return outcome.someSignFound ? CBxLocalization::Translate("Some images were signed.")
+                                 : CBxLocalization::Translate("No image was signed.");
 }

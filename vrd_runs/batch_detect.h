@@ -19,5 +19,5 @@ using CBxDetectedFileReport = std::function<void(const SBxDetectedFile& file)>;
 SBxBatchDetectOutcome BX_RunBatchDetect(const SBxRunContext& context, const std::string& folder,
                                         const CBxDetectedFileReport& report);
 
-// What a user is told at the end, in English, for translation.
+// What a user is told at the end, in his language.
 const char* BX_GetMessage(const SBxBatchDetectOutcome& outcome);

@@ -80,8 +80,9 @@ void SignAll(const SBxRunContext& context, SPlaces& places, const std::vector<st
             if (report) {
                 report(file);
             }
-        });
-    outcome.wasCancelled |= outcome.processed < outcome.total;
+        },
+        [&] { return !places.log.IsWhole(); });
+    outcome.wasCancelled |= places.log.IsWhole() && outcome.processed < outcome.total;
 }
 
 }  // namespace
@@ -106,16 +107,18 @@ SBxBatchSignOutcome BX_RunBatchSign(const SBxRunContext& context, const std::str
     if (outcome.wasCancelled) {
         places.log.Info("Batch sign was cancelled.");
     }
-    if (!places.log.Close()) {
-        outcome.logFault = "the log is not whole: it could not be written to the end";
+    places.log.Close();
+    outcome.hasFailed = !places.log.IsWhole();
+    if (outcome.hasFailed) {
+        outcome.reason = CBxLocalization::Translate("the log could not be written to the end");
     }
-    outcome.hasFailed = false;
     return outcome;
 }
 
 const char* BX_GetMessage(const SBxBatchSignOutcome& outcome) {
     if (outcome.hasFailed) {
-        return "Batch sign failed.";
+        return CBxLocalization::Translate("Batch sign failed.");
     }
-    return outcome.notAllSigned ? "Not all the images were signed." : "Batch sign finished.";
+    return outcome.notAllSigned ? CBxLocalization::Translate("Not all the images were signed.")
+                                : CBxLocalization::Translate("Batch sign finished.");
 }

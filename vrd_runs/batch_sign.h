@@ -33,11 +33,12 @@ using CBxSignedFileReport = std::function<void(const SBxSignedFile& file)>;
 // the sign; a picture that cannot carry it is not written.
 //
 // `report` is called for each file, in the order of the listing, on the calling thread; it may be empty. Fails when the
-// folder cannot be listed, when signed/ or the log cannot be written, and when another run works in the folder.
+// folder cannot be listed, when another run works in it, and when signed/ or the log cannot be written, be it only in
+// the middle of the run.
 //
 // `sign` is a good one (BX_GetSignFault). BX_LoadPictureDecoders was called before, on the main thread.
 SBxBatchSignOutcome BX_RunBatchSign(const SBxRunContext& context, const std::string& folder, const std::string& sign,
                                     const CBxSignedFileReport& report);
 
-// What a user is told at the end, in English, for translation.
+// What a user is told at the end, in his language.
 const char* BX_GetMessage(const SBxBatchSignOutcome& outcome);

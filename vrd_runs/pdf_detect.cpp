@@ -166,8 +166,9 @@ private:
             m_Log.Info("PDF detection was cancelled by user.");
         }
         LogToApplication(m_Outcome.wasCancelled ? "PDF detection was cancelled by user." : "PDF detection succeeded.");
-        if (!m_Log.Close() && m_Outcome.logFault.empty()) {
-            m_Outcome.logFault = "the log is not whole: it could not be written to the end";
+        m_Log.Close();
+        if (!m_Log.IsWhole()) {
+            m_Outcome.logFault = CBxLocalization::Translate("the log could not be written to the end");
         }
     }
 

@@ -1,6 +1,7 @@
 #include "pdf_extraction.h"
 
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -9,6 +10,7 @@
 
 #include "base_files.h"
 #include "child_process.h"
+#include "localization.h"
 #include "qt_files.h"
 
 namespace {
@@ -58,30 +60,31 @@ std::string LastLine(const std::string& messages) {
     if (end == std::string::npos) {
         return std::string();
     }
-    const std::size_t start = messages.find_last_of('\n', end);
-    return messages.substr(start == std::string::npos ? 0 : start + 1,
-                           end - (start == std::string::npos ? 0 : start + 1) + 1);
+    const std::size_t lineEnd = messages.find_last_of('\n', end);
+    const std::size_t start = lineEnd == std::string::npos ? 0 : lineEnd + 1;
+    return messages.substr(start, end + 1 - start);
 }
 
-std::string DescribeEnd(const SBxChildResult& child) {
-    switch (child.end) {
-        case EBxChildEnd::kTooSlow:
-            return "taking the pictures out of the document took longer than 30 seconds";
-        case EBxChildEnd::kCrashed:
-            return std::string(kTool) + " crashed";
-        default:
-            break;
+// Whether files can still be made in the folder; the tool says nothing of those that it could not make.
+bool HasRoom(const std::string& folder) {
+    struct statvfs facts = {};
+    return ::statvfs(folder.c_str(), &facts) != 0 || (facts.f_bavail > 0 && (facts.f_files == 0 || facts.f_favail > 0));
+}
+
+std::string DescribeExit(const SBxChildResult& child) {
+    if (child.end == EBxChildEnd::kCrashed) {
+        return std::string(kTool) + " crashed";
     }
     const std::string said = LastLine(child.output);
     return std::string(kTool) +
            (said.empty() ? " failed with status " + std::to_string(child.exitStatus) : ": " + said);
 }
 
-SBxPdfPictures Fail(SBxPdfPictures pictures, const std::string& reason) {
-    pictures.reason = reason;
-    pictures.logLine =
-        std::string("PDF detection failed. The ") + kTool + " finished with errors: " + pictures.messages +
-        (pictures.messages.find(reason) == std::string::npos ? (pictures.messages.empty() ? "" : " ") + reason : "");
+// `shown` is `reason` in the user's language; the log stays English.
+SBxPdfPictures Fail(SBxPdfPictures pictures, const std::string& reason, const std::string& shown) {
+    pictures.reason = shown;
+    pictures.logLine = std::string("PDF detection failed. The ") + kTool +
+                       " finished with errors: " + (pictures.messages.empty() ? "" : pictures.messages + " ") + reason;
     return pictures;
 }
 
@@ -103,13 +106,19 @@ SBxPdfPictures BX_ExtractPdfPictures(const std::string& document, const std::str
         pictures.hasFailed = false;
         return pictures;
     }
+    if (child.end == EBxChildEnd::kTooSlow) {
+        return Fail(pictures, "it took longer than 30 seconds",
+                    CBxLocalization::Translate("taking the pictures out of the document took longer than 30 seconds"));
+    }
     if (child.end != EBxChildEnd::kExited || child.exitStatus != 0) {
-        return Fail(pictures, DescribeEnd(child));
+        const std::string reason = DescribeExit(child);
+        return Fail(pictures, reason, reason);
     }
     pictures.pictures = FilesOfKind(folder, "*.ppm");
     pictures.passedOver = FilesOfKind(folder, "*.pbm");
-    if (!std::all_of(pictures.pictures.begin(), pictures.pictures.end(), IsWhole)) {
-        return Fail(pictures, "the pictures do not fit into the folder for temporary files, " + folder);
+    if (!HasRoom(folder) || !std::all_of(pictures.pictures.begin(), pictures.pictures.end(), IsWhole)) {
+        return Fail(pictures, "the disk is full",
+                    CBxLocalization::Translate("the pictures do not fit into the folder for temporary files"));
     }
     pictures.hasFailed = false;
     return pictures;

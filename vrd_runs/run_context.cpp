@@ -7,10 +7,16 @@
 
 namespace {
 
-void AppendCount(std::string& detail, std::size_t count, const char* text) {
+void Append(std::string& detail, const std::string& text) {
+    if (!detail.empty() && !text.empty()) {
+        detail += ' ';
+    }
+    detail += text;
+}
+
+void AppendCount(std::string& detail, std::size_t count, const std::string& text) {
     if (count > 0) {
-        detail += (detail.empty() ? "" : " ") + std::string(CBxLocalization::Translate(text)) + " " +
-                  std::to_string(count) + ".";
+        Append(detail, text + " " + std::to_string(count) + ".");
     }
 }
 
@@ -18,14 +24,12 @@ void AppendCount(std::string& detail, std::size_t count, const char* text) {
 
 std::string BX_GetDetail(const SBxRunOutcome& outcome) {
     std::string detail = outcome.reason;
-    AppendCount(detail, outcome.unreadable, "Files that could not be read:");
-    AppendCount(detail, outcome.failed, "Files that could not be worked on:");
+    AppendCount(detail, outcome.unreadable, CBxLocalization::Translate("Files that could not be read:"));
+    AppendCount(detail, outcome.failed, CBxLocalization::Translate("Files that could not be worked on:"));
     if (outcome.wasCancelled) {
-        detail += (detail.empty() ? "" : " ") + std::string(CBxLocalization::Translate("The run was cancelled."));
+        Append(detail, CBxLocalization::Translate("The run was cancelled."));
     }
-    if (!outcome.logFault.empty()) {
-        detail += (detail.empty() ? "" : " ") + outcome.logFault;
-    }
+    Append(detail, outcome.logFault);
     return detail;
 }
 

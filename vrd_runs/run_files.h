@@ -16,10 +16,13 @@
 //
 //   work     fills the outcome of file `index`; searches on `threads` threads. Called on several threads.
 //   report   is given what became of it
+//   isOver   ends the run like a cancel; called on several threads
 template <typename TOutcome>
-void BX_RunFiles(const SBxRunContext& context, std::size_t count,
-                 const std::function<void(TOutcome& outcome, std::size_t index, unsigned int threads)>& work,
-                 const std::function<void(const TOutcome& outcome)>& report) {
+void BX_RunFiles(
+    const SBxRunContext& context, std::size_t count,
+    const std::function<void(TOutcome& outcome, std::size_t index, unsigned int threads)>& work,
+    const std::function<void(const TOutcome& outcome)>& report,
+    const std::function<bool()>& isOver = [] { return false; }) {
     const SBxWorkShare share = BX_ShareWork(count, BX_GetThreadsOfRun(context.threads));
     std::mutex mutex;
     std::map<std::size_t, TOutcome> finished;  // guarded by the mutex
@@ -45,5 +48,5 @@ void BX_RunFiles(const SBxRunContext& context, std::size_t count,
             report(node.mapped());
             context.progress.SetProcessed(++processed);
         },
-        [&] { return context.progress.IsCancelled(); });
+        [&] { return context.progress.IsCancelled() || isOver(); });
 }

@@ -31,6 +31,10 @@ bool CBxRunLog::Open(const std::string& path, std::string& reason) {
         reason = failure + std::strerror(errno);
         return false;
     }
+    if (::fstat(descriptor, &facts) != 0 || facts.st_size == 0) {
+        reason = failure + "the disk is full";
+        return false;
+    }
     m_strPath = path;
     return true;
 }
@@ -55,9 +59,4 @@ void CBxRunLog::Write(const CBxLogLines& lines) {
             Info(line.text);
         }
     }
-}
-
-bool CBxRunLog::Close() {
-    m_Logger.CloseLog();
-    return m_bIsWhole;
 }

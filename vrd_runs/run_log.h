@@ -1,6 +1,7 @@
 // What a run over many pictures writes into its log.
 #pragma once
 
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,7 @@ private:
     std::vector<SLine> m_Lines;
 };
 
-// The log of one run: a file of its own, begun anew. Without an open file every line is dropped. One thread at a time.
+// The log of one run: a file of its own, begun anew. Without an open file every line is dropped. Belongs to one thread.
 class CBxRunLog {
 public:
     // A regular file may be there already and is replaced; a link, a folder or a pipe of that name is left alone, and a
@@ -36,8 +37,10 @@ public:
     void Error(const std::string& text);
     void Write(const CBxLogLines& lines);
 
-    // False when a line could not be written (a full disk).
-    bool Close();
+    void Close() { m_Logger.CloseLog(); }
+
+    // False once a line could not be written (a full disk). Any thread may ask.
+    bool IsWhole() const { return m_bIsWhole; }
 
     // Empty unless a log was opened.
     const std::string& Path() const { return m_strPath; }
@@ -46,5 +49,5 @@ private:
     std::string m_strPath;
     CBxLogger m_Logger;
     CBxFileLock m_Lock;
-    bool m_bIsWhole = true;
+    std::atomic<bool> m_bIsWhole{true};
 };

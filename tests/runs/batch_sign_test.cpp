@@ -8,6 +8,7 @@
 
 #include "folder_listing.h"
 #include "runs_fixture.h"
+#include "writer_faults.h"
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -215,6 +216,20 @@ TEST_F(BatchSign, EndsAtOnceWhereItCannotWrite) {
     EXPECT_EQ(ReadBytes(m_Folder / "signed"), "a file");
     EXPECT_TRUE(BX_RunBatchSign(Context(), m_Folder / "nothing", kSign, {}).hasFailed);
     EXPECT_FALSE(std::filesystem::exists(m_Folder / "nothing"));
+}
+
+TEST_F(BatchSign, EndsWhenTheDiskIsFull) {
+    for (const char* name : {"a.png", "b.png", "c.png", "d.png", "e.png", "f.png"}) {
+        WritePiece(name, pieces::kNeedsBitmap);
+    }
+    for (const rlim_t room : {10, 300}) {
+        EXPECT_TRUE(SucceedsWithDiskOf(room, [this] {
+            const SBxBatchSignOutcome outcome = Run();
+            const bool isTold = outcome.hasFailed && outcome.reason.find("log") != std::string::npos;
+            return isTold && outcome.processed < 6 && outcome.signedFiles == 0 ? 0 : 1;
+        }));
+    }
+    EXPECT_THAT(NamesIn(m_Folder / "signed"), ElementsAre("batch_sign.log"));
 }
 
 TEST_F(BatchSign, AnEmptyFolderIsDoneAtOnce) {

@@ -28,6 +28,9 @@ CBxResultDlg::CBxResultDlg(QWidget* parent, const char* title, const char* sign,
     m_pForm->setupUi(this);
     BX_PrepareDialog(*this);
     BX_Emphasize(*m_pForm->labelTitle, kTitleScale);
+    QFont bold = m_pForm->labelTitle->font();
+    bold.setBold(true);
+    m_pForm->labelTitle->setFont(bold);
     BX_Emphasize(*m_pForm->labelSign, kSignScale);
     BX_MakeQuiet(*m_pForm->labelDetail);
     ShowLine(*m_pForm->labelTitle, title);

@@ -60,8 +60,13 @@ void CBxVRDSettings::Fill() {
 }
 
 void CBxVRDSettings::ShowTexts() {
-    m_pForm->buttonBox->button(QDialogButtonBox::Ok)->setText(BX_Text("OK"));
-    m_pForm->buttonBox->button(QDialogButtonBox::Cancel)->setText(BX_Text("Cancel"));
+    // Some styles put icons on these buttons, and on no others of ours.
+    for (const auto& [which, text] :
+         {std::pair(QDialogButtonBox::Ok, BX_Text("OK")), std::pair(QDialogButtonBox::Cancel, BX_Text("Cancel"))}) {
+        QPushButton* const button = m_pForm->buttonBox->button(which);
+        button->setText(text);
+        button->setIcon(QIcon());
+    }
 }
 
 void CBxVRDSettings::ShowLanguage(int index) {

@@ -134,13 +134,13 @@ void CBxVeridaneGui::ShowBatchResult(const std::string& message, const SBxRunOut
 void CBxVeridaneGui::OnBatchSignFinished() {
     EndBatch(m_BatchSignThread);
     const SBxBatchSignOutcome& outcome = m_BatchSignThread.m_Outcome;
-    ShowBatchResult(CBxLocalization::Translate(BX_GetMessage(outcome)), outcome);
+    ShowBatchResult(BX_GetMessage(outcome), outcome);
 }
 
 void CBxVeridaneGui::OnBatchDetectFinished() {
     EndBatch(m_BatchDetectThread);
     const SBxBatchDetectOutcome& outcome = m_BatchDetectThread.m_Outcome;
-    ShowBatchResult(CBxLocalization::Translate(BX_GetMessage(outcome)), outcome);
+    ShowBatchResult(BX_GetMessage(outcome), outcome);
 }
 
 void CBxVeridaneGui::OnPDFDetectFinished() {
