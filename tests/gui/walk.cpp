@@ -128,7 +128,11 @@ void PlanSigning(CWalk& walk, CBxVeridaneGui& window, const QString& photo, cons
         QTest::keyClicks(line, "Veri 2026");
         QTimer::singleShot(kSettleMilliseconds, &dialog, [line] { QTest::keyClick(line, Qt::Key_Return); });
     });
-    walk.On<CBxSimpleProgressDlg>("progress", [](CBxSimpleProgressDlg&) {});
+    // A fast machine is through before this is looked at, and shows the message already.
+    walk.When(
+        "progress",
+        [] { return !HasNoModal() && qobject_cast<CBxInputSignDlg*>(QApplication::activeModalWidget()) == nullptr; },
+        [] {});
     walk.On<QMessageBox>("signed", [](QMessageBox& box) { box.accept(); });
     walk.When("after-signing", HasNoModal, [press] { press("actionSave"); });
     walk.On<QFileDialog>("save", [output](QFileDialog& dialog) {

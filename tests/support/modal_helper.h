@@ -23,7 +23,11 @@
 class CModalActs {
 public:
     static constexpr int kPollMilliseconds = 5;
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+    static constexpr int kLimitMilliseconds = 60000;  // a search is many times slower
+#else
     static constexpr int kLimitMilliseconds = 10000;
+#endif
     static constexpr int kEndMilliseconds = 60000;
 
     CModalActs() = default;

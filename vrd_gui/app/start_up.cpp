@@ -132,7 +132,7 @@ private:
         m_Logger.LogInfo("Starting GUI..");
         m_pWindow = std::make_unique<CBxVeridaneGui>(nullptr, &m_Config);
         Wait();
-        m_pSplash->finish(m_pWindow.get());
+        m_pSplash->finish(nullptr);  // given a window that is not shown yet, it would wait a second for it in vain
         m_pWindow->show();
         m_Logger.LogInfo("GUI started.");
         const QString picture = BX_GetPictureArgument(QApplication::arguments());
