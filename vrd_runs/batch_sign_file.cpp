@@ -148,7 +148,7 @@ private:
             }
             m_File.hadWriteFault |= attempt == EAttempt::kBroken;
             if (attempt == EAttempt::kLost) {
-                m_File.log.Error("Sign is corrupted because of the JPEG compression.");
+                m_File.log.Error("Sign is corrupted because of the JPEG comression.");
             }
         }
         m_File.log.Info("JPEG image was not written. Changing to BMP format.");

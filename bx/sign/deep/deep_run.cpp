@@ -78,7 +78,7 @@ SBxGridTrial CBxDeepRun::TrialOfWholePicture(double scale) const {
     return {BX_PoseOfRectangle(whole), BX_BlurOfScale(scale), scale, 0.0, BX_GridOrientation(0)};
 }
 
-unsigned char CBxDeepRun::AddCorners(const CBxSearchPicture& shared, double zoom) {
+unsigned char CBxDeepRun::AddCorners(CBxCornerArchive& archive, const CBxSearchPicture& shared, double zoom) {
     struct SLists {
         SBxCornerList dark;
         SBxCornerList bright;
@@ -97,7 +97,7 @@ unsigned char CBxDeepRun::AddCorners(const CBxSearchPicture& shared, double zoom
     const unsigned char result =
         BX_FindCornersOfHalves(lists->dark, lists->bright, mean, mean.Width(), mean.Height(), zoom, bars, &stop);
     if (result == kBxSuccess) {
-        m_Archive.Add(zoom, lists->dark, lists->bright);
+        archive.Add(zoom, lists->dark, lists->bright);
     }
     return result;
 }
@@ -112,7 +112,7 @@ unsigned char CBxDeepRun::AddFurtherCorners() {
     auto slice = [&](std::size_t begin, std::size_t /*end*/) {
         const double zoom = kFurtherZooms[begin];
         if (!BX_IsTooLargeToSearch(m_Picture.m_iWidth, m_Picture.m_iHeight, zoom)) {
-            const unsigned char ofZoom = AddCorners(shared, zoom);
+            const unsigned char ofZoom = AddCorners(m_Archive, shared, zoom);
             if (ofZoom != kBxSuccess) {
                 result.store(ofZoom);
             }

@@ -36,6 +36,8 @@ public:
 
     // Adds the corners of zooms that the ordinary search does not look at. 0, 1 when aborted, 6.
     unsigned char AddFurtherCorners();
+    // Adds the corners of one zoom of a picture to an archive. 0, 1 when aborted, 6.
+    unsigned char AddCorners(CBxCornerArchive& archive, const CBxSearchPicture& shared, double zoom);
     // Collects the pairs and makes the sums. 0 or 6.
     unsigned char Prepare();
 
@@ -98,7 +100,6 @@ private:
     double MoveUphill(SBxGridTrial& trial, float* soft, const SBxTone& tone, const char* text) const;
     void KeepHint(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, const SBxSoftReading& reading);
     void KeepReading(const SBxGridTrial& trial, const SBxTone& tone, const SBxSoftReading& reading, EBxDeepStage stage);
-    unsigned char AddCorners(const CBxSearchPicture& shared, double zoom);
 
     pthread_mutex_t m_Mutex = PTHREAD_MUTEX_INITIALIZER;  // guards the rest
     std::atomic<bool> m_bCertain{false};

@@ -1,6 +1,5 @@
-// Stage: the grids between corners once more, in case all tones were changed: by a gain and an offset, and behind one
-// of several exponents. Each grid's own comb of means says which gain and offset would suit it; the grids with the
-// clearest combs are decoded.
+// Stage: the grids between corners once more, in case all tones were changed by a gain and an offset. Each grid's own
+// comb of means says which would suit it; the grids with the clearest combs are decoded.
 #include <algorithm>
 #include <cmath>
 
@@ -12,10 +11,8 @@
 namespace {
 
 constexpr std::size_t kSlice = 16;
-constexpr double kFarthestZoom = 1.12;     // of the corners: more at once was not tried
-constexpr std::size_t kMostDecoded = 300;  // grids, for each exponent
-constexpr int kWeakestAnchor = 16;         // rank, under an exponent
-constexpr double kExponents[] = {0.8, 0.85, 0.9, 0.95, 1.05, 1.1, 1.18, 1.25};
+constexpr double kFarthestZoom = 1.12;     // of the corners
+constexpr std::size_t kMostDecoded = 300;  // grids
 
 struct SCombGrid {
     float score;
@@ -23,9 +20,9 @@ struct SCombGrid {
     SBxTone tone;
 };
 
-bool IsWanted(const SBxCornerPair& pair, bool isBent) {
+bool IsWanted(const SBxCornerPair& pair) {
     const double zoom = pair.zoom;
-    return zoom < kFarthestZoom && zoom > 1.0 / kFarthestZoom && (!isBent || pair.ranks < kWeakestAnchor);
+    return zoom < kFarthestZoom && zoom > 1.0 / kFarthestZoom;
 }
 
 SBxGridTrial TrialOf(const CBxDeepRun& run, std::size_t pair) {
@@ -33,16 +30,12 @@ SBxGridTrial TrialOf(const CBxDeepRun& run, std::size_t pair) {
 }
 
 // Finds the combs of the grids [0, count), then decodes the clearest under both readings of their lines.
-void SearchCombs(CBxDeepRun& run, SCombGrid* grids, std::size_t count, double exponent, EBxDeepStage stage) {
+void SearchCombs(CBxDeepRun& run, SCombGrid* grids, std::size_t count) {
     auto find = [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
             float means[kCellCount];
             run.ReadMeans(means, TrialOf(run, grids[i].pair));
-            if (exponent != 1.0) {
-                BX_StraightenMeans(means, kCellCount, exponent);
-            }
             grids[i].score = BX_FindComb(grids[i].tone, means);
-            grids[i].tone.exponent = exponent;
         }
         return !run.Ended();
     };
@@ -60,19 +53,19 @@ void SearchCombs(CBxDeepRun& run, SCombGrid* grids, std::size_t count, double ex
             float means[kCellCount];
             run.ReadMeans(means, trial);
             SBxTone tone = grids[i].tone;
-            run.Try(trial, tone, means, stage);
+            run.Try(trial, tone, means, EBxDeepStage::Tones);
             tone.offset += kPeriod / 2 * tone.gain;
-            run.Try(trial, tone, means, stage);
+            run.Try(trial, tone, means, EBxDeepStage::Tones);
         }
         return !run.Ended();
     };
     BX_RunSlices(decoded, kSlice, run.m_uiThreads, decode);
 }
 
-std::size_t CollectGrids(const CBxDeepRun& run, SCombGrid* grids, bool isBent) {
+std::size_t CollectGrids(const CBxDeepRun& run, SCombGrid* grids) {
     std::size_t count = 0;
     for (std::size_t i = 0; i < run.m_Pool.Count(); ++i) {
-        if (IsWanted(run.m_Pool[i], isBent)) {
+        if (IsWanted(run.m_Pool[i])) {
             grids[count++].pair = static_cast<std::uint32_t>(i);
         }
     }
@@ -87,20 +80,6 @@ unsigned char BX_SearchTones(CBxDeepRun& run) {
     if (!grids.Allocate(run.m_Pool.Count() + 1)) {
         return kBxOutOfMemory;
     }
-    SearchCombs(run, grids.Data(), CollectGrids(run, grids.Data(), false), 1.0, EBxDeepStage::Tones);
-    return kBxSuccess;
-}
-
-unsigned char BX_SearchBentTones(CBxDeepRun& run) {
-    CBxHeapArray<SCombGrid> grids;
-    if (!grids.Allocate(run.m_Pool.Count() + 1)) {
-        return kBxOutOfMemory;
-    }
-    for (const double exponent : kExponents) {
-        if (run.Ended()) {
-            break;
-        }
-        SearchCombs(run, grids.Data(), CollectGrids(run, grids.Data(), true), exponent, EBxDeepStage::BentTones);
-    }
+    SearchCombs(run, grids.Data(), CollectGrids(run, grids.Data()));
     return kBxSuccess;
 }

@@ -133,8 +133,12 @@ void BX_StraightenMeans(float* means, int count, double exponent) {
 }
 
 float BX_FindComb(SBxTone& tone, const float* means) {
-    const double lowest = 1.0 / (kLineDistance * kHighestGain);
-    const double highest = 1.0 / (kLineDistance * kLowestGain);
+    return BX_FindCombBetween(tone, means, kLowestGain, kHighestGain);
+}
+
+float BX_FindCombBetween(SBxTone& tone, const float* means, double lowestGain, double highestGain) {
+    const double lowest = 1.0 / (kLineDistance * highestGain);
+    const double highest = 1.0 / (kLineDistance * lowestGain);
     CPhasors phasors;
     double sum = 0.0;
     double squares = 0.0;

@@ -35,3 +35,5 @@ void BX_StraightenMeans(float* means, int count, double exponent);
 inline constexpr double kLowestGain = 0.7;
 inline constexpr double kHighestGain = 1.42;
 float BX_FindComb(SBxTone& tone, const float* means);
+// The same among other gains.
+float BX_FindCombBetween(SBxTone& tone, const float* means, double lowestGain, double highestGain);

@@ -1,0 +1,128 @@
+// Stage: all tones were bent by an exponent, or changed so much that the corners of a signed picture are no longer the
+// strongest ones. For each guess of what was done the picture is put back, pixel by pixel (a mean of bent tones is not
+// the bent mean), its corners are looked for as they were when it was signed, and the grids between the strongest are
+// read. What the guess leaves of gain and offset each grid's own comb tells.
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <new>
+
+#include "deep_run.h"
+#include "owned_pic.h"
+#include "result.h"
+#include "search_picture.h"
+#include "slices.h"
+
+namespace {
+
+constexpr double kAsSigned = 1.0;   // zoom
+constexpr int kWeakestAnchor = 12;  // rank
+constexpr std::size_t kSlice = 8;
+constexpr float kClearComb = 0.16f;
+constexpr double kLowestRest = 0.9;  // of the gain that a guess leaves
+constexpr double kHighestRest = 1.12;
+constexpr double kLargePicture = 6e6;  // pixels; fewer guesses are made for larger ones
+
+struct SGuess {
+    SBxTone tone;
+    bool forLargeToo;
+};
+constexpr SGuess kGuesses[] = {
+    {{1.0, 0.0, 0.8}, true},     {{1.0, 0.0, 0.87}, true},   {{1.0, 0.0, 0.93}, false}, {{1.0, 0.0, 1.07}, false},
+    {{1.0, 0.0, 1.15}, true},    {{1.0, 0.0, 1.25}, true},   {{0.8, 0.0, 1.0}, false},  {{1.25, 0.0, 1.0}, false},
+    {{1.25, -32.0, 1.0}, false}, {{0.85, 20.0, 1.0}, false},
+};
+
+// A picture put back, and what is read from it.
+struct SPutBack {
+    CBxOwnedPic picture;
+    CBxCornerArchive archive;
+    CBxGridPool pool;
+    CBxBlueSums sums;
+
+    unsigned char Make(CBxDeepRun& run, const SBxTone& tone) {
+        if (picture.AllocateLike(run.m_Picture) != kBxSuccess) {
+            return kBxOutOfMemory;
+        }
+        unsigned char table[256];
+        for (int value = 0; value < 256; ++value) {
+            const double straight = 255.0 * std::pow(value / 255.0, 1.0 / tone.exponent);
+            table[value] =
+                static_cast<unsigned char>(std::clamp(std::lround((straight - tone.offset) / tone.gain), 0L, 255L));
+        }
+        for (int y = 0; y < picture->m_iHeight; ++y) {
+            const auto* from = BX_PicRow<unsigned char>(run.m_Picture, y);
+            auto* to = BX_PicRow<unsigned char>(picture.Pic(), y);
+            for (int x = 0; x < 3 * picture->m_iWidth; ++x) {
+                to[x] = table[from[x]];
+            }
+        }
+        CBxSearchPicture shared;
+        if (!shared.Prepare(picture.Pic())) {
+            return kBxOutOfMemory;
+        }
+        const unsigned char result = run.AddCorners(archive, shared, kAsSigned);
+        return result != kBxSuccess                                   ? result
+               : sums.Prepare(picture.Pic()) && pool.Collect(archive) ? static_cast<unsigned char>(kBxSuccess)
+                                                                      : static_cast<unsigned char>(kBxOutOfMemory);
+    }
+};
+
+// What a comb in the put-back picture says of the picture itself.
+SBxTone Together(const SBxTone& guess, const SBxTone& comb) {
+    return {guess.gain * comb.gain, guess.gain * comb.offset + guess.offset, guess.exponent};
+}
+
+void ReadGrid(CBxDeepRun& run, const SPutBack& putBack, const SBxTone& guess, const SBxGridTrial& trial) {
+    float means[kCellCount];
+    putBack.sums.Means(means, trial.pose, trial.blur);
+    run.m_ulGrids.fetch_add(1, std::memory_order_relaxed);
+    SBxTone comb;
+    if (BX_FindCombBetween(comb, means, kLowestRest, kHighestRest) < kClearComb) {
+        return;
+    }
+    for (int reading = 0; reading < 2; ++reading) {
+        float soft[kCellCount];
+        BX_SoftValues(soft, means, comb);
+        run.TrySoft(trial, Together(guess, comb), soft, EBxDeepStage::BentTones, true);
+        comb.offset += kPeriod / 2 * comb.gain;
+    }
+}
+
+unsigned char SearchGuess(CBxDeepRun& run, const SBxTone& guess) {
+    const std::unique_ptr<SPutBack> putBack(new (std::nothrow) SPutBack);
+    const unsigned char made =
+        putBack != nullptr ? putBack->Make(run, guess) : static_cast<unsigned char>(kBxOutOfMemory);
+    if (made != kBxSuccess) {
+        return made;
+    }
+    ReadGrid(run, *putBack, guess, run.TrialOfWholePicture(kAsSigned));
+    auto slice = [&](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
+            if (putBack->pool[i].ranks < kWeakestAnchor) {
+                ReadGrid(run, *putBack, guess, BX_TrialOfPair(putBack->pool[i]));
+            }
+        }
+        return !run.Ended();
+    };
+    BX_RunSlices(putBack->pool.Count(), kSlice, run.m_uiThreads, slice);
+    return kBxSuccess;
+}
+
+}  // namespace
+
+unsigned char BX_SearchBentTones(CBxDeepRun& run) {
+    const double pixels = static_cast<double>(run.m_Picture.m_iWidth) * run.m_Picture.m_iHeight;
+    for (const SGuess& guess : kGuesses) {
+        if (run.Ended()) {
+            break;
+        }
+        if (pixels < kLargePicture || guess.forLargeToo) {
+            const unsigned char result = SearchGuess(run, guess.tone);
+            if (result == kBxOutOfMemory) {
+                return result;
+            }
+        }
+    }
+    return kBxSuccess;
+}
