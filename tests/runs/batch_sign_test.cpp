@@ -78,7 +78,7 @@ TEST_F(BatchSign, RaisesTheQualityUntilTheSignSurvives) {
     std::vector<std::string> expected = {"INFO | *** LOG SESSION STARTED  ***"};
     for (const char* quality : {"60", "70", "80", "90", "100"}) {
         expected.push_back("INFO | Saving the " + output + " with JPEG quality=" + quality);
-        expected.push_back("ERROR| Sign is corrupted because of the JPEG compression.");
+        expected.push_back("ERROR| Sign is corrupted because of the JPEG comression.");
     }
     expected.back() = "INFO | The " + output + " was successfully written.";
     expected.push_back("INFO | *** LOG SESSION FINISHED ***");
