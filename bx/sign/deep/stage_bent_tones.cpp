@@ -28,9 +28,9 @@ struct SGuess {
     bool forLargeToo;
 };
 constexpr SGuess kGuesses[] = {
-    {{1.0, 0.0, 0.8}, true},     {{1.0, 0.0, 0.87}, true},   {{1.0, 0.0, 0.93}, false}, {{1.0, 0.0, 1.07}, false},
-    {{1.0, 0.0, 1.15}, true},    {{1.0, 0.0, 1.25}, true},   {{0.8, 0.0, 1.0}, false},  {{1.25, 0.0, 1.0}, false},
-    {{1.25, -32.0, 1.0}, false}, {{0.85, 20.0, 1.0}, false},
+    {{1.0, 0.0, 0.8}, true},   {{1.0, 0.0, 0.9}, true},   {{1.0, 0.0, 1.12}, true},    {{1.0, 0.0, 1.25}, true},
+    {{1.0, 0.0, 0.85}, false}, {{1.0, 0.0, 0.95}, false}, {{1.0, 0.0, 1.06}, false},   {{1.0, 0.0, 1.18}, false},
+    {{0.8, 0.0, 1.0}, false},  {{1.25, 0.0, 1.0}, false}, {{1.25, -32.0, 1.0}, false}, {{0.85, 20.0, 1.0}, false},
 };
 
 // A picture put back, and what is read from it.

@@ -17,6 +17,8 @@ namespace {
 constexpr std::size_t kSlice = 64;
 constexpr double kFarthestZoom = 1.12;
 constexpr std::size_t kMostDecoded = 500;
+// In larger pictures carriers are larger too, and the grids are enough.
+constexpr double kMostPixelsTurnedBack = 5e6;
 constexpr int kReversals = 4;  // of neither, one or both axes
 
 struct SReversedGrid {
@@ -57,13 +59,19 @@ public:
         if (m_Copy.Allocate(width, height, 3, 8) != kBxSuccess) {
             return false;
         }
+        // From one pixel of a row of the copy to the next.
+        const auto pixelOf = [this](double u, double v) {
+            const CBxPoint<double> place = Place(u + 0.5, v + 0.5);
+            return BX_PicRow<unsigned char>(m_Picture, static_cast<int>(place.y)) + 3 * static_cast<int>(place.x);
+        };
         for (int v = 0; v < height; ++v) {
-            auto* row = BX_PicRow<unsigned char>(m_Copy.Pic(), v);
-            for (int u = 0; u < width; ++u) {
-                const CBxPoint<double> place = Place(u + 0.5, v + 0.5);
-                const auto* from =
-                    BX_PicRow<unsigned char>(m_Picture, static_cast<int>(place.y)) + 3 * static_cast<int>(place.x);
-                std::copy(from, from + 3, row + 3 * u);
+            auto* to = BX_PicRow<unsigned char>(m_Copy.Pic(), v);
+            const unsigned char* from = pixelOf(0.0, v);
+            const std::ptrdiff_t step = width > 1 ? pixelOf(1.0, v) - from : 0;
+            for (int u = 0; u < width; ++u, from += step, to += 3) {
+                to[0] = from[0];
+                to[1] = from[1];
+                to[2] = from[2];
             }
         }
         return true;
@@ -114,6 +122,7 @@ unsigned char SearchTurnedBack(CBxDeepRun& run, int index) {
 }  // namespace
 
 unsigned char BX_SearchOrientations(CBxDeepRun& run) {
+    const double pixels = static_cast<double>(run.m_Picture.m_iWidth) * run.m_Picture.m_iHeight;
     std::atomic<bool> hasMemory{true};
     auto turnBack = [&](std::size_t begin, std::size_t /*end*/) {
         if (SearchTurnedBack(run, static_cast<int>(begin) + 1) == kBxOutOfMemory) {
@@ -121,7 +130,9 @@ unsigned char BX_SearchOrientations(CBxDeepRun& run) {
         }
         return hasMemory.load() && !run.Ended();
     };
-    BX_RunSlices(kGridOrientations - 1, 1, run.m_uiThreads, turnBack);
+    if (pixels < kMostPixelsTurnedBack) {
+        BX_RunSlices(kGridOrientations - 1, 1, run.m_uiThreads, turnBack);
+    }
     if (!hasMemory.load() || run.Ended()) {
         return hasMemory.load() ? kBxSuccess : kBxOutOfMemory;
     }
@@ -141,11 +152,12 @@ unsigned char BX_SearchOrientations(CBxDeepRun& run) {
     }
     auto score = [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
-            float means[kCellCount];
-            run.ReadMeans(means, TrialOf(run, grids[i]));
+            float means[CBxBlueSums::kSampledCells];
+            run.m_Sums.SampledMeans(means, TrialOf(run, grids[i]).pose);
             // The whole picture is always among those that are decoded.
-            grids[i].score = grids[i].pair == pairs ? 2.0f : BX_CombScore(means, kCellCount);
+            grids[i].score = grids[i].pair == pairs ? 2.0f : BX_CombScore(means, CBxBlueSums::kSampledCells);
         }
+        run.m_ulGrids.fetch_add(end - begin, std::memory_order_relaxed);
         return !run.Ended();
     };
     BX_RunSlices(count, kSlice, run.m_uiThreads, score);

@@ -11,6 +11,7 @@
 namespace {
 
 constexpr std::size_t kSlice = 16;
+constexpr int kWeakestAnchor = 20;         // rank of the stronger corner
 constexpr double kFarthestZoom = 1.12;     // of the corners
 constexpr std::size_t kMostDecoded = 300;  // grids
 
@@ -22,7 +23,7 @@ struct SCombGrid {
 
 bool IsWanted(const SBxCornerPair& pair) {
     const double zoom = pair.zoom;
-    return zoom < kFarthestZoom && zoom > 1.0 / kFarthestZoom;
+    return zoom < kFarthestZoom && zoom > 1.0 / kFarthestZoom && pair.ranks < kWeakestAnchor;
 }
 
 SBxGridTrial TrialOf(const CBxDeepRun& run, std::size_t pair) {

@@ -15,7 +15,9 @@ constexpr double kAngleStep = 0.5;      // degrees
 constexpr double kLargestAngle = 12.0;  // for corners of zooms near 1,
 constexpr double kLargestAngleElsewhere = 2.0;
 constexpr double kFarthestZoom = 1.12;
+constexpr int kFewestAnchors = 5;
 constexpr int kWeakestAnchor = 16;  // rank
+constexpr std::size_t kMostGrids = 40000;
 constexpr std::size_t kMostScoredWhole = 3000;
 constexpr std::size_t kMostDecoded = 800;
 
@@ -63,22 +65,44 @@ std::size_t ScoreTurns(CBxDeepRun& run, STurnedGrid* grids, std::size_t count) {
     return kept;
 }
 
+// The largest angle that a pair is tried at.
+double LargestAngle(const SBxCornerPair& pair) {
+    const double zoom = pair.zoom;
+    return zoom < kFarthestZoom && zoom > 1.0 / kFarthestZoom ? kLargestAngle : kLargestAngleElsewhere;
+}
+
+// How far down the list of strength the stronger corner of a pair may stand, so that the grids do not become too many.
+int WeakestAnchor(const CBxGridPool& pool) {
+    std::size_t grids[kWeakestAnchor] = {};
+    for (std::size_t i = 0; i < pool.Count(); ++i) {
+        if (pool[i].ranks < kWeakestAnchor) {
+            grids[pool[i].ranks] += static_cast<std::size_t>(2.0 * LargestAngle(pool[i]) / kAngleStep);
+        }
+    }
+    std::size_t sum = 0;
+    for (int rank = 0; rank < kWeakestAnchor; ++rank) {
+        sum += grids[rank];
+        if (sum > kMostGrids && rank >= kFewestAnchors) {
+            return rank;
+        }
+    }
+    return kWeakestAnchor;
+}
+
 }  // namespace
 
 unsigned char BX_SearchTurned(CBxDeepRun& run) {
     const std::size_t pairs = run.m_Pool.Count();
-    const auto steps = static_cast<std::size_t>(2.0 * kLargestAngle / kAngleStep);
+    const int weakest = WeakestAnchor(run.m_Pool);
     CBxHeapArray<STurnedGrid> grids;
-    if (!grids.Allocate(pairs * steps)) {
+    if (!grids.Allocate(pairs * static_cast<std::size_t>(2.0 * kLargestAngle / kAngleStep))) {
         return kBxOutOfMemory;
     }
     std::size_t count = 0;
     for (std::size_t i = 0; i < pairs; ++i) {
         const SBxCornerPair& pair = run.m_Pool[i];
-        const double zoom = pair.zoom;
-        const bool isNear = zoom < kFarthestZoom && zoom > 1.0 / kFarthestZoom;
-        const double largest = isNear ? kLargestAngle : kLargestAngleElsewhere;
-        for (double degrees = -largest; degrees <= largest && pair.ranks < kWeakestAnchor; degrees += kAngleStep) {
+        const double largest = LargestAngle(pair);
+        for (double degrees = -largest; degrees <= largest && pair.ranks < weakest; degrees += kAngleStep) {
             if (degrees != 0.0) {
                 grids[count++] = {0.0f, static_cast<std::uint32_t>(i), static_cast<float>(degrees)};
             }
