@@ -33,6 +33,8 @@ void Count(SBxBatchDetectOutcome& outcome, const SBxDetectedFile& file) {
     outcome.unreadable += file.isUnreadable ? 1 : 0;
     outcome.failed += !file.isUnreadable && !file.reason.empty() ? 1 : 0;
     outcome.someSignFound |= file.isFound;
+    outcome.uncertain += file.isFound && BX_IsUncertain(file.search) ? 1 : 0;
+    outcome.someSignCertain |= file.isFound && !BX_IsUncertain(file.search);
     outcome.wasCancelled |= file.isCancelled;
 }
 
@@ -88,6 +90,9 @@ const char* BX_GetMessage(const SBxBatchDetectOutcome& outcome) {
     if (outcome.hasFailed) {
         return CBxLocalization::Translate("Batch detect failed.");
     }
-    return outcome.someSignFound ? CBxLocalization::Translate("Some images were signed.")
-                                 : CBxLocalization::Translate("No image was signed.");
+    if (!outcome.someSignFound) {
+        return CBxLocalization::Translate("No image was signed.");
+    }
+    return outcome.someSignCertain ? CBxLocalization::Translate("Some images were signed.")
+                                   : CBxLocalization::Translate("Some images were possibly signed.");
 }

@@ -7,6 +7,7 @@
 
 struct SBxBatchDetectOutcome : SBxRunOutcome {
     bool someSignFound = false;
+    bool someSignCertain = false;
 };
 
 using CBxDetectedFileReport = std::function<void(const SBxDetectedFile& file)>;

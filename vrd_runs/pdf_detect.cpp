@@ -155,10 +155,20 @@ private:
         }
         m_Outcome.failed += !picture.isUnreadable && !picture.reason.empty() ? 1 : 0;
         m_Outcome.wasCancelled |= picture.isCancelled;
-        if (picture.isFound && !m_Outcome.signFound) {
-            m_Outcome.firstSign = picture.search.sign;
+        if (picture.isFound) {
+            TakeSign(picture.search);
         }
-        m_Outcome.signFound |= picture.isFound;
+    }
+
+    // A certain sign goes before an uncertain one that was found earlier.
+    void TakeSign(const SBxSearchResult& found) {
+        const bool isUncertain = BX_IsUncertain(found);
+        if (!m_Outcome.signFound || (m_Outcome.isFirstUncertain && !isUncertain)) {
+            m_Outcome.firstSign = found.sign;
+            m_Outcome.isFirstUncertain = isUncertain;
+        }
+        m_Outcome.signFound = true;
+        m_Outcome.uncertain += isUncertain ? 1 : 0;
     }
 
     void Finish() {
@@ -212,5 +222,7 @@ std::string BX_GetMessage(const SBxPdfDetectOutcome& outcome) {
     if (!outcome.signFound) {
         return CBxLocalization::Translate("No sign detected");
     }
-    return std::string(CBxLocalization::Translate("Sign found:")) + " " + outcome.firstSign;
+    const char* const text = outcome.isFirstUncertain ? CBxLocalization::Translate("Possibly a sign:")
+                                                      : CBxLocalization::Translate("Sign found:");
+    return std::string(text) + " " + outcome.firstSign;
 }

@@ -12,8 +12,9 @@ struct SBxPdfPicture : SBxDetectedFile {
 // `total` and `processed` count pictures, and `unreadable` those that could not be read.
 struct SBxPdfDetectOutcome : SBxRunOutcome {
     bool signFound = false;
-    std::string firstSign;       // of the first picture that has one
-    std::size_t passedOver = 0;  // pictures of two colours
+    std::string firstSign;          // of the first picture that has one, a certain one if any
+    bool isFirstUncertain = false;  // single letters of it may be wrong
+    std::size_t passedOver = 0;     // pictures of two colours
 };
 
 using CBxPdfPictureReport = std::function<void(const SBxPdfPicture& picture)>;

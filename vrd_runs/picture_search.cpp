@@ -54,37 +54,32 @@ void SearchDeeply(SBxSearchResult& result, SBxSignRun& run, CBxCornerArchive& ar
     result.rectangle = BX_GetCoveringPixels(frame, picture);
 }
 
+// `corners` receives what the search has seen, unless it is null.
 SBxSearchResult SearchAllZooms(SBxSignRun& run, SBxPicBuf& searched, CBxSize<int> picture, unsigned int threads,
-                               EBxSearchDepth depth) {
+                               CBxCornerArchive* corners) {
     SBxSearchResult result;
-    std::unique_ptr<CBxCornerArchive> archive;
-    if (depth == EBxSearchDepth::Deep) {
-        archive.reset(new (std::nothrow) CBxCornerArchive);
-        if (archive == nullptr) {
-            result.code = kBxOutOfMemory;
-            return result;
-        }
-    }
     char text[CBxSignOp::kTextBytes] = "";
-    run.m_pCorners = archive.get();
+    run.m_pCorners = corners;
     result.code = CBxSignOp::ExtractTextFromPicture(run, &searched, text, threads);
     run.m_pCorners = nullptr;
     if (result.code == kBxSuccess) {
         TakeFinding(result, run, text, SizeOf(searched), picture);
-    } else if (result.code == kBxFailure && archive != nullptr &&
-               run.m_iAbortDetecting.load(std::memory_order_relaxed) <= 0) {
-        SearchDeeply(result, run, *archive, searched, picture, threads);
     }
     return result;
 }
 
-SBxSearchResult SearchSmallerCopy(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads, EBxSearchDepth depth) {
+// Calls `search(picture to be searched)`, with a smaller copy of a picture that is too large for the engine.
+template <typename Search>
+SBxSearchResult SearchFittingPicture(SBxPicBuf& picture, Search search) {
+    if (!BX_IsTooLargeToSearch(picture.m_iWidth, picture.m_iHeight)) {
+        return search(picture);
+    }
     const CBxSize<int> size = BX_GetFittingSize(picture.m_iWidth, picture.m_iHeight, kMostPixelsOfZoom);
     CBxOwnedPic copy;
     SBxSearchResult result;
     result.code = BX_ShrinkPicture(copy, picture, size);
     if (result.code == kBxSuccess) {
-        result = SearchAllZooms(run, copy.Pic(), SizeOf(picture), threads, depth);
+        result = search(copy.Pic());
     }
     result.shrunkTo = size;
     return result;
@@ -93,16 +88,43 @@ SBxSearchResult SearchSmallerCopy(SBxSignRun& run, SBxPicBuf& picture, unsigned 
 }  // namespace
 
 SBxSearchResult BX_SearchPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads, EBxSearchDepth depth) {
-    if (BX_IsTooLargeToSearch(picture.m_iWidth, picture.m_iHeight)) {
-        return SearchSmallerCopy(run, picture, threads, depth);
+    std::unique_ptr<CBxCornerArchive> corners;
+    if (depth == EBxSearchDepth::Deep) {
+        corners.reset(new (std::nothrow) CBxCornerArchive);
+        if (corners == nullptr) {
+            SBxSearchResult result;
+            result.code = kBxOutOfMemory;
+            return result;
+        }
     }
-    return SearchAllZooms(run, picture, SizeOf(picture), threads, depth);
+    return SearchFittingPicture(picture, [&](SBxPicBuf& searched) {
+        SBxSearchResult result = SearchAllZooms(run, searched, SizeOf(picture), threads, corners.get());
+        if (result.code == kBxFailure && corners != nullptr &&
+            run.m_iAbortDetecting.load(std::memory_order_relaxed) <= 0) {
+            SearchDeeply(result, run, *corners, searched, SizeOf(picture), threads);
+        }
+        return result;
+    });
+}
+
+SBxSearchResult BX_SearchPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads, CBxCornerArchive& corners) {
+    return SearchFittingPicture(picture, [&](SBxPicBuf& searched) {
+        return SearchAllZooms(run, searched, SizeOf(picture), threads, &corners);
+    });
+}
+
+SBxSearchResult BX_SearchHarder(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads, CBxCornerArchive& corners) {
+    return SearchFittingPicture(picture, [&](SBxPicBuf& searched) {
+        SBxSearchResult result;
+        SearchDeeply(result, run, corners, searched, SizeOf(picture), threads);
+        return result;
+    });
 }
 
 SBxSearchResult BX_CheckPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads) {
     const double zoom = BX_GetCheckZoom(picture.m_iWidth, picture.m_iHeight);
     if (zoom == 0.0) {
-        return SearchSmallerCopy(run, picture, threads, EBxSearchDepth::Ordinary);
+        return BX_SearchPicture(run, picture, threads);
     }
     SBxSearchResult result;
     char text[CBxSignOp::kTextBytes] = "";

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "corner_archive.h"
 #include "deep_search.h"
 #include "geometry.h"
 #include "pic_buf.h"
@@ -26,9 +27,20 @@ enum class EBxSearchDepth { Ordinary, Deep };
 SBxSearchResult BX_SearchPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads,
                                  EBxSearchDepth depth = EBxSearchDepth::Ordinary);
 
+// In two steps, for somebody who decides between them. The first is the ordinary search, which leaves its corners in
+// `corners`, empty before; the second is the deep search alone, of the same picture with the same run. A run that was
+// aborted in between finds nothing.
+SBxSearchResult BX_SearchPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads, CBxCornerArchive& corners);
+SBxSearchResult BX_SearchHarder(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads, CBxCornerArchive& corners);
+
 // Searches only the largest zoom up to 1.0 that the engine takes, as is enough for a picture just signed; a picture too
 // large for that as BX_SearchPicture does.
 SBxSearchResult BX_CheckPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads);
+
+// Whether a sign was found of which single letters may be wrong.
+inline bool BX_IsUncertain(const SBxSearchResult& result) {
+    return result.isDeep && !result.deep.m_bCertain;
+}
 
 // " (found by searching harder, uncertain)" behind what was found; empty for the ordinary search.
 std::string BX_DescribeDepth(const SBxSearchResult& result);

@@ -26,6 +26,8 @@ std::string BX_GetDetail(const SBxRunOutcome& outcome) {
     std::string detail = outcome.reason;
     AppendCount(detail, outcome.unreadable, CBxLocalization::Translate("Files that could not be read:"));
     AppendCount(detail, outcome.failed, CBxLocalization::Translate("Files that could not be worked on:"));
+    AppendCount(detail, outcome.uncertain,
+                CBxLocalization::Translate("Uncertain readings, in which single letters may be wrong:"));
     if (outcome.wasCancelled) {
         Append(detail, CBxLocalization::Translate("The run was cancelled."));
     }

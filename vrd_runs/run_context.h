@@ -41,7 +41,8 @@ struct SBxRunOutcome {
     std::size_t total = 0;  // files found
     std::size_t processed = 0;
     std::size_t unreadable = 0;
-    std::size_t failed = 0;  // files that could be read and not worked on
+    std::size_t failed = 0;     // files that could be read and not worked on
+    std::size_t uncertain = 0;  // signs found of which single letters may be wrong
 };
 
 // "2 files could not be read." and what else a user should know besides the message, in his language; may be empty.

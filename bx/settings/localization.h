@@ -41,3 +41,8 @@ public:
     static unsigned char GetLanguage(char* name, unsigned int size);
     static unsigned char GetAcronym(char* acronym, unsigned int size);
 };
+
+// Marks a text that is translated later, so that the check of the localization file sees it.
+constexpr const char* BX_MarkText(const char* english) {
+    return english;
+}

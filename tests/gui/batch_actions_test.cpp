@@ -1,6 +1,7 @@
 // Folders and documents as a user of the window works on them.
 #include <gmock/gmock.h>
 
+#include <QCheckBox>
 #include <QEventLoop>
 #include <QFileDialog>
 #include <QImage>
@@ -15,6 +16,7 @@
 #include "modal_helper.h"
 #include "pdf_document.h"
 #include "result_dlgs.h"
+#include "search_options_dlg.h"
 #include "temporary_folder.h"
 #include "veridane_gui.h"
 
@@ -46,6 +48,17 @@ protected:
         user.On<QFileDialog>([path](QFileDialog& dialog) {
             dialog.findChild<QLineEdit*>("fileNameEdit")->setText(QString::fromStdString(path));
             QMetaObject::invokeMethod(&dialog, "accept");
+        });
+    }
+
+    // The user says how to search.
+    static void StartSearch(CModalActs& user, bool isHarder = false) {
+        user.On<CBxSearchOptionsDlg>([isHarder](CBxSearchOptionsDlg& dialog) {
+            EXPECT_FALSE(Find<QCheckBox>(dialog, "checkHarder").isChecked());
+            if (isHarder) {
+                Find<QCheckBox>(dialog, "checkHarder").click();
+            }
+            Find<QPushButton>(dialog, "buttonOK").click();
         });
     }
 
@@ -109,12 +122,38 @@ TEST_F(BatchActions, AFolderIsSignedAndThenFoundSigned) {
     {
         CModalActs user;
         Choose(user, m_Folder / "signed");
+        StartSearch(user);
         CloseResult(user, result);
         Do(&CBxVeridaneGui::OnBatchDetect);
     }
     EXPECT_EQ(result.message, "Some images were signed.");
     EXPECT_EQ(result.detail, "");
     EXPECT_THAT(ReadBytes(m_Folder / "signed/batch_detect.log"), HasSubstr("SIGN FOUND: Veri-2026x. File: b.jpg"));
+}
+
+TEST_F(BatchActions, MirroredPicturesAreFoundWhereAUserAsksToSearchHarder) {
+    WritePicture("a.png", 2);
+    SResult result;
+    {
+        CModalActs user;
+        Choose(user, m_Folder.Path());
+        EnterSign(user);
+        CloseResult(user, result);
+        Do(&CBxVeridaneGui::OnBatchSign);
+    }
+    std::filesystem::create_directory(m_Folder / "mirrored");
+    const QImage signedPicture(QString::fromStdString(m_Folder / "signed/a.png"));
+    ASSERT_TRUE(signedPicture.mirrored(true, false).save(QString::fromStdString(m_Folder / "mirrored/a.png")));
+    for (const bool isHarder : {false, true}) {
+        CModalActs user;
+        Choose(user, m_Folder / "mirrored");
+        StartSearch(user, isHarder);
+        CloseResult(user, result);
+        Do(&CBxVeridaneGui::OnBatchDetect);
+        EXPECT_EQ(result.message, isHarder ? "Some images were signed." : "No image was signed.");
+    }
+    EXPECT_THAT(ReadBytes(m_Folder / "mirrored/batch_detect.log"),
+                HasSubstr("SIGN FOUND: Veri-2026x. File: a.png (found by searching harder, certain)"));
 }
 
 TEST_F(BatchActions, TheProgressIsShownAndACancelIsHeard) {
@@ -124,6 +163,7 @@ TEST_F(BatchActions, TheProgressIsShownAndACancelIsHeard) {
     SResult result;
     CModalActs user;
     Choose(user, m_Folder.Path());
+    StartSearch(user);
     user.On<CBxBatchProgressDlg>([this](CBxBatchProgressDlg& dialog) {
         EXPECT_EQ(dialog.windowTitle(), "Batch Detection...");
         while (m_pWindow->BatchProgress().View().percentage <= 0.0) {
@@ -155,6 +195,7 @@ TEST_F(BatchActions, NothingOfAnEarlierRunIsShown) {
     {
         CModalActs user;
         Choose(user, m_Folder / "text.pdf");
+        StartSearch(user);
         CloseResult(user, result);
         Do(&CBxVeridaneGui::OnPDFDetect);
     }
@@ -164,6 +205,7 @@ TEST_F(BatchActions, NothingOfAnEarlierRunIsShown) {
     {
         CModalActs user;
         Choose(user, m_Folder / "damaged.pdf");
+        StartSearch(user);
         CloseResult(user, result);
         Do(&CBxVeridaneGui::OnPDFDetect);
     }
@@ -184,6 +226,7 @@ TEST_F(BatchActions, NamesTheSignThatADocumentHolds) {
     SResult result;
     CModalActs user;
     Choose(user, m_Folder / "signed.pdf");
+    StartSearch(user);
     CloseResult(user, result);
     Do(&CBxVeridaneGui::OnPDFDetect);
     EXPECT_EQ(result.message, "Sign found: abc-Z9");
@@ -199,6 +242,9 @@ TEST_F(BatchActions, WhoeverDismissesAQuestionStartsNothing) {
     Choose(user, m_Folder.Path());
     user.On<CBxInputSignDlg>([](CBxInputSignDlg& dialog) { dialog.reject(); });
     m_pWindow->OnBatchSign();
+    Choose(user, m_Folder.Path());
+    user.On<CBxSearchOptionsDlg>([](CBxSearchOptionsDlg& dialog) { dialog.reject(); });
+    m_pWindow->OnBatchDetect();
     EXPECT_EQ(m_Folder.Count(), 1);
     EXPECT_FALSE(m_pWindow->BatchProgress().View().running);
 }

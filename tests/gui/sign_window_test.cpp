@@ -1,5 +1,8 @@
 // Signing and detecting in the main window, as a user does it.
+#include <QTransform>
+
 #include "convert_picture.h"
+#include "finding_text.h"
 #include "picture_search.h"
 #include "progress_dlgs.h"
 #include "window_fixture.h"
@@ -10,9 +13,28 @@ std::string PixelsOf(const SBxPicBuf& picture) {
     return std::string(reinterpret_cast<const char*>(picture.m_pData), picture.m_uiByteSize);
 }
 
-}  // namespace
+class SignWindow : public CWindowTest {
+protected:
+    void PressSearchHarder() {
+        m_User.On<CBxResultDlg>([](CBxResultDlg& dialog) {
+            EXPECT_EQ(dialog.findChild<QLabel*>("labelTitle")->text(), "No sign detected");
+            QTest::mouseClick(dialog.findChild<QPushButton*>("buttonHarder"), Qt::LeftButton);
+        });
+    }
 
-using SignWindow = CWindowTest;
+    // Whether the colour of frames is seen in the middle row of the view.
+    bool ShowsFrame() {
+        const QImage shown = Window().findChild<CBxImageArea*>()->grab().toImage();
+        for (int x = 0; x < shown.width(); ++x) {
+            if (shown.pixelColor(x, shown.height() / 2) == QColor(255, 210, 60)) {
+                return true;
+            }
+        }
+        return false;
+    }
+};
+
+}  // namespace
 
 TEST_F(SignWindow, SignsShowsWhereAndMarksThePicture) {
     Open(MakePhoto("photo.jpg"));
@@ -21,10 +43,7 @@ TEST_F(SignWindow, SignsShowsWhereAndMarksThePicture) {
     bool wasFramed = false;
     m_User.On<QMessageBox>([&](QMessageBox& box) {
         m_LastMessage = box.text().toStdString();
-        const QImage shown = Window().findChild<CBxImageArea*>()->grab().toImage();
-        for (int x = 0; x < shown.width(); ++x) {
-            wasFramed |= shown.pixelColor(x, shown.height() / 2) == QColor(255, 210, 60);
-        }
+        wasFramed = ShowsFrame();
         box.accept();
     });
     RunToItsEnd([this] { Window().findChild<QAction*>("actionSign")->trigger(); });
@@ -113,6 +132,62 @@ TEST_F(SignWindow, SaysWhenThereIsNoSignAndNothingAfterACancel) {
     m_User.On<CBxSimpleProgressDlg>([](CBxSimpleProgressDlg& dialog) { dialog.reject(); });
     RunToItsEnd([this] { Window().OnDetectSign(); });
     EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+}
+
+TEST_F(SignWindow, SearchesHarderOnRequestAndFramesWhatLiesAskew) {
+    Open(MakePhoto("photo.png"));
+    SignThePicture();
+    ChooseFile(m_Folder / "signed.png", "Portable Network Graphics (*.png)");
+    RunToItsEnd([this] { Window().OnSaveImage(); });
+    const QImage signedPhoto(QString::fromStdString(m_Folder / "signed.png"));
+    ASSERT_TRUE(signedPhoto.transformed(QTransform().rotate(90)).save(QString::fromStdString(m_Folder / "turned.png")));
+    Open(m_Folder / "turned.png");
+    PressSearchHarder();
+    m_User.On<CBxResultDlg>([this](CBxResultDlg& dialog) {
+        EXPECT_EQ(dialog.findChild<QLabel*>("labelTitle")->text(), "<font color='red'>Sign Found!<font>");
+        EXPECT_EQ(dialog.findChild<QLabel*>("labelSign")->text(), kSign);
+        EXPECT_EQ(dialog.findChild<QLabel*>("labelDetail")->text().toStdString(),
+                  "Found by searching harder. Undone: turn by 90\u00b0.");
+        EXPECT_FALSE(dialog.findChild<QPushButton*>("buttonHarder")->isVisible());
+        EXPECT_TRUE(ShowsFrame());
+        dialog.reject();
+    });
+    RunToItsEnd([this] { Window().OnDetectSign(); });
+    EXPECT_FALSE(ShowsFrame());
+}
+
+TEST_F(SignWindow, SaysWhenSearchingHarderFindsNothingAndNothingAfterACancel) {
+    Open(MakePhoto("photo.png", 200));
+    PressSearchHarder();
+    m_User.On<CBxResultDlg>([](CBxResultDlg& dialog) {
+        EXPECT_EQ(dialog.findChild<QLabel*>("labelTitle")->text(), "No sign detected");
+        EXPECT_EQ(dialog.findChild<QLabel*>("labelDetail")->text(), "Searching harder found nothing either.");
+        EXPECT_FALSE(dialog.findChild<QPushButton*>("buttonHarder")->isVisible());
+        dialog.reject();
+    });
+    RunToItsEnd([this] { Window().OnDetectSign(); });
+    PressSearchHarder();
+    m_User.On<CBxSimpleProgressDlg>([](CBxSimpleProgressDlg& dialog) { dialog.reject(); });
+    RunToItsEnd([this] { Window().OnDetectSign(); });
+    EXPECT_EQ(QApplication::activeModalWidget(), nullptr);
+}
+
+TEST(FindingText, CallsAnUncertainReadingUncertainAndNeverASignFound) {
+    CBxLocalization::Free();
+    SBxSearchResult found;
+    found.isDeep = true;
+    found.deep.m_dTurned = -1.5;
+    found.deep.m_bMirrored = true;
+    found.deep.m_Tone.gain = 1.1;
+    found.deep.m_dScale = 0.67;
+    EXPECT_EQ(BX_GetFindingTitle(found), "Possibly a sign:");
+    EXPECT_EQ(BX_GetFindingDetail(found),
+              "This reading is uncertain: single letters may be wrong. Found by searching harder. Undone: turn by "
+              "-1.5\u00b0, mirroring, change of the brightness, scaling to 67%.");
+    found.deep = SBxDeepFinding();
+    found.deep.m_bCertain = true;
+    EXPECT_EQ(BX_GetFindingTitle(found), "<font color='red'>Sign Found!<font>");
+    EXPECT_EQ(BX_GetFindingDetail(found), "Found by searching harder.");
 }
 
 TEST_F(SignWindow, ACancelledSignDialogStartsNothing) {

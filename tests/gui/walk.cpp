@@ -25,6 +25,7 @@
 #include "interface_language.h"
 #include "progress_dlgs.h"
 #include "result_dlgs.h"
+#include "search_options_dlg.h"
 #include "start_up.h"
 #include "veridane_gui.h"
 #include "vrd_settings.h"
@@ -121,7 +122,12 @@ void PlanSigning(CWalk& walk, CBxVeridaneGui& window, const QString& photo, cons
     walk.When(
         "empty", [&window] { return HasNoModal() && window.windowHandle()->isExposed(); },
         [&window, photo] { window.OpenPicture(photo); });
-    walk.When("opened", HasNoModal, [press] { press("actionSign"); });
+    walk.When("opened", HasNoModal, [press] { press("actionDetect"); });
+    walk.On<CBxResultDlg>("nothing-found", [](CBxResultDlg& dialog) { dialog.reject(); });
+    walk.When("after-searching", HasNoModal, [press] { press("actionBatchDetect"); });
+    walk.On<QFileDialog>("folder", [](QFileDialog& dialog) { QMetaObject::invokeMethod(&dialog, "accept"); });
+    walk.On<CBxSearchOptionsDlg>("how-to-search", [](CBxSearchOptionsDlg& dialog) { dialog.reject(); });
+    walk.When("before-signing", HasNoModal, [press] { press("actionSign"); });
     walk.On<CBxInputSignDlg>("sign", [](CBxInputSignDlg& dialog) {
         auto* const line = dialog.findChild<QLineEdit*>("lineEditInputSign");
         line->selectAll();

@@ -57,6 +57,15 @@ TEST_F(BatchDetect, TellsForEachFileWhatItHolds) {
     EXPECT_THAT(lines, Contains("ERROR| Cannot read the broken.png !!"));
 }
 
+TEST(BatchDetectMessage, SaysPossiblyWhenAllReadingsAreUncertain) {
+    SBxBatchDetectOutcome outcome;
+    outcome.hasFailed = false;
+    outcome.someSignFound = true;
+    EXPECT_STREQ(BX_GetMessage(outcome), "Some images were possibly signed.");
+    outcome.someSignCertain = true;
+    EXPECT_STREQ(BX_GetMessage(outcome), "Some images were signed.");
+}
+
 TEST_F(BatchDetect, AnEmptyFolderHoldsNoSign) {
     const SBxBatchDetectOutcome outcome = Run();
     EXPECT_STREQ(BX_GetMessage(outcome), "No image was signed.");

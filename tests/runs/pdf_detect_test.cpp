@@ -207,3 +207,14 @@ TEST_F(PdfDetect, TellsTheApplicationLogHowFarItCame) {
                     "ERROR| PDF detection failed. The pdfimages finished with errors: bad\\n pdfimages: bad",
                     "INFO | *** LOG SESSION FINISHED ***"));
 }
+
+TEST(PdfDetectMessage, NeverCallsAnUncertainReadingASignFound) {
+    SBxPdfDetectOutcome outcome;
+    outcome.hasFailed = false;
+    outcome.signFound = true;
+    outcome.isFirstUncertain = true;
+    outcome.uncertain = 1;
+    outcome.firstSign = "abc-Z9";
+    EXPECT_EQ(BX_GetMessage(outcome), "Possibly a sign: abc-Z9");
+    EXPECT_EQ(BX_GetDetail(outcome), "Uncertain readings, in which single letters may be wrong: 1.");
+}

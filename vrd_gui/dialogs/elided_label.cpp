@@ -4,25 +4,35 @@
 #include <QPainter>
 #include <QStyle>
 #include <QToolTip>
+#include <algorithm>
 
 CBxElidedLabel::CBxElidedLabel(QWidget* parent) : QLabel(parent) {
     setTextFormat(Qt::PlainText);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
 }
 
+void CBxElidedLabel::ClaimRoom() {
+    m_bClaimsRoom = true;
+    setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+}
+
 QSize CBxElidedLabel::sizeHint() const {
-    return {minimumWidth(), fontMetrics().height()};
+    const int wanted = m_bClaimsRoom ? fontMetrics().horizontalAdvance(Line()) : 0;
+    return {std::max(minimumWidth(), wanted), fontMetrics().height()};
 }
 
 QSize CBxElidedLabel::minimumSizeHint() const {
-    return sizeHint();
+    return {minimumWidth(), fontMetrics().height()};
 }
 
 // Names of files may hold line ends.
-QString CBxElidedLabel::Shown() const {
+QString CBxElidedLabel::Line() const {
     QString line = text();
-    line.replace('\n', ' ').replace('\r', ' ');
-    return fontMetrics().elidedText(line, Qt::ElideMiddle, contentsRect().width());
+    return line.replace('\n', ' ').replace('\r', ' ');
+}
+
+QString CBxElidedLabel::Shown() const {
+    return fontMetrics().elidedText(Line(), Qt::ElideMiddle, contentsRect().width());
 }
 
 void CBxElidedLabel::paintEvent(QPaintEvent*) {

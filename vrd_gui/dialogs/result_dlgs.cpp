@@ -10,6 +10,7 @@ namespace {
 
 constexpr double kTitleScale = 1.2;
 constexpr double kSignScale = 1.8;
+constexpr int kSearchHarder = QDialog::Accepted + 1;
 
 // A line that has nothing to say takes no room.
 void ShowLine(QLabel& label, const char* text) {
@@ -23,7 +24,11 @@ void CBxResultDlg::ShowSign(QWidget* parent, const char* title, const char* sign
     CBxResultDlg(parent, title, sign, detail).exec();
 }
 
-CBxResultDlg::CBxResultDlg(QWidget* parent, const char* title, const char* sign, const char* detail)
+bool CBxResultDlg::OfferHarderSearch(QWidget* parent, const char* title, const char* detail) {
+    return CBxResultDlg(parent, title, "", detail, true).exec() == kSearchHarder;
+}
+
+CBxResultDlg::CBxResultDlg(QWidget* parent, const char* title, const char* sign, const char* detail, bool offersHarder)
     : QDialog(parent), m_pForm(std::make_unique<Ui::CBxResultDlg>()) {
     m_pForm->setupUi(this);
     BX_PrepareDialog(*this);
@@ -37,7 +42,9 @@ CBxResultDlg::CBxResultDlg(QWidget* parent, const char* title, const char* sign,
     ShowLine(*m_pForm->labelSign, sign);
     ShowLine(*m_pForm->labelDetail, detail);
     m_pForm->pushButton->setFocus();
+    m_pForm->buttonHarder->setVisible(offersHarder);
     connect(m_pForm->pushButton, &QPushButton::clicked, this, &CBxResultDlg::accept);
+    connect(m_pForm->buttonHarder, &QPushButton::clicked, this, [this] { done(kSearchHarder); });
 }
 
 CBxResultDlg::~CBxResultDlg() = default;

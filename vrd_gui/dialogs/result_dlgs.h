@@ -17,7 +17,10 @@ public:
     // Modal.
     static void ShowSign(QWidget* parent, const char* title, const char* sign, const char* detail = "");
 
-    CBxResultDlg(QWidget* parent, const char* title, const char* sign, const char* detail);
+    // The same without a sign, and with a button for looking harder. True when the user pressed that.
+    static bool OfferHarderSearch(QWidget* parent, const char* title, const char* detail = "");
+
+    CBxResultDlg(QWidget* parent, const char* title, const char* sign, const char* detail, bool offersHarder = false);
     ~CBxResultDlg() override;
 
 private:

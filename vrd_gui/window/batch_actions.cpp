@@ -8,6 +8,7 @@
 #include "messages.h"
 #include "qt_text.h"
 #include "result_dlgs.h"
+#include "search_options_dlg.h"
 #include "thread_hand_over.h"
 #include "veridane_gui.h"
 
@@ -55,7 +56,8 @@ void CBxVeridaneGui::OnBatchDetect() {
         return;
     }
     const QString folder = AskForFolder(this);
-    if (!folder.isEmpty() && TakePath(this, m_BatchDetectThread.m_szInputFolder, folder)) {
+    if (!folder.isEmpty() && TakePath(this, m_BatchDetectThread.m_szInputFolder, folder) &&
+        CBxSearchOptionsDlg::AskHow(this, BX_Text("Batch Detection..."), folder, m_BatchDetectThread.m_bHarder)) {
         StartBatch(m_BatchDetectThread, BX_Text("Batch Detection..."), SLOT(OnBatchDetectCanceled()));
     }
 }
@@ -70,7 +72,8 @@ void CBxVeridaneGui::OnPDFDetect() {
         return;
     }
     SetLatestFolder(path);
-    if (TakePath(this, m_PDFDetectThread.m_szPdfPath, path)) {
+    if (TakePath(this, m_PDFDetectThread.m_szPdfPath, path) &&
+        CBxSearchOptionsDlg::AskHow(this, BX_Text("PDF Detection..."), path, m_PDFDetectThread.m_bHarder)) {
         StartBatch(m_PDFDetectThread, BX_Text("PDF Detection..."), SLOT(OnPDFDetectCanceled()));
     }
 }

@@ -120,8 +120,9 @@ void Ui_MainWindow::MakeStatusBar(QMainWindow& window) {
     labelNote = new CBxElidedLabel(&window);
     labelNote->setObjectName("labelNote");
     labelNote->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    window.statusBar()->addWidget(labelStatus, 3);
-    window.statusBar()->addPermanentWidget(labelNote, 2);
+    labelNote->ClaimRoom();  // news comes before what is always said
+    window.statusBar()->addWidget(labelStatus, 1);
+    window.statusBar()->addPermanentWidget(labelNote);
 }
 
 void Ui_MainWindow::retranslateUi() {

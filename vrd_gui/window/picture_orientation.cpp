@@ -86,26 +86,24 @@ unsigned char BX_PutUpright(CBxOwnedPic& target, const SBxPicBuf& stored, int or
     return kBxSuccess;
 }
 
-CBxRect<int> BX_PutUpright(const CBxRect<int>& rectangle, CBxSize<int> stored, int orientation) {
-    const CBxRect<int>& r = rectangle;
-    const CBxRect<int> mirrored{stored.width - r.right, stored.height - r.bottom, stored.width - r.left,
-                                stored.height - r.top};
+CBxPoint<double> BX_PutUpright(const CBxPoint<double>& point, CBxSize<int> stored, int orientation) {
+    const CBxPoint<double> mirrored{stored.width - point.x, stored.height - point.y};
     switch (orientation) {
         case 2:
-            return {mirrored.left, r.top, mirrored.right, r.bottom};
+            return {mirrored.x, point.y};
         case 3:
             return mirrored;
         case 4:
-            return {r.left, mirrored.top, r.right, mirrored.bottom};
+            return {point.x, mirrored.y};
         case 5:
-            return {r.top, r.left, r.bottom, r.right};
+            return {point.y, point.x};
         case 6:
-            return {mirrored.top, r.left, mirrored.bottom, r.right};
+            return {mirrored.y, point.x};
         case 7:
-            return {mirrored.top, mirrored.left, mirrored.bottom, mirrored.right};
+            return {mirrored.y, mirrored.x};
         case 8:
-            return {r.top, mirrored.left, r.bottom, mirrored.right};
+            return {point.y, mirrored.x};
         default:
-            return r;
+            return point;
     }
 }

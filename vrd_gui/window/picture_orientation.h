@@ -15,5 +15,5 @@ bool BX_SwapsSides(int orientation);
 // Puts a 3_8 picture upright in `target`. 0, or 6 without memory.
 [[nodiscard]] unsigned char BX_PutUpright(CBxOwnedPic& target, const SBxPicBuf& stored, int orientation);
 
-// Where a rectangle of the stored picture, whose size is `stored`, is in the upright one.
-CBxRect<int> BX_PutUpright(const CBxRect<int>& rectangle, CBxSize<int> stored, int orientation);
+// Where a point of the stored picture, whose size is `stored`, is in the upright one. Pixel (0, 0) covers 0 to 1.
+CBxPoint<double> BX_PutUpright(const CBxPoint<double>& point, CBxSize<int> stored, int orientation);

@@ -31,6 +31,14 @@ QString FileOf(const QMimeData& data) {
 
 }  // namespace
 
+CBxFrame BX_FrameOf(const CBxRect<int>& rectangle) {
+    const double left = rectangle.left;
+    const double top = rectangle.top;
+    const double right = rectangle.right;
+    const double bottom = rectangle.bottom;
+    return {{{left, top}, {right, top}, {right, bottom}, {left, bottom}}};
+}
+
 CBxImageArea::CBxImageArea(QWidget* parent) : QWidget(parent) {
     setObjectName("imageArea");
     setAttribute(Qt::WA_OpaquePaintEvent);
@@ -55,7 +63,7 @@ void CBxImageArea::ShowNothing() {
     TellGeometry();
 }
 
-void CBxImageArea::SetFrames(std::vector<CBxRect<int>> frames) {
+void CBxImageArea::SetFrames(std::vector<CBxFrame> frames) {
     m_Frames = std::move(frames);
     update();
 }
@@ -102,17 +110,18 @@ void CBxImageArea::PaintFrames(QPainter& painter) const {
     const double density = devicePixelRatioF();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setBrush(Qt::NoBrush);
-    for (const CBxRect<int>& frame : m_Frames) {
-        const CBxRect<int> upright = BX_PutUpright(frame, m_Stored, m_Pyramid.Orientation());
-        const CBxPoint<double> topLeft =
-            m_Geometry.PictureToView({static_cast<double>(upright.left), static_cast<double>(upright.top)});
-        const QRectF drawn(topLeft.x / density, topLeft.y / density, upright.Width() * m_Geometry.m_dZoom / density,
-                           upright.Height() * m_Geometry.m_dZoom / density);
+    for (const CBxFrame& frame : m_Frames) {
+        QPolygonF drawn;
+        for (const CBxPoint<double>& corner : frame) {
+            const CBxPoint<double> at =
+                m_Geometry.PictureToView(BX_PutUpright(corner, m_Stored, m_Pyramid.Orientation()));
+            drawn.append(QPointF(at.x / density, at.y / density));
+        }
         // Two colours, so that one of them stands out from any picture.
-        painter.setPen(QPen(QColor(0, 0, 0, 200), kFramePixels + 2));
-        painter.drawRect(drawn);
-        painter.setPen(QPen(QColor(255, 210, 60), kFramePixels));
-        painter.drawRect(drawn);
+        painter.setPen(QPen(QColor(0, 0, 0, 200), kFramePixels + 2, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
+        painter.drawPolygon(drawn);
+        painter.setPen(QPen(QColor(255, 210, 60), kFramePixels, Qt::SolidLine, Qt::SquareCap, Qt::MiterJoin));
+        painter.drawPolygon(drawn);
     }
 }
 

@@ -7,11 +7,16 @@
 #include <QFrame>
 #include <QPointF>
 #include <QWidget>
+#include <array>
 #include <vector>
 
 #include "picture_pyramid.h"
 #include "view_geometry.h"
 #include "view_renderer.h"
+
+// A frame over the picture, which may lie askew: its corners in their order, in pixels of the picture as it is stored.
+using CBxFrame = std::array<CBxPoint<double>, 4>;
+CBxFrame BX_FrameOf(const CBxRect<int>& rectangle);
 
 class CBxImageArea : public QWidget {
     Q_OBJECT
@@ -23,8 +28,8 @@ public:
     // the size of the one before is shown at the same place unless it is to be fitted.
     void ShowPicture(const SBxPicBuf& picture, int orientation, bool isFitted);
     void ShowNothing();
-    // Draws frames over the picture; in pixels of the picture as it is stored.
-    void SetFrames(std::vector<CBxRect<int>> frames);
+    // Draws frames over the picture.
+    void SetFrames(std::vector<CBxFrame> frames);
 
     bool HasPicture() const { return !m_Pyramid.IsEmpty(); }
     const SBxViewGeometry& Geometry() const { return m_Geometry; }
@@ -55,7 +60,7 @@ private:
     SBxViewGeometry m_Geometry;
     CBxViewRenderer m_Renderer;
     CBxSize<int> m_Stored{0, 0};
-    std::vector<CBxRect<int>> m_Frames;
+    std::vector<CBxFrame> m_Frames;
 };
 
 class CBxScrollArea : public QFrame {

@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "finding_text.h"
 #include "gui_text.h"
 #include "input_sign_dlg.h"
-#include "large_picture.h"
 #include "messages.h"
 #include "qt_text.h"
 #include "result.h"
@@ -22,24 +22,10 @@ constexpr int kFrameMargin = 20;
 constexpr int kFrameEnd = 4;
 
 // A carrier's frame, wider than the carrier and inside the picture.
-CBxRect<int> FrameOf(const CBxRect<int>& carrier, const SBxPicBuf& picture) {
+CBxRect<int> WidenCarrier(const CBxRect<int>& carrier, const SBxPicBuf& picture) {
     return {std::max(carrier.left - kFrameMargin, 0), std::max(carrier.top - kFrameMargin, 0),
             std::min(carrier.right + kFrameMargin, picture.m_iWidth - kFrameEnd),
             std::min(carrier.bottom + kFrameMargin, picture.m_iHeight - kFrameEnd)};
-}
-
-// Where a sign was found and how well it was preserved, in one line.
-QString DescribeFinding(const SBxSearchResult& found) {
-    const CBxRect<int>& area = found.rectangle;
-    return BX_FilledText(
-        "Read at %s%% of the size, in %d x %d pixels at (%d, %d); corrected bits: %d",
-        {QString::number(found.zoom * 100.0, 'f', 0), QString::number(area.Width()), QString::number(area.Height()),
-         QString::number(area.left), QString::number(area.top), QString::number(found.correctedBits)});
-}
-
-QString DescribeShrinking(const SBxSearchResult& result) {
-    return BX_FilledText("The picture is too large to be searched itself; a copy of %d x %d pixels was searched.",
-                         {QString::number(result.shrunkTo.width), QString::number(result.shrunkTo.height)});
 }
 
 }  // namespace
@@ -67,10 +53,19 @@ void CBxVeridaneGui::OnSignImage() {
 }
 
 void CBxVeridaneGui::OnDetectSign() {
+    StartDetection(false);
+}
+
+void CBxVeridaneGui::OnSearchHarder() {
+    StartDetection(true);
+}
+
+void CBxVeridaneGui::StartDetection(bool isHarder) {
     if (!m_Open.IsOpen() || IsRunning()) {
         return;
     }
     BeginRun();
+    m_DetectThread.m_bHarder = isHarder;
     BX_StartThread(m_DetectThread);
     m_Timer.start();
 }
@@ -178,16 +173,17 @@ void CBxVeridaneGui::TellSignFault(EBxSignFault fault) {
 void CBxVeridaneGui::ShowSignedAreas() {
     CBxImageArea& image = m_Form.scrollArea->Image();
     const SBxPicBuf& picture = CurrentPicture();
-    std::vector<CBxRect<int>> frames;
-    for (const CBxRect<int>& carrier : m_SignThread.m_Signed.carriers) {
-        frames.push_back(FrameOf(carrier, picture));
-    }
+    std::vector<CBxFrame> frames;
     CBxOwnedPic marked;
     if (marked.AllocateLike(picture) == kBxSuccess) {
         CBxPicBufAPI::Copy(marked.Pic(), picture);
-        for (std::size_t i = 0; i < frames.size(); ++i) {
-            CBxSignOp::WriteRectToPicBuf(&marked.Pic(), frames[i], static_cast<unsigned int>(i));
+    }
+    for (const CBxRect<int>& carrier : m_SignThread.m_Signed.carriers) {
+        const CBxRect<int> frame = WidenCarrier(carrier, picture);
+        if (marked->m_pData != nullptr) {
+            CBxSignOp::WriteRectToPicBuf(&marked.Pic(), frame, static_cast<unsigned int>(frames.size()));
         }
+        frames.push_back(BX_FrameOf(frame));
     }
     image.ShowPicture(marked->m_pData != nullptr ? marked.Pic() : picture, m_Open.orientation, true);
     image.SetFrames(std::move(frames));
@@ -202,7 +198,10 @@ void CBxVeridaneGui::OnDetectThreadFinished() {
     if (!m_bCancelled) {
         ShowFinding();
     }
-    emit RunEnded();
+    const bool isSearchingOn = m_pProgressDlg != nullptr;
+    if (!isSearchingOn) {
+        emit RunEnded();
+    }
 }
 
 void CBxVeridaneGui::ShowFinding() {
@@ -211,17 +210,26 @@ void CBxVeridaneGui::ShowFinding() {
         BX_ShowMessage(this, BX_Text("Warning"), BX_Text("The picture was not searched: there is not enough memory."));
         return;
     }
-    const QString shrinking = found.shrunkTo.width > 0 ? DescribeShrinking(found) : QString();
     if (!m_DetectThread.m_bSignFound) {
-        CBxResultDlg::ShowSign(this, BX_Text("No sign detected").toUtf8().constData(), "",
-                               shrinking.toUtf8().constData());
+        ShowNothingFound();
         return;
     }
     char title[kResultTitleBytes];
-    BX_QStringToUTF8(title, sizeof(title) - 1, "<font color='red'>" + BX_Text("Sign Found!") + "<font>");
+    BX_QStringToUTF8(title, sizeof(title) - 1, BX_GetFindingTitle(found));
     title[sizeof(title) - 1] = '\0';
-    m_Form.scrollArea->Image().SetFrames({found.rectangle});
-    const QString detail = shrinking.isEmpty() ? DescribeFinding(found) : DescribeFinding(found) + " " + shrinking;
-    CBxResultDlg::ShowSign(this, title, m_DetectThread.m_szDetectedText, detail.toUtf8().constData());
+    m_Form.scrollArea->Image().SetFrames({BX_GetCarrierFrame(found)});
+    CBxResultDlg::ShowSign(this, title, m_DetectThread.m_szDetectedText,
+                           BX_GetFindingDetail(found).toUtf8().constData());
     m_Form.scrollArea->Image().SetFrames({});
+}
+
+void CBxVeridaneGui::ShowNothingFound() {
+    const bool isHarder = m_DetectThread.m_bHarder;
+    const QByteArray title = BX_Text("No sign detected").toUtf8();
+    const QByteArray detail = BX_GetNothingDetail(m_DetectThread.m_Found, isHarder).toUtf8();
+    if (isHarder) {
+        CBxResultDlg::ShowSign(this, title.constData(), "", detail.constData());
+    } else if (CBxResultDlg::OfferHarderSearch(this, title.constData(), detail.constData()) && !m_bEnding) {
+        OnSearchHarder();
+    }
 }

@@ -70,6 +70,8 @@ public slots:
     // ---- runs on the open picture (run_actions.cpp) ----
     void OnSignImage();
     void OnDetectSign();
+    // Looks harder in the picture that OnDetectSign has just searched in vain.
+    void OnSearchHarder();
     void OnDetectCanceled();
     void OnTimer();
     void OnSignThreadFinished();
@@ -134,7 +136,9 @@ private:
     bool IsRunning() const;
     void ShowSignedAreas();
     void TellSignFault(EBxSignFault fault);
+    void StartDetection(bool isHarder);
     void ShowFinding();
+    void ShowNothingFound();
     void MoveView(double right, double down);
 
     // ---- runs on folders and documents ----

@@ -5,10 +5,16 @@
 
 namespace {
 
-SBxRunContext ContextOf(CBxVeridaneGui& window) {
+SBxRunContext ContextOf(CBxVeridaneGui& window, bool isHarder = false) {
     const SBxVRDConfig& config = window.Config();
-    return {window.BatchProgress(),  config.m_iMaxThreads,       config.m_iCompression,
-            config.m_szBundleFolder, config.m_szTemporaryFolder, CBxVeridaneGui::GetLogger()};
+    const EBxSearchDepth depth = isHarder ? EBxSearchDepth::Deep : EBxSearchDepth::Ordinary;
+    return {window.BatchProgress(),
+            config.m_iMaxThreads,
+            config.m_iCompression,
+            config.m_szBundleFolder,
+            config.m_szTemporaryFolder,
+            CBxVeridaneGui::GetLogger(),
+            depth};
 }
 
 }  // namespace
@@ -25,7 +31,7 @@ void CBxBatchDetectThread::run() {
     const CBxThreadRun handOver(this);
     m_Outcome = SBxBatchDetectOutcome();
     if (m_pMainWindow != nullptr) {
-        m_Outcome = BX_RunBatchDetect(ContextOf(*m_pMainWindow), m_szInputFolder, {});
+        m_Outcome = BX_RunBatchDetect(ContextOf(*m_pMainWindow, m_bHarder), m_szInputFolder, {});
     }
 }
 
@@ -33,6 +39,6 @@ void CBxPDFDetectThread::run() {
     const CBxThreadRun handOver(this);
     m_Outcome = SBxPdfDetectOutcome();
     if (m_pMainWindow != nullptr) {
-        m_Outcome = BX_RunPdfDetect(ContextOf(*m_pMainWindow), m_szPdfPath, {});
+        m_Outcome = BX_RunPdfDetect(ContextOf(*m_pMainWindow, m_bHarder), m_szPdfPath, {});
     }
 }

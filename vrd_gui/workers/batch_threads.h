@@ -48,6 +48,7 @@ public:
 
     // Given before the start.
     char m_szInputFolder[kBxPathBytes] = "";
+    bool m_bHarder = false;  // search harder where nothing is found
 
     // Read after `finished`; new for each run.
     SBxBatchDetectOutcome m_Outcome;
@@ -68,6 +69,7 @@ public:
 
     // Given before the start.
     char m_szPdfPath[kBxPathBytes] = "";
+    bool m_bHarder = false;  // search harder where nothing is found
 
     // Read after `finished`; new for each run.
     SBxPdfDetectOutcome m_Outcome;

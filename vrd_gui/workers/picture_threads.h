@@ -4,6 +4,7 @@
 
 #include <QThread>
 #include <atomic>
+#include <memory>
 #include <string>
 
 #include "picture_search.h"
@@ -36,7 +37,7 @@ public:
     SBxSignedPicture m_Signed;
 };
 
-// Looks for a sign in the window's picture.
+// Looks for a sign in the window's picture, and then, in a run of its own, harder.
 class CBxDetectThread : public QThread {
     Q_OBJECT
 
@@ -49,11 +50,15 @@ public:
 
     CBxVeridaneGui* m_pMainWindow;
 
+    // Given before the start: whether to search harder in the picture that the run before has searched in vain.
+    bool m_bHarder = false;
+
     // Read after `finished`.
     bool m_bStatus = true;  // false is success
     char m_szDetectedText[CBxSignOp::kFoundTextBytes] = "";
     bool m_bSignFound = false;
     SBxSearchResult m_Found;
+    std::unique_ptr<CBxCornerArchive> m_pCorners;  // for the harder search; null where memory was short
 };
 
 // Saves the picture that the request names.

@@ -19,16 +19,15 @@ struct SStageOfSearch {
 
 // By what they find for what they cost. Joining comes twice: late stages give hints too.
 constexpr SStageOfSearch kStages[] = {
-    {EBxDeepStage::Pairs, BX_SearchPairs, "Reading all places between corners...", 25.0},
-    {EBxDeepStage::Joined, BX_SearchJoined, "Putting carriers together...", 5.0},
-    {EBxDeepStage::Tones, BX_SearchTones, "Trying other brightness...", 5.0},
-    {EBxDeepStage::Orientations, BX_SearchOrientations, "Trying mirrored pictures...", 10.0},
-    {EBxDeepStage::Turned, BX_SearchTurned, "Trying turned pictures...", 20.0},
-    {EBxDeepStage::Cut, BX_SearchCut, "Trying cut pictures...", 15.0},
-    {EBxDeepStage::BentTones, BX_SearchBentTones, "Trying other contrast curves...", 10.0},
-    {EBxDeepStage::Joined, BX_SearchJoined, "Putting carriers together...", 2.0},
+    {EBxDeepStage::Pairs, BX_SearchPairs, BX_MarkText("Reading all places between corners..."), 25.0},
+    {EBxDeepStage::Joined, BX_SearchJoined, BX_MarkText("Putting carriers together..."), 5.0},
+    {EBxDeepStage::Tones, BX_SearchTones, BX_MarkText("Trying other brightness..."), 5.0},
+    {EBxDeepStage::Orientations, BX_SearchOrientations, BX_MarkText("Trying mirrored pictures..."), 10.0},
+    {EBxDeepStage::Turned, BX_SearchTurned, BX_MarkText("Trying turned pictures..."), 20.0},
+    {EBxDeepStage::Cut, BX_SearchCut, BX_MarkText("Trying cut pictures..."), 15.0},
+    {EBxDeepStage::BentTones, BX_SearchBentTones, BX_MarkText("Trying other contrast curves..."), 10.0},
+    {EBxDeepStage::Joined, BX_SearchJoined, BX_MarkText("Putting carriers together..."), 2.0},
 };
-constexpr char kFirstText[] = "Searching harder...";
 
 // Processor time of the process.
 double ProcessSeconds() {
@@ -56,7 +55,7 @@ unsigned char BX_SearchDeep(SBxSignRun& run, const SBxPicBuf& picture, CBxCorner
                             SBxDeepFinding& finding, SBxDeepCosts* costs) {
     SBxDeepCosts ownCosts;
     SBxDeepCosts& cost = costs != nullptr ? *costs : ownCosts;
-    run.m_ProgressData.SetText(CBxLocalization::Translate(kFirstText));
+    run.m_ProgressData.SetText(CBxLocalization::Translate("Searching harder..."));
     run.m_ProgressData.SetPercentage(0.0);
     CLaps laps;
     const std::unique_ptr<CBxDeepRun> deep(new (std::nothrow) CBxDeepRun(run, picture, archive, threads));
