@@ -10,7 +10,7 @@ packages="g++ cmake ninja-build pkg-config
 case ${1:-} in
     format) packages="clang-format" ;;
     deb) packages="debhelper dpkg-dev fakeroot lintian" ;;
-    tools) packages="appstream clang clang-tidy desktop-file-utils gcovr git groff man-db shellcheck" ;;
+    tools) packages="appstream clang clang-tidy desktop-file-utils gcovr groff man-db shellcheck" ;;
 esac
 
 missing=""
