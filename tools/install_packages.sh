@@ -1,12 +1,17 @@
 #!/bin/sh
 # Installs the Debian packages that building, testing and running need. Does nothing, and asks for nothing, when all are
-# there already. Give "format" to get the formatter as well.
+# there already. Another list instead: "format" for the formatter, "deb" for building Debian packages, "tools" for the
+# programs that tools/check.sh uses.
 set -eu
 
 packages="g++ cmake ninja-build pkg-config
     qt6-base-dev qt6-translations-l10n qt6-image-formats-plugins libturbojpeg0-dev libtiff-dev libexif-dev libiptcdata0-dev poppler-utils
     libhwy-dev libcli11-dev nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth"
-[ "${1:-}" = format ] && packages="clang-format"
+case ${1:-} in
+    format) packages="clang-format" ;;
+    deb) packages="debhelper dpkg-dev fakeroot lintian" ;;
+    tools) packages="appstream clang clang-tidy desktop-file-utils gcovr groff man-db shellcheck" ;;
+esac
 
 missing=""
 for package in $packages; do

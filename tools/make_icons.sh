@@ -1,7 +1,7 @@
 #!/bin/sh
-# Renders the drawings of vrd_gui/res/icons (SVG) into the pictures of vrd_gui/res that the program carries. Run it by
-# hand after a drawing has changed, and commit what it writes. Needs rsvg-convert (librsvg2-bin) and convert
-# (imagemagick), on the machine of whoever draws only.
+# Renders the drawings of vrd_gui/res/icons (SVG) into the pictures of vrd_gui/res that the program carries, and the logo
+# into those of data/icons that desktops show. Run it by hand after a drawing has changed, and commit what it
+# writes. Needs rsvg-convert (librsvg2-bin) and convert (imagemagick), on the machine of whoever draws only.
 set -eu
 cd "$(dirname "$0")/../vrd_gui/res"
 work=$(mktemp -d)
@@ -32,3 +32,9 @@ rsvg-convert icons/logo.svg -o images/logo_color.png
 rsvg-convert -z 2 icons/logo.svg -o images/logo_color@2x.png
 rsvg-convert icons/splash.svg -o images/splash.png
 rsvg-convert -z 2 icons/splash.svg -o images/splash@2x.png
+
+desktop=../../data/icons/hicolor
+for size in 16 22 24 32 48 64 128 256 512; do
+    mkdir -p "$desktop/${size}x$size/apps"
+    rsvg-convert -w "$size" -h "$size" icons/logo.svg -o "$desktop/${size}x$size/apps/veridane.png"
+done

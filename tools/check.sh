@@ -1,0 +1,81 @@
+#!/bin/sh
+# The checks beside the tests, one verb each:
+#
+#   tools/check.sh format          clang-format has nothing to change
+#   tools/check.sh files           desktop entry, metainfo, manual pages and scripts are well formed
+#   tools/check.sh tidy [FILE..]   clang-tidy has nothing to say, of the engine and the command unless told
+#   tools/check.sh asan            all tests with the address and undefined-behaviour sanitizers
+#   tools/check.sh tsan            all tests with the thread sanitizer
+#   tools/check.sh fuzz SECONDS    each fuzz target for so long, from its corpus
+#   tools/check.sh coverage        how many lines of the product the tests reach; pages in build/coverage/html
+#   tools/check.sh bench           the benchmarks; results are checked before they are timed
+#   tools/check.sh tarball         a tarball that is unpacked and tried elsewhere
+#   tools/check.sh deb             the Debian packages, with their tests and lintian
+set -eu
+cd "$(dirname "$0")/.."
+
+check_files() {
+    tools/install_packages.sh tools
+    desktop-file-validate data/desktop/*.desktop
+    appstreamcli validate --no-net data/desktop/*.metainfo.xml
+    for page in data/man/*.1; do
+        warnings=$(groff -man -Tutf8 -ww "$page" 2>&1 >/dev/null)
+        [ -z "$warnings" ] || { echo "$page: $warnings" >&2; exit 1; }
+    done
+    shellcheck tools/*.sh tests/install/*.sh debian/tests/sign-and-find debian/tests/window .ci/run
+    shellcheck -s bash data/completion/vrd.bash
+    echo "Desktop entry, metainfo, manual pages and scripts are well formed."
+}
+
+check_tidy() {
+    tools/install_packages.sh tools
+    cmake --preset release >/dev/null
+    if [ $# -gt 0 ]; then printf '%s\0' "$@"; else git ls-files -z 'bx/*.cpp' 'vrd_cli/*.cpp' 'vrd_runs/*.cpp'; fi |
+        xargs -0 -P "$(nproc)" -n 4 clang-tidy -p build --quiet --warnings-as-errors='*'
+}
+
+check_fuzz() {
+    seconds=${1:?how many seconds?}
+    tools/install_packages.sh tools
+    cmake -G Ninja -S . -B build/fuzz -DCMAKE_CXX_COMPILER=clang++ -DVERIDANE_FUZZ=ON -DVERIDANE_TESTS=OFF >/dev/null
+    cmake --build build/fuzz --target fuzz_jpeg_segments write_jpeg_corpus
+    mkdir -p build/fuzz/corpus
+    build/fuzz/bin/write_jpeg_corpus build/fuzz/corpus
+    build/fuzz/bin/fuzz_jpeg_segments -max_total_time="$seconds" -print_final_stats=1 build/fuzz/corpus
+}
+
+check_coverage() {
+    tools/install_packages.sh tools
+    cmake -G Ninja -S . -B build/coverage -DCMAKE_BUILD_TYPE=Debug -DVERIDANE_BENCHMARKS=OFF \
+        -DCMAKE_CXX_FLAGS="--coverage -O1" >/dev/null
+    cmake --build build/coverage
+    find build/coverage -name '*.gcda' -delete
+    QT_QPA_PLATFORM=offscreen ctest --test-dir build/coverage -j "$(nproc)" --no-tests=error --output-on-failure
+    mkdir -p build/coverage/html
+    gcovr -r . --filter 'bx/' --filter 'vrd_' --exclude '.*autogen.*' --print-summary \
+        --html-details build/coverage/html/index.html build/coverage >build/coverage/table.txt
+    tail -3 build/coverage/table.txt
+}
+
+verb=${1:-}
+[ $# -eq 0 ] || shift
+case $verb in
+    format) tools/format.sh check ;;
+    files) check_files ;;
+    tidy) check_tidy "$@" ;;
+    asan) tools/build.sh asan && tools/test.sh asan ;;
+    tsan)
+        # The toolkit is not instrumented; what its threads hand over is annotated (vrd_gui/workers/thread_hand_over.h).
+        tools/build.sh tsan
+        TSAN_OPTIONS="ignore_noninstrumented_modules=1 halt_on_error=1" tools/test.sh tsan
+        ;;
+    fuzz) check_fuzz "$@" ;;
+    coverage) check_coverage ;;
+    bench) make bench ;;
+    tarball) tools/build_tarball.sh ;;
+    deb) tools/build_deb.sh --check ;;
+    *)
+        sed -n '2,13s/^# \{0,1\}//p' "$0" >&2
+        exit 2
+        ;;
+esac
