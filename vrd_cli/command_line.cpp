@@ -47,10 +47,17 @@ Examples:
 
 constexpr char kDetectExamples[] = R"(Prints "FILE: SIGN" or "FILE: no sign found" for each file.
 
+A LIST holds one name a line, or names that each end with NUL, as find -print0 writes them. --shard i/n takes the files
+whose names fall to part i of n, told by the bytes of each name alone: every file falls to exactly one part, whatever
+the order of the list, and stays there when files come and go. --resume passes over the files that a search which did
+not fail has already added to RESULTS, as long as their size and time are what they were.
+
 Examples:
   vrd detect photo-signed.jpg
   vrd detect --json *.jpg
-  vrd detect --deep turned-and-cut.jpg)";
+  vrd detect --deep turned-and-cut.jpg
+  find /photos -name '*.jpg' -print0 | vrd detect --files-from - --results all.jsonl --resume
+  vrd detect --files-from list.txt --shard 3/16 --results part-3.jsonl --resume)";
 
 constexpr char kInspectExamples[] =
     R"(Prints the corners, the rectangles between them, and (without --detect) those that would carry a sign, in pixels
@@ -157,7 +164,14 @@ void DescribeSign(CLI::App& command, SArguments& arguments) {
 }
 
 void DescribeDetect(CLI::App& command, SArguments& arguments) {
-    command.add_option("FILE", arguments.detect.files, "Pictures to search")->required()->type_name("");
+    SBxDetectRequest& request = arguments.detect;
+    command.add_option("FILE", request.files, "Pictures to search")->type_name("");
+    command.add_option("--files-from", request.list, "Search the files named in LIST too (- for standard input)")
+        ->type_name("LIST");
+    command.add_option("--shard", request.shard, "Search only the i-th of n parts of all files")->type_name("i/n");
+    command.add_option("--results", request.results, "Add the results to this file too, one JSON object a line")
+        ->type_name("RESULTS");
+    command.add_flag("--resume", request.resume, "Go on with the RESULTS that are there");
     AddDeep(command, arguments.detect.deep);
     AddThreads(command, arguments.detect.threads);
     AddCommon(command, arguments);

@@ -29,6 +29,10 @@ struct SBxSignRequest {
 
 struct SBxDetectRequest {
     std::vector<std::string> files;
+    std::string list;     // file with names of further files, "-" for standard input; empty: none
+    std::string shard;    // "3/16"; empty: all files
+    std::string results;  // that results are added to; empty: none
+    bool resume = false;  // go on with the results that are there
     unsigned int threads = 1;
     bool deep = false;
 };
