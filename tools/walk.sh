@@ -17,6 +17,10 @@ manager=$(command -v openbox || command -v matchbox-window-manager) || {
     echo "No window manager: install openbox or matchbox-window-manager." >&2
     exit 1
 }
+command -v xprop >/dev/null || {
+    echo "No xprop: install x11-utils." >&2
+    exit 1
+}
 XDG_RUNTIME_DIR=$(mktemp -d)
 export XDG_RUNTIME_DIR QT_QPA_PLATFORM=xcb
 screen_pid="" manager_pid=""
