@@ -1,7 +1,7 @@
 #!/bin/sh
 # Walks through the windows of the program on a screen of its own, at scale 1 and 2, in English and German, in a light
-# and a dark palette, and leaves pictures of them in FOLDER. Needs a build of the preset (release unless told), Xvfb and
-# a window manager (openbox or matchbox-window-manager).
+# and a dark palette, and leaves pictures of them in FOLDER. Needs a build of the preset (release unless told), Xvfb,
+# xprop and a window manager (openbox or matchbox-window-manager).
 #
 #   tools/walk.sh FOLDER [PRESET [SCALE [LANGUAGE-INDEX [light|dark]]]]
 set -eu
@@ -15,6 +15,10 @@ photo=${WALK_PHOTO:-data/samples/astronaut.png}
 
 manager=$(command -v openbox || command -v matchbox-window-manager) || {
     echo "No window manager: install openbox or matchbox-window-manager." >&2
+    exit 1
+}
+command -v xprop >/dev/null || {
+    echo "No xprop: install x11-utils." >&2
     exit 1
 }
 XDG_RUNTIME_DIR=$(mktemp -d)
@@ -39,6 +43,10 @@ walk() {
     export DISPLAY
     "$manager" >/dev/null 2>&1 &
     manager_pid=$!
+    # A window that is mapped before the manager has the screen may never be told that it is seen.
+    until xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q '#'; do
+        kill -0 "$manager_pid"
+    done
     QT_SCALE_FACTOR=$1 "$programs/veridane_walk" "$photo" "$folder/scale$1-language$2-$3" "$2" "$3"
     stop
     : >"$XDG_RUNTIME_DIR/display"

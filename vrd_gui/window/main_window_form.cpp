@@ -12,6 +12,7 @@ namespace {
 
 constexpr int kIconPixels = 24;
 constexpr int kZoomLetters = 7;
+constexpr int kStatusMargin = 4;
 
 QAction* MakeAction(QMainWindow& window, const char* name, const char* icon, const QList<QKeySequence>& keys = {}) {
     auto* const action = new QAction(&window);
@@ -117,6 +118,7 @@ void Ui_MainWindow::MakeToolBar(QMainWindow& window) {
 void Ui_MainWindow::MakeStatusBar(QMainWindow& window) {
     labelStatus = new CBxElidedLabel(&window);
     labelStatus->setObjectName("labelStatus");
+    labelStatus->setContentsMargins(kStatusMargin, 0, 0, 0);
     labelNote = new CBxElidedLabel(&window);
     labelNote->setObjectName("labelNote");
     labelNote->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
