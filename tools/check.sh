@@ -15,7 +15,7 @@ set -eu
 cd "$(dirname "$0")/.."
 
 check_files() {
-    tools/install_packages.sh tools
+    tools/install_packages.sh files
     desktop-file-validate data/desktop/*.desktop
     appstreamcli validate --no-net data/desktop/*.metainfo.xml
     for page in data/man/*.1; do

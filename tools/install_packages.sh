@@ -1,7 +1,7 @@
 #!/bin/sh
 # Installs the Debian packages that building, testing and running need. Does nothing, and asks for nothing, when all are
-# there already. Another list instead: "format" for the formatter, "deb" for building Debian packages, "tools" for the
-# programs that tools/check.sh uses.
+# there already. Another list instead: "format" for the formatter, "deb" for building Debian packages, "files" and "tools"
+# for what tools/check.sh uses.
 set -eu
 
 packages="g++ cmake ninja-build pkg-config
@@ -10,7 +10,8 @@ packages="g++ cmake ninja-build pkg-config
 case ${1:-} in
     format) packages="clang-format" ;;
     deb) packages="debhelper dpkg-dev fakeroot lintian" ;;
-    tools) packages="appstream clang clang-tidy desktop-file-utils gcovr groff man-db shellcheck" ;;
+    files) packages="appstream desktop-file-utils groff shellcheck" ;;
+    tools) packages="clang clang-tidy gcovr" ;;
 esac
 
 missing=""

@@ -21,7 +21,7 @@ if [[ -z $command ]]; then
     return
 fi
 
-# One specification of _arguments for each name of each option. A value with "|" lists what may be given.
+# One line for _arguments for each name of each option. A value with "|" lists what may be given.
 local -a options
 options=(${(f)"$($program $command --help 2>/dev/null | awk '
     /^Options:/ { inside = 1; next }
