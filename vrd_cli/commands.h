@@ -59,6 +59,15 @@ struct SBxPdfRequest {
     bool deep = false;
 };
 
+struct SBxSurviveRequest {
+    std::string photo;
+    std::string sign;  // empty: the one that is there, or one for the trial
+    std::string page;  // empty: none is written
+    unsigned int threads = 1;
+    bool quick = false;  // try a dozen changes only
+    bool force = false;
+};
+
 // Each reports through the console and returns the status. An interruption (stop_request.h) is reported as an error;
 // the caller turns it into the status of its signal.
 EBxExit BX_SignCommand(const SBxSignRequest& request, CBxConsole& console);
@@ -67,3 +76,4 @@ EBxExit BX_InspectCommand(const SBxInspectRequest& request, CBxConsole& console)
 EBxExit BX_BatchSignCommand(const SBxBatchRequest& request, CBxConsole& console);
 EBxExit BX_BatchDetectCommand(const SBxBatchRequest& request, CBxConsole& console);
 EBxExit BX_PdfDetectCommand(const SBxPdfRequest& request, CBxConsole& console);
+EBxExit BX_SurviveCommand(const SBxSurviveRequest& request, CBxConsole& console);

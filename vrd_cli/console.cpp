@@ -58,8 +58,8 @@ void CBxConsole::Note(const std::string& file, const std::string& text) {
     }
 }
 
-void CBxConsole::ShowCount(std::size_t done, std::size_t all) {
-    std::fprintf(stderr, "\r\33[K%zu of %zu files", done, all);
+void CBxConsole::ShowCount(std::size_t done, std::size_t all, const char* what) {
+    std::fprintf(stderr, "\r\33[K%zu of %zu %s", done, all, what);
     std::fflush(stderr);
 }
 

@@ -34,7 +34,7 @@ public:
     void Note(const std::string& file, const std::string& text);
 
     // "12 of 200 files" on standard error, where a bar would be, and away with it again.
-    void ShowCount(std::size_t done, std::size_t all);
+    void ShowCount(std::size_t done, std::size_t all, const char* what = "files");
     void WipeCount();
 
     // False when standard output took not all of it (a full disk, a closed pipe).

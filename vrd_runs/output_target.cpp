@@ -38,25 +38,8 @@ std::string FaultOfFolder(const std::string& output) {
     return std::string();
 }
 
-}  // namespace
-
-EBxPictureFormat BX_GetPictureFormat(const std::string& name) {
-    const std::string ending = LowerCaseEnding(name);
-    if (ending == "jpg" || ending == "jpeg") {
-        return EBxPictureFormat::kJpeg;
-    }
-    if (ending == "tif" || ending == "tiff") {
-        return EBxPictureFormat::kTiff;
-    }
-    return ending == "png"   ? EBxPictureFormat::kPng
-           : ending == "bmp" ? EBxPictureFormat::kBmp
-                             : EBxPictureFormat::kUnknown;
-}
-
-std::string BX_GetOutputFault(const std::string& output, const std::string& source, bool force) {
-    if (BX_GetPictureFormat(output) == EBxPictureFormat::kUnknown) {
-        return "its name must end with .jpg, .jpeg, .png, .tif, .tiff or .bmp";
-    }
+// Of any kind.
+std::string FaultOfTarget(const std::string& output, const std::string& source, bool force) {
     struct stat target = {};
     struct stat original = {};
     // Looked at without following, so that a link to nothing counts as something that is there.
@@ -77,4 +60,34 @@ std::string BX_GetOutputFault(const std::string& output, const std::string& sour
         return "it exists already; --force replaces it";
     }
     return FaultOfFolder(output);
+}
+
+}  // namespace
+
+EBxPictureFormat BX_GetPictureFormat(const std::string& name) {
+    const std::string ending = LowerCaseEnding(name);
+    if (ending == "jpg" || ending == "jpeg") {
+        return EBxPictureFormat::kJpeg;
+    }
+    if (ending == "tif" || ending == "tiff") {
+        return EBxPictureFormat::kTiff;
+    }
+    return ending == "png"   ? EBxPictureFormat::kPng
+           : ending == "bmp" ? EBxPictureFormat::kBmp
+                             : EBxPictureFormat::kUnknown;
+}
+
+std::string BX_GetOutputFault(const std::string& output, const std::string& source, bool force) {
+    if (BX_GetPictureFormat(output) == EBxPictureFormat::kUnknown) {
+        return "its name must end with .jpg, .jpeg, .png, .tif, .tiff or .bmp";
+    }
+    return FaultOfTarget(output, source, force);
+}
+
+std::string BX_GetPageFault(const std::string& page, const std::string& source, bool force) {
+    const std::string ending = LowerCaseEnding(page);
+    if (ending != "html" && ending != "htm") {
+        return "its name must end with .html or .htm";
+    }
+    return FaultOfTarget(page, source, force);
 }

@@ -1,10 +1,11 @@
 #include "picture_changes.h"
 
-#include <QBuffer>
 #include <QTransform>
 #include <algorithm>
 #include <cmath>
 #include <random>
+
+#include "image_changes.h"
 
 namespace {
 
@@ -12,56 +13,17 @@ QImage Rgb(const QImage& picture) {
     return picture.convertToFormat(QImage::Format_RGB888);
 }
 
-QImage Jpeg(const QImage& picture, int quality) {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    picture.save(&buffer, "JPG", quality);
-    return Rgb(QImage::fromData(bytes, "JPG"));
-}
-
+// By averaging areas, which a sign survives less well than the filters of programs for pictures.
 QImage Scaled(const QImage& picture, double factor) {
     return Rgb(picture.scaled(static_cast<int>(std::lround(picture.width() * factor)),
                               static_cast<int>(std::lround(picture.height() * factor)), Qt::IgnoreAspectRatio,
                               Qt::SmoothTransformation));
 }
 
-// Shares cut off each side.
-QImage Cropped(const QImage& picture, double left, double top, double right, double bottom) {
-    const int width = picture.width();
-    const int height = picture.height();
-    return picture.copy(static_cast<int>(width * left), static_cast<int>(height * top),
-                        static_cast<int>(width * (1 - left - right)), static_cast<int>(height * (1 - top - bottom)));
-}
-
-// In a frame of the old size.
-QImage Turned(const QImage& picture, double degrees) {
-    QTransform turn;
-    turn.rotate(degrees);
-    const QImage turned = picture.convertToFormat(QImage::Format_RGB32).transformed(turn, Qt::SmoothTransformation);
-    return Rgb(turned.copy((turned.width() - picture.width()) / 2, (turned.height() - picture.height()) / 2,
-                           picture.width(), picture.height()));
-}
-
 QImage TurnedByQuarters(const QImage& picture, int quarters) {
     QTransform turn;
     turn.rotate(90.0 * quarters);
     return Rgb(picture.transformed(turn));
-}
-
-// gain * 255 (v / 255) ^ exponent + offset, for each component.
-QImage Toned(const QImage& picture, double gain, double offset, double exponent) {
-    unsigned char table[256];
-    for (int value = 0; value < 256; ++value) {
-        const double toned = gain * 255.0 * std::pow(value / 255.0, exponent) + offset;
-        table[value] = static_cast<unsigned char>(std::clamp(std::lround(toned), 0L, 255L));
-    }
-    QImage result = picture.copy();
-    for (int y = 0; y < result.height(); ++y) {
-        unsigned char* row = result.scanLine(y);
-        std::transform(row, row + 3 * result.width(), row, [&table](unsigned char value) { return table[value]; });
-    }
-    return result;
 }
 
 QImage Noisy(const QImage& picture, double deviation) {
@@ -79,9 +41,9 @@ QImage Noisy(const QImage& picture, double deviation) {
 
 // As messengers send it: JPEG, at most 1280 pixels, JPEG again.
 QImage Messaged(const QImage& picture) {
-    const QImage received = Jpeg(picture, 90);
+    const QImage received = BX_SaveAsJpeg(picture, 90);
     const double factor = 1280.0 / std::max(received.width(), received.height());
-    return Jpeg(factor < 1.0 ? Scaled(received, factor) : received, 80);
+    return BX_SaveAsJpeg(factor < 1.0 ? Scaled(received, factor) : received, 80);
 }
 
 }  // namespace
@@ -89,37 +51,37 @@ QImage Messaged(const QImage& picture) {
 const std::vector<SPictureChange>& PictureChanges() {
     static const std::vector<SPictureChange> kChanges = {
         {"unchanged", [](const QImage& p) { return p; }, 1.0},
-        {"JPEG 70", [](const QImage& p) { return Jpeg(p, 70); }, 0.98},
-        {"JPEG 50", [](const QImage& p) { return Jpeg(p, 50); }, 0.90},
-        {"JPEG 30", [](const QImage& p) { return Jpeg(p, 30); }, 0.50},
+        {"JPEG 70", [](const QImage& p) { return BX_SaveAsJpeg(p, 70); }, 0.98},
+        {"JPEG 50", [](const QImage& p) { return BX_SaveAsJpeg(p, 50); }, 0.90},
+        {"JPEG 30", [](const QImage& p) { return BX_SaveAsJpeg(p, 30); }, 0.50},
         {"scaled 50 %", [](const QImage& p) { return Scaled(p, 0.5); }, 0.95},
         {"scaled 33 %", [](const QImage& p) { return Scaled(p, 0.33); }, 0.60},
         {"scaled 25 %", [](const QImage& p) { return Scaled(p, 0.25); }, 0.30},
         {"scaled 150 %", [](const QImage& p) { return Scaled(p, 1.5); }, 0.95},
         {"scaled 200 %", [](const QImage& p) { return Scaled(p, 2.0); }, 0.95},
-        {"cropped by 10 %", [](const QImage& p) { return Cropped(p, 0.06, 0.06, 0.04, 0.04); }, 0.90},
-        {"cropped to half", [](const QImage& p) { return Cropped(p, 0.25, 0.25, 0.25, 0.25); }, 0.60},
-        {"turned by 1", [](const QImage& p) { return Turned(p, 1.0); }, 0.95},
-        {"turned by 3", [](const QImage& p) { return Turned(p, 3.0); }, 0.95},
-        {"turned by 10", [](const QImage& p) { return Turned(p, 10.0); }, 0.60},
+        {"cropped by 10 %", [](const QImage& p) { return BX_CropImage(p, 0.06, 0.06, 0.04, 0.04); }, 0.90},
+        {"cropped to half", [](const QImage& p) { return BX_CropImage(p, 0.25, 0.25, 0.25, 0.25); }, 0.60},
+        {"turned by 1", [](const QImage& p) { return BX_TurnImage(p, 1.0); }, 0.95},
+        {"turned by 3", [](const QImage& p) { return BX_TurnImage(p, 3.0); }, 0.95},
+        {"turned by 10", [](const QImage& p) { return BX_TurnImage(p, 10.0); }, 0.60},
         {"turned by 90", [](const QImage& p) { return TurnedByQuarters(p, 1); }, 0.95},
         {"turned by 180", [](const QImage& p) { return TurnedByQuarters(p, 2); }, 0.95},
         {"turned by 270", [](const QImage& p) { return TurnedByQuarters(p, 3); }, 0.95},
         {"mirrored", [](const QImage& p) { return p.mirrored(true, false); }, 0.90},
-        {"brightness x 0.8", [](const QImage& p) { return Toned(p, 0.8, 0.0, 1.0); }, 0.90},
-        {"brightness x 1.25", [](const QImage& p) { return Toned(p, 1.25, 0.0, 1.0); }, 0.90},
-        {"contrast x 0.8", [](const QImage& p) { return Toned(p, 0.8, 25.6, 1.0); }, 0.90},
-        {"contrast x 1.25", [](const QImage& p) { return Toned(p, 1.25, -32.0, 1.0); }, 0.90},
-        {"gamma 0.8", [](const QImage& p) { return Toned(p, 1.0, 0.0, 0.8); }, 0.90},
-        {"gamma 1.25", [](const QImage& p) { return Toned(p, 1.0, 0.0, 1.25); }, 0.90},
-        {"offset 10", [](const QImage& p) { return Toned(p, 1.0, 10.0, 1.0); }, 0.90},
+        {"brightness x 0.8", [](const QImage& p) { return BX_ToneImage(p, 0.8, 0.0, 1.0); }, 0.90},
+        {"brightness x 1.25", [](const QImage& p) { return BX_ToneImage(p, 1.25, 0.0, 1.0); }, 0.90},
+        {"contrast x 0.8", [](const QImage& p) { return BX_ToneImage(p, 0.8, 25.6, 1.0); }, 0.90},
+        {"contrast x 1.25", [](const QImage& p) { return BX_ToneImage(p, 1.25, -32.0, 1.0); }, 0.90},
+        {"gamma 0.8", [](const QImage& p) { return BX_ToneImage(p, 1.0, 0.0, 0.8); }, 0.90},
+        {"gamma 1.25", [](const QImage& p) { return BX_ToneImage(p, 1.0, 0.0, 1.25); }, 0.90},
+        {"offset 10", [](const QImage& p) { return BX_ToneImage(p, 1.0, 10.0, 1.0); }, 0.90},
         {"noise 3", [](const QImage& p) { return Noisy(p, 3.0); }, 1.0},
         {"noise 10", [](const QImage& p) { return Noisy(p, 10.0); }, 0.80},
         {"messenger", [](const QImage& p) { return Messaged(p); }, 0.85},
         {"cropped by 5 %, brightness x 1.1",
-         [](const QImage& p) { return Toned(Cropped(p, 0.03, 0.03, 0.02, 0.02), 1.1, 0.0, 1.0); }, 0.85},
-        {"turned by 1, scaled 75 %", [](const QImage& p) { return Scaled(Turned(p, 1.0), 0.75); }, 0.85},
-        {"scaled 150 %, JPEG 70", [](const QImage& p) { return Jpeg(Scaled(p, 1.5), 70); }, 0.85},
+         [](const QImage& p) { return BX_ToneImage(BX_CropImage(p, 0.03, 0.03, 0.02, 0.02), 1.1, 0.0, 1.0); }, 0.85},
+        {"turned by 1, scaled 75 %", [](const QImage& p) { return Scaled(BX_TurnImage(p, 1.0), 0.75); }, 0.85},
+        {"scaled 150 %, JPEG 70", [](const QImage& p) { return BX_SaveAsJpeg(Scaled(p, 1.5), 70); }, 0.85},
     };
     return kChanges;
 }
