@@ -21,7 +21,9 @@ constexpr std::size_t kSlice = 8;
 constexpr float kClearComb = 0.16f;
 constexpr double kLowestRest = 0.9;  // of the gain that a guess leaves
 constexpr double kHighestRest = 1.12;
-constexpr double kLargePicture = 6e6;  // pixels; fewer guesses are made for larger ones
+constexpr double kFarthestZoom = 1.06;  // of corners that are not looked for anew
+constexpr double kLargePicture =
+    6e6;  // pixels; fewer guesses are made for larger ones, with the corners that are known
 
 struct SGuess {
     SBxTone tone;
@@ -40,7 +42,7 @@ struct SPutBack {
     CBxGridPool pool;
     CBxBlueSums sums;
 
-    unsigned char Make(CBxDeepRun& run, const SBxTone& tone) {
+    unsigned char Make(CBxDeepRun& run, const SBxTone& tone, bool withCorners) {
         if (picture.AllocateLike(run.m_Picture) != kBxSuccess) {
             return kBxOutOfMemory;
         }
@@ -57,14 +59,20 @@ struct SPutBack {
                 to[x] = table[from[x]];
             }
         }
+        if (!sums.Prepare(picture.Pic())) {
+            return kBxOutOfMemory;
+        }
+        return withCorners ? CollectCorners(run) : static_cast<unsigned char>(kBxSuccess);
+    }
+
+private:
+    unsigned char CollectCorners(CBxDeepRun& run) {
         CBxSearchPicture shared;
         if (!shared.Prepare(picture.Pic())) {
             return kBxOutOfMemory;
         }
         const unsigned char result = run.AddCorners(archive, shared, kAsSigned);
-        return result != kBxSuccess                                   ? result
-               : sums.Prepare(picture.Pic()) && pool.Collect(archive) ? static_cast<unsigned char>(kBxSuccess)
-                                                                      : static_cast<unsigned char>(kBxOutOfMemory);
+        return result == kBxSuccess && !pool.Collect(archive) ? static_cast<unsigned char>(kBxOutOfMemory) : result;
     }
 };
 
@@ -89,23 +97,25 @@ void ReadGrid(CBxDeepRun& run, const SPutBack& putBack, const SBxTone& guess, co
     }
 }
 
-unsigned char SearchGuess(CBxDeepRun& run, const SBxTone& guess) {
+unsigned char SearchGuess(CBxDeepRun& run, const SBxTone& guess, bool withCorners) {
     const std::unique_ptr<SPutBack> putBack(new (std::nothrow) SPutBack);
     const unsigned char made =
-        putBack != nullptr ? putBack->Make(run, guess) : static_cast<unsigned char>(kBxOutOfMemory);
+        putBack != nullptr ? putBack->Make(run, guess, withCorners) : static_cast<unsigned char>(kBxOutOfMemory);
     if (made != kBxSuccess) {
         return made;
     }
     ReadGrid(run, *putBack, guess, run.TrialOfWholePicture(kAsSigned));
+    const CBxGridPool& pool = withCorners ? putBack->pool : run.m_Pool;
     auto slice = [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
-            if (putBack->pool[i].ranks < kWeakestAnchor) {
-                ReadGrid(run, *putBack, guess, BX_TrialOfPair(putBack->pool[i]));
+            const double zoom = pool[i].zoom;
+            if (pool[i].ranks < kWeakestAnchor && zoom < kFarthestZoom && zoom > 1.0 / kFarthestZoom) {
+                ReadGrid(run, *putBack, guess, BX_TrialOfPair(pool[i]));
             }
         }
         return !run.Ended();
     };
-    BX_RunSlices(putBack->pool.Count(), kSlice, run.m_uiThreads, slice);
+    BX_RunSlices(pool.Count(), kSlice, run.m_uiThreads, slice);
     return kBxSuccess;
 }
 
@@ -118,7 +128,7 @@ unsigned char BX_SearchBentTones(CBxDeepRun& run) {
             break;
         }
         if (pixels < kLargePicture || guess.forLargeToo) {
-            const unsigned char result = SearchGuess(run, guess.tone);
+            const unsigned char result = SearchGuess(run, guess.tone, pixels < kLargePicture);
             if (result == kBxOutOfMemory) {
                 return result;
             }
