@@ -169,7 +169,9 @@ QByteArray DrawPicture(const SBxPicBuf& picture, const std::vector<CBxRect<int>>
             BX_MapRectangle({static_cast<double>(carrier.left), static_cast<double>(carrier.top),
                              static_cast<double>(carrier.right), static_cast<double>(carrier.bottom)},
                             full, size);
-        const QRectF drawn(frame.left, frame.top, frame.Width(), frame.Height());
+        // Its whole width stays inside the picture.
+        const QRectF drawn = QRectF(frame.left, frame.top, frame.Width(), frame.Height())
+                                 .intersected(QRectF(image->rect()).adjusted(2, 2, -2, -2));
         painter.setPen(QPen(Qt::black, 4));
         painter.drawRect(drawn);
         painter.setPen(QPen(Qt::yellow, 2));
