@@ -77,6 +77,10 @@ void Try(SBxTrialOutcome& outcome, const QImage& picture, const std::string& sig
     outcome.isCertain = search.code == kBxSuccess && (!search.isDeep || search.deep.m_bCertain);
 }
 
+const char* NoMemory() {
+    return CBxLocalization::Translate("there is not enough memory");
+}
+
 bool Fail(SBxSurvivalOutcome& outcome, const std::string& reason) {
     outcome.reason = reason;
     return false;
@@ -101,7 +105,7 @@ bool Sign(SBxSurvivalOutcome& outcome, SBxPicBuf& picture, const std::string& na
     }
     outcome.sign = wanted.empty() ? kTrialSign : wanted;
     if (static_cast<std::int64_t>(picture.m_iWidth) * picture.m_iHeight > kMostPixelsSigned) {
-        return Fail(outcome, "only pictures of up to 40 megapixels can be signed");
+        return Fail(outcome, CBxLocalization::Translate("only pictures of up to 40 megapixels can be signed"));
     }
     char text[kMostSignCharacters + 1] = "";
     outcome.sign.copy(text, kMostSignCharacters);
@@ -109,10 +113,12 @@ bool Sign(SBxSurvivalOutcome& outcome, SBxPicBuf& picture, const std::string& na
                                      ? found.code
                                      : CBxSignOp::InsertTextIntoPicture(run, &picture, text);
     outcome.wasCancelled = context.progress.IsCancelled();
+    if (outcome.wasCancelled) {
+        return Fail(outcome, "interrupted");
+    }
     if (result != kBxSuccess) {
-        return Fail(outcome, outcome.wasCancelled       ? "interrupted"
-                             : result == kBxOutOfMemory ? "there is not enough memory"
-                                                        : "the sign could not be inserted");
+        return Fail(outcome, result == kBxOutOfMemory ? NoMemory()
+                                                      : CBxLocalization::Translate("the sign could not be inserted"));
     }
     outcome.carriers.assign(run.m_siRect, run.m_siRect + run.m_uiRectCount);
     return true;
@@ -140,22 +146,22 @@ std::vector<SBxTrial> BX_GetTrials(bool quick) {
 }
 
 std::string BX_DescribeTrial(const SBxTrial& trial) {
-    char text[100] = "";
+    char amount[40] = "";
     switch (trial.kind) {
         case EBxTrialKind::Grid:
-            std::snprintf(text, sizeof(text), "JPEG %d, scale %.0f %%", trial.quality, trial.amount);
-            break;
+            std::snprintf(amount, sizeof(amount), " %.0f %%", trial.amount);
+            return "JPEG " + std::to_string(trial.quality) + ", " + CBxLocalization::Translate("scale") + amount;
         case EBxTrialKind::Crop:
-            std::snprintf(text, sizeof(text), "cut by %.0f %%", trial.amount);
-            break;
+            std::snprintf(amount, sizeof(amount), " %.0f %%", trial.amount);
+            return CBxLocalization::Translate("cut by") + std::string(amount);
         case EBxTrialKind::Brightness:
-            std::snprintf(text, sizeof(text), "brightness x %.1f", trial.amount);
-            break;
+            std::snprintf(amount, sizeof(amount), " %.1f", trial.amount);
+            return CBxLocalization::Translate("brightness x") + std::string(amount);
         case EBxTrialKind::Turn:
-            std::snprintf(text, sizeof(text), "turned by %.1f degrees", trial.amount);
-            break;
+            std::snprintf(amount, sizeof(amount), " %.1f\u00b0", trial.amount);
+            return CBxLocalization::Translate("turned by") + std::string(amount);
     }
-    return text;
+    return std::string();
 }
 
 std::size_t SBxSurvivalOutcome::Count(EBxSurvival survival) const {
@@ -175,7 +181,7 @@ SBxSurvivalOutcome BX_RunSurvival(const SBxRunContext& context, SBxPicBuf& pictu
     }
     const std::unique_ptr<QImage> image(CBxConvertPicture::GetQImageFromPicBuf(&picture));
     if (image == nullptr) {
-        Fail(outcome, "there is not enough memory");
+        Fail(outcome, NoMemory());
         return outcome;
     }
     BX_RunFiles<SBxTrialOutcome>(

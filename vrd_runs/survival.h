@@ -26,7 +26,7 @@ inline constexpr int kQualityOfOthers = 90;
 // 45 %, cuts, brightness, turns: about a hundred. `quick` is about a dozen of them.
 std::vector<SBxTrial> BX_GetTrials(bool quick);
 
-// "JPEG 75, scale 60 %", "cut by 5 %", "brightness x 0.8", "turned by 1 degree".
+// "JPEG 75, scale 60 %", "cut by 5 %", "brightness x 0.8", "turned by 1.0°", in the user's language.
 std::string BX_DescribeTrial(const SBxTrial& trial);
 
 enum class EBxSurvival {
@@ -48,7 +48,7 @@ struct SBxTrialOutcome : SBxFileOutcome {
 struct SBxSurvivalOutcome {
     bool hasFailed = true;
     bool wasCancelled = false;
-    std::string reason;                  // of the failure
+    std::string reason;                  // of the failure, in the user's language
     bool wasSigned = false;              // before; then that sign was tried and the picture is as it was
     std::string sign;                    // that was tried
     std::vector<CBxRect<int>> carriers;  // in pixels of the picture; of a picture signed before the one that was read

@@ -26,12 +26,12 @@ struct SLook {
 };
 
 constexpr SLook kLooks[] = {
-    {EBxSurvival::Ordinary, '#', "&#9679;", "#4caf50", "read"},
-    {EBxSurvival::Deep, '+', "+", "#aed581", "read only by searching harder"},
-    {EBxSurvival::Uncertain, '?', "?", "#ffe082", "read only by searching harder, and not for certain"},
-    {EBxSurvival::Lost, '.', "&ndash;", "#ef9a9a", "lost"},
-    {EBxSurvival::OtherText, 'x', "&times;", "#ce93d8", "another text is read"},
-    {EBxSurvival::Failed, '!', "!", "#bdbdbd", "could not be tried"},
+    {EBxSurvival::Ordinary, '#', "&#9679;", "#4caf50", BX_MarkText("read")},
+    {EBxSurvival::Deep, '+', "+", "#aed581", BX_MarkText("read only by searching harder")},
+    {EBxSurvival::Uncertain, '?', "?", "#ffe082", BX_MarkText("read only by searching harder, and not for certain")},
+    {EBxSurvival::Lost, '.', "&ndash;", "#ef9a9a", BX_MarkText("lost")},
+    {EBxSurvival::OtherText, 'x', "&times;", "#ce93d8", BX_MarkText("another text is read")},
+    {EBxSurvival::Failed, '!', "!", "#bdbdbd", BX_MarkText("could not be tried")},
 };
 
 const SLook& LookOf(EBxSurvival survival) {
@@ -117,8 +117,8 @@ std::string Grid(const SBxSurvivalOutcome& outcome) {
         }
         rows += Cell(*trial);
     }
-    return Heading("JPEG quality and scale") + kTable + "<tr>" + HeaderCell("") + header + "</tr>\n" + rows +
-           "</tr>\n</table>\n";
+    return Heading(BX_MarkText("JPEG quality and scale")) + kTable + "<tr>" + HeaderCell("") + header + "</tr>\n" +
+           rows + "</tr>\n</table>\n";
 }
 
 std::string Row(const SBxSurvivalOutcome& outcome, EBxTrialKind kind, const char* title, const char* unit,
@@ -169,7 +169,9 @@ QByteArray DrawPicture(const SBxPicBuf& picture, const std::vector<CBxRect<int>>
             BX_MapRectangle({static_cast<double>(carrier.left), static_cast<double>(carrier.top),
                              static_cast<double>(carrier.right), static_cast<double>(carrier.bottom)},
                             full, size);
-        const QRectF drawn(frame.left, frame.top, frame.Width(), frame.Height());
+        // Its whole width stays inside the picture.
+        const QRectF drawn = QRectF(frame.left, frame.top, frame.Width(), frame.Height())
+                                 .intersected(QRectF(image->rect()).adjusted(2, 2, -2, -2));
         painter.setPen(QPen(Qt::black, 4));
         painter.drawRect(drawn);
         painter.setPen(QPen(Qt::yellow, 2));
@@ -199,18 +201,19 @@ std::string BX_MakeSurvivalPage(const SBxSurvivalOutcome& outcome, const SBxPicB
     if (jpeg.isEmpty()) {
         return std::string();
     }
-    const std::string title = Translated("What the sign survives");
+    const std::string title = Translated(BX_MarkText("What the sign survives"));
     const std::string shown = Escaped(BX_PrintableName(name));
     return "<!DOCTYPE html>\n<html>\n<head>\n<meta charset=\"utf-8\">\n<title>" + title + ": " + shown +
-           "</title>\n<style>\n" + kStyle + "</style>\n</head>\n<body>\n<h1>" + title + "</h1>\n<p><b>" + shown +
-           "</b>, " + std::to_string(picture.m_iWidth) + " &times; " + std::to_string(picture.m_iHeight) + ", " +
-           Translated("sign:") + " <b>" + Escaped(BX_PrintableName(outcome.sign)) +
-           "</b></p>\n<p><img src=\"data:image/jpeg;base64," + jpeg.toBase64().toStdString() + "\" alt=\"\"></p>\n<p>" +
-           Translated(
+           "</title>\n<style>\n" + kStyle + "</style>\n</head>\n<body bgcolor=\"#ffffff\" text=\"#202020\">\n<h1>" +
+           title + "</h1>\n<p><b>" + shown + "</b>, " + std::to_string(picture.m_iWidth) + " &times; " +
+           std::to_string(picture.m_iHeight) + ", " + Translated(BX_MarkText("sign:")) + " <b>" +
+           Escaped(BX_PrintableName(outcome.sign)) + "</b></p>\n<p><img src=\"data:image/jpeg;base64," +
+           jpeg.toBase64().toStdString() + "\" alt=\"\"></p>\n<p>" +
+           Translated(BX_MarkText(
                "The frames show where the sign is. Each cell of the tables is a copy that was changed, saved and "
-               "searched.") +
+               "searched.")) +
            "</p>\n" + Legend(outcome) + Grid(outcome) +
-           Row(outcome, EBxTrialKind::Crop, "Cut off, of width and height", " %", 0) +
-           Row(outcome, EBxTrialKind::Brightness, "Brightness, times", "", 1) +
-           Row(outcome, EBxTrialKind::Turn, "Turned, in degrees", "&deg;", 1) + "</body>\n</html>\n";
+           Row(outcome, EBxTrialKind::Crop, BX_MarkText("Cut off, of width and height"), " %", 0) +
+           Row(outcome, EBxTrialKind::Brightness, BX_MarkText("Brightness, times"), "", 1) +
+           Row(outcome, EBxTrialKind::Turn, BX_MarkText("Turned, in degrees"), "&deg;", 1) + "</body>\n</html>\n";
 }

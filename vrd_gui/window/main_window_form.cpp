@@ -58,6 +58,7 @@ void Ui_MainWindow::MakeActions(QMainWindow& window) {
     actionOriginalSize = MakeAction(window, "actionOriginalSize", "ORIGINAL_SIZE", {Qt::CTRL | Qt::Key_1});
     actionSign = MakeAction(window, "actionSign", "SIGN", {Qt::CTRL | Qt::Key_I});
     actionDetect = MakeAction(window, "actionDetect", "DETECT", {Qt::CTRL | Qt::Key_D});
+    actionSurvive = MakeAction(window, "actionSurvive", "DETECT");
     actionBatchSign = MakeAction(window, "actionBatchSign", "BATCH_SIGN");
     actionBatchDetect = MakeAction(window, "actionBatchDetect", "BATCH_DETECT");
     actionPdfDetect = MakeAction(window, "actionPdfDetect", "PDF_DETECT");
@@ -80,7 +81,7 @@ void Ui_MainWindow::MakeMenus(QMainWindow& window) {
     m_pViewMenu = window.menuBar()->addMenu(QString());
     m_pViewMenu->addActions({actionZoomIn, actionZoomOut, actionFit, actionOriginalSize});
     m_pSignMenu = window.menuBar()->addMenu(QString());
-    m_pSignMenu->addActions({actionSign, actionDetect});
+    m_pSignMenu->addActions({actionSign, actionDetect, actionSurvive});
     m_pSignMenu->addSeparator();
     m_pSignMenu->addActions({actionBatchSign, actionBatchDetect, actionPdfDetect});
     m_pHelpMenu = window.menuBar()->addMenu(QString());
@@ -148,6 +149,8 @@ void Ui_MainWindow::retranslateUi() {
              BX_Text("Shows each pixel of the picture as one pixel of the screen"));
     SetTexts(actionSign, BX_Text("&Sign Picture..."), BX_Text("Hides your sign in the picture"));
     SetTexts(actionDetect, BX_Text("&Detect Sign"), BX_Text("Looks for a sign in the picture"));
+    SetTexts(actionSurvive, BX_Text("&How Well Does It Survive..."),
+             BX_Text("Tries what a sign in the picture survives"));
     SetTexts(actionBatchSign, BX_Text("Sign &Folder..."), BX_Text("Hides your sign in all pictures of a folder"));
     SetTexts(actionBatchDetect, BX_Text("Detect in F&older..."),
              BX_Text("Looks for signs in all pictures of a folder"));
@@ -161,7 +164,7 @@ void Ui_MainWindow::retranslateUi() {
 
 void Ui_MainWindow::EnablePictureActions(bool hasPicture) {
     for (QAction* action : {actionSave, actionReload, actionClose, actionZoomIn, actionZoomOut, actionFit,
-                            actionOriginalSize, actionSign, actionDetect}) {
+                            actionOriginalSize, actionSign, actionDetect, actionSurvive}) {
         action->setEnabled(hasPicture);
     }
     comboZoom->setEnabled(hasPicture);

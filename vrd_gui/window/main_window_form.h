@@ -37,6 +37,7 @@ public:
     QAction* actionOriginalSize = nullptr;
     QAction* actionSign = nullptr;
     QAction* actionDetect = nullptr;
+    QAction* actionSurvive = nullptr;
     QAction* actionBatchSign = nullptr;
     QAction* actionBatchDetect = nullptr;
     QAction* actionPdfDetect = nullptr;

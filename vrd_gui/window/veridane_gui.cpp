@@ -45,7 +45,8 @@ CBxVeridaneGui::CBxVeridaneGui(QWidget* parent, SBxVRDConfig* config)
       m_DetectThread(this),
       m_BatchSignThread(this),
       m_BatchDetectThread(this),
-      m_PDFDetectThread(this) {
+      m_PDFDetectThread(this),
+      m_SurviveThread(this) {
     BX_Require(config != nullptr);
     m_Form.setupUi(*this);
     RetranslateUi();
@@ -60,13 +61,14 @@ CBxVeridaneGui::CBxVeridaneGui(QWidget* parent, SBxVRDConfig* config)
     connect(&m_BatchSignThread, SIGNAL(finished()), this, SLOT(OnBatchSignFinished()));
     connect(&m_BatchDetectThread, SIGNAL(finished()), this, SLOT(OnBatchDetectFinished()));
     connect(&m_PDFDetectThread, SIGNAL(finished()), this, SLOT(OnPDFDetectFinished()));
+    connect(&m_SurviveThread, SIGNAL(finished()), this, SLOT(OnSurviveFinished()));
 }
 
 CBxVeridaneGui::~CBxVeridaneGui() {
     OnDetectCanceled();
     m_BatchProgress.Cancel();
-    QThread* const threads[] = {&m_SignThread,      &m_DetectThread,      &m_SaveThread,
-                                &m_BatchSignThread, &m_BatchDetectThread, &m_PDFDetectThread};
+    QThread* const threads[] = {&m_SignThread,        &m_DetectThread,    &m_SaveThread,   &m_BatchSignThread,
+                                &m_BatchDetectThread, &m_PDFDetectThread, &m_SurviveThread};
     for (QThread* thread : threads) {
         thread->disconnect();
         while (!thread->wait(kPollMilliseconds)) {
@@ -90,6 +92,7 @@ void CBxVeridaneGui::ConnectActions() {
     on(m_Form.actionOriginalSize, &CBxVeridaneGui::OnOriginalSize);
     on(m_Form.actionSign, &CBxVeridaneGui::OnSignImage);
     on(m_Form.actionDetect, &CBxVeridaneGui::OnDetectSign);
+    on(m_Form.actionSurvive, &CBxVeridaneGui::OnSurvive);
     on(m_Form.actionBatchSign, &CBxVeridaneGui::OnBatchSign);
     on(m_Form.actionBatchDetect, &CBxVeridaneGui::OnBatchDetect);
     on(m_Form.actionPdfDetect, &CBxVeridaneGui::OnPDFDetect);

@@ -15,6 +15,7 @@
 #include "remaining_time.h"
 #include "run_progress.h"
 #include "single_runs.h"
+#include "survive_thread.h"
 #include "vrd_config.h"
 
 // Belongs to the thread of the application. One worker runs at a time, behind a modal progress dialog; meanwhile the
@@ -42,6 +43,9 @@ public:
 
     // Ends the program now, asking nothing: stops what runs, and remembers what is to be remembered.
     void EndNow();
+
+    // Tries which of these changes a sign in the open picture survives.
+    void StartSurvival(const std::vector<SBxTrial>& trials);
 
     // For the workers.
     SBxPicBuf& CurrentPicture() { return m_Open.picture.Pic(); }
@@ -87,6 +91,11 @@ public slots:
     void OnBatchSignFinished();
     void OnBatchDetectFinished();
     void OnPDFDetectFinished();
+
+    // ---- what a sign survives (survive_action.cpp) ----
+    void OnSurvive();
+    void OnSurviveCanceled();
+    void OnSurviveFinished();
 
     // ---- the rest (info_actions.cpp) ----
     void OnAppSettings();
@@ -167,4 +176,5 @@ private:
     CBxBatchSignThread m_BatchSignThread;
     CBxBatchDetectThread m_BatchDetectThread;
     CBxPDFDetectThread m_PDFDetectThread;
+    CBxSurviveThread m_SurviveThread;
 };
