@@ -11,7 +11,7 @@ case ${1:-} in
     format) packages="clang-format" ;;
     deb) packages="debhelper dpkg-dev fakeroot lintian" ;;
     files) packages="appstream desktop-file-utils groff shellcheck" ;;
-    tools) packages="clang clang-tidy gcovr" ;;
+    tools) packages="clang clang-tidy gcovr libclang-rt-14-dev" ;;
 esac
 
 missing=""
