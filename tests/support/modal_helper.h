@@ -54,7 +54,9 @@ public:
     }
 
     // All acts are done.
-    bool Done() const { return m_Acts.empty(); }
+    bool Done() const {
+        return m_Acts.empty();
+    }
 
 private:
     struct SAct {
