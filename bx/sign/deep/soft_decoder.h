@@ -33,6 +33,9 @@ double BX_BitsOfAgreement(double agreement);
 // reach `leastAgreement` may end early, with an empty text.
 SBxSoftReading BX_DecodeSoft(const float* soft, double leastAgreement);
 
+// The length of the soft values as a vector.
+double BX_LengthOfSoft(const float* soft);
+
 // The agreement of one text with the cells.
 double BX_AgreementOfText(const float* soft, const char* text);
 // The same for the 256 cell bits of a text.

@@ -1,0 +1,140 @@
+// What the words and the check equations of a sign come to think of its data bits (belief propagation).
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "sign_code.h"
+
+// One value for each word; added and compared side by side, four at a time.
+struct SLanes {
+    typedef float CFour __attribute__((vector_size(4 * sizeof(float))));
+    CFour fours[kCodeWords / 4];
+
+    float& operator[](int word) { return reinterpret_cast<float*>(fours)[word]; }
+    // Both become their sum and their difference.
+    void Butterfly(SLanes& other) {
+        for (int i = 0; i < kCodeWords / 4; ++i) {
+            const CFour difference = fours[i] - other.fours[i];
+            fours[i] += other.fours[i];
+            other.fours[i] = difference;
+        }
+    }
+    void Raise(const SLanes& other) {
+        for (int i = 0; i < kCodeWords / 4; ++i) {
+            fours[i] = fours[i] < other.fours[i] ? other.fours[i] : fours[i];
+        }
+    }
+};
+
+// From the soft values of 256 cells; beliefs are above 0 for a 0.
+class CBxBeliefMessages {
+public:
+    explicit CBxBeliefMessages(const float* soft) : m_Code(BX_GetSignCode()), m_Members(m_Code.members) {
+        for (int bit = 0; bit < kCodeWords * kWordBits; ++bit) {
+            m_Received[bit] = kSureness * soft[m_Code.cellOfFrameBit[bit]];
+        }
+        std::fill(m_FromEquations, m_FromEquations + kBlockBits, 0.0f);
+        std::fill(m_FromEquations + kBlockBits, m_FromEquations + kStreamBits, kKnown);
+    }
+
+    void Exchange() {
+        for (int round = 0; round < kRounds; ++round) {
+            WeighWords();
+            if (round + 1 < kRounds) {
+                WeighEquations();
+            }
+        }
+    }
+
+    float Belief(int dataBit) const { return m_FromWords[dataBit] + m_FromEquations[dataBit]; }
+
+private:
+    static constexpr int kRounds = 4;         // of messages
+    static constexpr float kSureness = 3.0f;  // log-likelihood ratio of a cell with soft value 1
+    static constexpr float kDamping = 0.75f;  // maxima instead of sums overrate what they pass on
+    static constexpr float kKnown = 30.0f;    // of a bit that is always 0
+
+    // For each data bit: the best word with a 0 there against the best with a 1, without what the equations said of it.
+    // All 16 words side by side. The weight of a text is the sum of its word's bits, each with the sign of the bit; bit
+    // i of the word of text x is the parity of x & place(i), so the weights are a Walsh-Hadamard transform.
+    void WeighWords() {
+        SLanes weights[kWordTexts] = {};
+        for (int bit = 0; bit < kWordBits; ++bit) {
+            const int data = bit - (kWordBits - kWordData);
+            SLanes& place = weights[m_Code.placeOfWordBit[bit]];
+            for (int word = 0; word < kCodeWords; ++word) {
+                const float told = data >= 0 ? m_FromEquations[word * kWordData + data] : 0.0f;
+                place[word] += 0.5f * (m_Received[word * kWordBits + bit] + told);
+            }
+        }
+        for (int step = 1; step < kWordTexts; step *= 2) {
+            for (int block = 0; block < kWordTexts; block += 2 * step) {
+                for (int text = block; text < block + step; ++text) {
+                    weights[text].Butterfly(weights[text + step]);
+                }
+            }
+        }
+        for (int data = 0; data < kWordData; ++data) {
+            const int step = 1 << data;
+            SLanes zero = weights[0];
+            SLanes one = weights[step];
+            for (int block = 0; block < kWordTexts; block += 2 * step) {
+                for (int text = block; text < block + step; ++text) {
+                    zero.Raise(weights[text]);
+                    one.Raise(weights[text + step]);
+                }
+            }
+            for (int word = 0; word < kCodeWords; ++word) {
+                const int bit = word * kWordData + data;
+                m_FromWords[bit] = zero[word] - one[word] - m_FromEquations[bit];
+            }
+        }
+    }
+
+    // An equation tells each of its bits what the others make it, as surely as the least sure of them is.
+    void WeighEquations() {
+        float total[kBlockBits] = {};
+        for (int check = 0; check < kCheckBits; ++check) {
+            const int start = m_Code.equationStart[check];
+            const int end = m_Code.equationStart[check + 1];
+            float smallest = 1e30f;
+            float second = 1e30f;
+            int smallestAt = start;
+            bool isOdd = false;
+            for (int i = start; i < end; ++i) {
+                const float belief = Heard(i);
+                const float size = std::fabs(belief);
+                isOdd ^= belief < 0.0f;
+                if (size < smallest) {
+                    second = smallest;
+                    smallest = size;
+                    smallestAt = i;
+                } else if (size < second) {
+                    second = size;
+                }
+            }
+            for (int i = start; i < end; ++i) {
+                const bool others = isOdd ^ (Heard(i) < 0.0f);
+                const float size = kDamping * (i == smallestAt ? second : smallest);
+                m_Next[i] = others ? -size : size;
+            }
+        }
+        for (int i = 0; i < m_Code.equationStart[kCheckBits]; ++i) {
+            m_Members[i].message = m_Next[i];
+            total[m_Members[i].bit] += m_Next[i];
+        }
+        std::copy(total, total + kBlockBits, m_FromEquations);
+    }
+
+    // What a member brings to its equation: its belief without what that equation told it.
+    float Heard(int member) const { return Belief(m_Members[member].bit) - m_Members[member].message; }
+
+    const SBxSignCode& m_Code;
+    std::array<SBxEquationMember, 4 * kBlockBits> m_Members;
+    float m_Next[4 * kBlockBits] = {};
+    float m_Received[kCodeWords * kWordBits];
+    float m_FromEquations[kStreamBits];
+    float m_FromWords[kStreamBits] = {};
+};
