@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <QImage>
+
 #include "vrd_fixture.h"
 
 using testing::HasSubstr;
@@ -12,18 +14,21 @@ class VrdSurvive : public CVrdTest {};
 
 TEST_F(VrdSurvive, ShowsATableAndWritesThePageOnlyWhereNothingIs) {
     const std::string page = m_Folder / "page.html";
-    const std::string before = ReadBytes(Signed());
-    const SProgramRun run = RunVrd({"survive", "--quick", Signed(), "--html", page});
+    const std::string photo = m_Folder / "small.png";
+    const QImage piece = QImage(VERIDANE_SAMPLES "/coffee.png").copy(60, 20, 220, 200);
+    ASSERT_TRUE(piece.save(QString::fromStdString(photo)));
+    const std::string before = ReadBytes(photo);
+    const SProgramRun run = RunVrd({"survive", "--quick", photo, "-s", kSign, "--html", page});
     ASSERT_EQ(run.status, 0) << run.err << run.out;
-    EXPECT_THAT(run.out, HasSubstr(std::string("tried with ") + kSign + ", which it was signed with before\n"));
+    EXPECT_THAT(run.out, HasSubstr(std::string("tried with ") + kSign + " in "));
     EXPECT_THAT(run.out, HasSubstr("        \x20 100 %   70 %   50 %\nJPEG 90       #"));
     EXPECT_THAT(run.out, HasSubstr("JPEG 50       "));
     EXPECT_THAT(run.out, HasSubstr("of 13 copies read by the ordinary search"));
-    EXPECT_EQ(ReadBytes(Signed()), before);
-    EXPECT_THAT(ReadBytes(page), HasSubstr("signed.jpg"));
+    EXPECT_EQ(ReadBytes(photo), before);
+    EXPECT_THAT(ReadBytes(page), HasSubstr("small.png"));
 
     WriteBytes(page, "mine");
-    const SProgramRun again = RunVrd({"survive", "--quick", Signed(), "--html", page});
+    const SProgramRun again = RunVrd({"survive", "--quick", photo, "--html", page});
     EXPECT_EQ(again.status, 2);
     EXPECT_THAT(again.err, HasSubstr("it exists already; --force replaces it"));
     EXPECT_EQ(ReadBytes(page), "mine");
