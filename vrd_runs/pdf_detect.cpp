@@ -69,7 +69,7 @@ private:
         LogToApplication("Extracting images...");
         m_Context.progress.SetTexts(CBxLocalization::Translate("Processing..."),
                                     CBxLocalization::Translate("Extracting images..."));
-        m_Pictures = BX_ExtractPdfPictures(m_strDocument, m_Context.bundleFolder, m_RunFolder.Path(),
+        m_Pictures = BX_ExtractPdfPictures(m_strDocument, m_Context.toolFolder, m_RunFolder.Path(),
                                            [this] { return m_Context.progress.IsCancelled(); });
         if (m_Pictures.hasFailed) {
             m_Outcome.reason = m_Pictures.reason;
