@@ -48,11 +48,6 @@ std::string TemporaryFolder() {
     return BX_GetTmpDirectory(folder, sizeof(folder)) == 0 ? folder + std::string("/Veridane_Temp/") : std::string();
 }
 
-std::string BundleFolder() {
-    char folder[kBxPathBytes] = "";
-    return BX_GetBundleFolder(folder, sizeof(folder)) ? folder : "";
-}
-
 void ReportFailure(const SBxFileOutcome& file, const CBxJson& record, CBxConsole& console) {
     console.Error(file.file, file.isCancelled ? "interrupted" : file.reason, record);
 }
@@ -219,7 +214,7 @@ EBxExit BX_PdfDetectCommand(const SBxPdfRequest& request, CBxConsole& console) {
     const SBxRunContext context = {progress,
                                    static_cast<int>(request.threads),
                                    90,
-                                   BundleFolder(),
+                                   BX_GetToolFolder(),
                                    TemporaryFolder(),
                                    nullptr,
                                    DepthOf(request.deep)};

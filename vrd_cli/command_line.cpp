@@ -212,8 +212,8 @@ void DescribeBatchSign(CLI::App& command, SArguments& arguments) {
     command.add_option("FOLDER", request.folder, "The folder; its files are not changed")->required()->type_name("");
     command.add_option("-s,--sign", request.sign, "The sign")->required()->type_name("SIGN");
     command.add_option("-q,--quality", request.quality, "Quality that JPEG files are tried with first")
-        ->type_name("1..100")
-        ->check(CLI::Range(1, 100).description(""))
+        ->type_name("0..100")
+        ->check(CLI::Range(0, 100).description(""))
         ->capture_default_str();
     AddThreads(command, request.threads);
     AddCommon(command, arguments);

@@ -48,7 +48,7 @@ struct SBxInspectRequest {
 struct SBxBatchRequest {
     std::string folder;
     std::string sign;  // of a batch that signs
-    int quality = 90;  // that JPEG files are tried with first
+    int quality = 95;  // that JPEG files are tried with first, 0 to 100; as the window without settings
     unsigned int threads = 1;
     bool deep = false;  // of a batch that detects
 };

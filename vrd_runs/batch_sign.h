@@ -29,8 +29,9 @@ using CBxSignedFileReport = std::function<void(const SBxSignedFile& file)>;
 
 // Signs the files of `folder` into <folder>/signed/ under their names, and writes batch_sign.log there. A JPEG whose
 // sign does not survive is written with rising quality, beginning with that of the context, and at last as NAME.bmp.
-// What earlier runs have written is replaced file by file, each in one step. Every written file was read back and gave
-// the sign; a picture that cannot carry it is not written.
+// What earlier runs have written is replaced file by file, each in one step; where this run writes NAME and an earlier
+// one wrote NAME.bmp, or the other way round, the older file goes once the new one is there, if it carries a sign.
+// Every written file was read back and gave the sign; a picture that cannot carry it is not written.
 //
 // `report` is called for each file, in the order of the listing, on the calling thread; it may be empty. Fails when the
 // folder cannot be listed, when another run works in it, and when signed/ or the log cannot be written, be it only in

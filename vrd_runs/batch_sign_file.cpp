@@ -48,9 +48,13 @@ public:
         }
         const std::string output = m_Batch.outputFolder + m_strName;
         const bool isWritten = EndsWithJpg(m_strName) ? WriteJpeg(output) : WriteWhole(output);
-        if (isWritten) {
-            m_File.end = EBxSignedEnd::kSigned;
-            m_File.reason.clear();
+        if (!isWritten) {
+            return;
+        }
+        m_File.end = EBxSignedEnd::kSigned;
+        m_File.reason.clear();
+        if (EndsWithJpg(m_strName)) {
+            RemoveOlderResult(m_File.quality >= 0 ? FreeBitmapName() : output);
         }
     }
 
@@ -241,6 +245,36 @@ private:
             fault = errno;
         }
         return fault == 0 || Fail("Cannot write the " + output, std::strerror(fault));
+    }
+
+    // A JPEG photograph becomes a JPEG or a bitmap; what an earlier run has made of it the other way goes.
+    void RemoveOlderResult(const std::string& path) {
+        struct stat facts = {};
+        if (::lstat(path.c_str(), &facts) != 0) {
+            return;
+        }
+        const bool isRemoved = S_ISREG(facts.st_mode) && ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0 &&
+                               !IsNameOfAnotherFile(BX_GetNameOfFile(path)) && IsResultOfThisFile(path) &&
+                               ::unlink(path.c_str()) == 0;
+        m_File.log.Info((isRemoved ? "An older result was removed: " : "An older result stays: ") + path);
+    }
+
+    // Whatever the case of the letters, which some file systems do not tell apart.
+    bool IsNameOfAnotherFile(const std::string& name) const {
+        return std::any_of(m_Batch.allFiles.begin(), m_Batch.allFiles.end(), [&](const std::string& other) {
+            return other != m_strName && ::strcasecmp(other.c_str(), name.c_str()) == 0;
+        });
+    }
+
+    // Whether a file is as large a picture as this one and carries a sign, be it another than that of this run.
+    bool IsResultOfThisFile(const std::string& path) {
+        SBxFileReport report;
+        SBxPicBuf* read = nullptr;
+        const int result = CBxConvertPicture::ReadInputFile(read, path.c_str(), report);
+        const CBxPicBufHolder picture(read);
+        return result == kBxSuccess && picture->m_iWidth == m_Picture->m_iWidth &&
+               picture->m_iHeight == m_Picture->m_iHeight &&
+               BX_CheckPicture(m_Run, *picture, m_uiThreads).code == kBxSuccess;
     }
 
     EAttempt TellWhatIsMissing(const SBxFileReport& report) {

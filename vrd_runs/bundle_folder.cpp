@@ -39,8 +39,8 @@ bool IsFolder(const std::string& path) {
     return ::stat(path.c_str(), &facts) == 0 && S_ISDIR(facts.st_mode);
 }
 
-std::string FindBundle() {
-    const std::string program = FolderOfProgram();
+// `program` is the folder of the program, and so below.
+std::string FindInstalledBundle(const std::string& program) {
     if (program.empty()) {
         return std::string();
     }
@@ -48,6 +48,14 @@ std::string FindBundle() {
         if (IsFolder(candidate)) {
             return candidate;
         }
+    }
+    return std::string();
+}
+
+std::string FindBundle(const std::string& program) {
+    const std::string installed = FindInstalledBundle(program);
+    if (program.empty() || !installed.empty()) {
+        return installed;
     }
     const std::string working = WorkingFolder();
     const bool isOurs = !working.empty() && program.compare(0, working.size(), working) == 0;
@@ -60,8 +68,12 @@ bool BX_GetBundleFolder(char* dst, unsigned int size) {
     if (dst == nullptr || size == 0) {
         return false;
     }
-    const std::string folder = FindBundle();
+    const std::string folder = FindBundle(FolderOfProgram());
     const bool fits = !folder.empty() && folder.size() < size;
     std::snprintf(dst, size, "%s", fits ? folder.c_str() : "");
     return fits;
+}
+
+std::string BX_GetToolFolder() {
+    return FindInstalledBundle(FolderOfProgram());
 }

@@ -16,6 +16,8 @@
 
 namespace {
 
+constexpr char kCancelledLine[] = "PDF detection was cancelled by user.";
+
 // One run on one document.
 class CBxPdfSearch {
 public:
@@ -69,7 +71,7 @@ private:
         LogToApplication("Extracting images...");
         m_Context.progress.SetTexts(CBxLocalization::Translate("Processing..."),
                                     CBxLocalization::Translate("Extracting images..."));
-        m_Pictures = BX_ExtractPdfPictures(m_strDocument, m_Context.bundleFolder, m_RunFolder.Path(),
+        m_Pictures = BX_ExtractPdfPictures(m_strDocument, m_Context.toolFolder, m_RunFolder.Path(),
                                            [this] { return m_Context.progress.IsCancelled(); });
         if (m_Pictures.hasFailed) {
             m_Outcome.reason = m_Pictures.reason;
@@ -77,6 +79,9 @@ private:
         }
         m_Outcome.wasCancelled = m_Pictures.isCancelled || m_Context.progress.IsCancelled();
         m_Outcome.hasFailed = false;
+        if (m_Outcome.wasCancelled) {
+            LogToApplication(kCancelledLine);
+        }
         return !m_Outcome.wasCancelled;
     }
 
@@ -174,9 +179,9 @@ private:
     void Finish() {
         m_Outcome.wasCancelled |= m_Outcome.processed < m_Outcome.total;
         if (m_Outcome.wasCancelled) {
-            m_Log.Info("PDF detection was cancelled by user.");
+            m_Log.Info(kCancelledLine);
         }
-        LogToApplication(m_Outcome.wasCancelled ? "PDF detection was cancelled by user." : "PDF detection succeeded.");
+        LogToApplication(m_Outcome.wasCancelled ? kCancelledLine : "PDF detection succeeded.");
         m_Log.Close();
         if (!m_Log.IsWhole()) {
             m_Outcome.logFault = CBxLocalization::Translate("the log could not be written to the end");

@@ -90,10 +90,10 @@ SBxPdfPictures Fail(SBxPdfPictures pictures, const std::string& reason, const st
 
 }  // namespace
 
-SBxPdfPictures BX_ExtractPdfPictures(const std::string& document, const std::string& bundleFolder,
+SBxPdfPictures BX_ExtractPdfPictures(const std::string& document, const std::string& toolFolder,
                                      const std::string& folder, const std::function<bool()>& cancelled) {
     SBxPdfPictures pictures;
-    const std::string program = bundleFolder + kTool;
+    const std::string program = toolFolder + kTool;
     const SBxChildResult child = BX_RunChild(program, {document, folder + kRoot}, cancelled);
     pictures.messages = child.output;
     if (child.end == EBxChildEnd::kNotStarted) {

@@ -15,8 +15,8 @@ struct SBxPdfPictures {
     std::vector<std::string> passedOver;  // paths of pictures of two colours, which cannot carry a sign
 };
 
-// Runs the tool `pdfimages` of the bundle folder on the document, which has an absolute path. The pictures are written
+// Runs the tool `pdfimages` of the tool folder on the document, which has an absolute path. The pictures are written
 // into `folder`; both folders end with "/". It fails too when the pictures are not whole because the disk is full,
 // which the tool does not tell. Ends soon after `cancelled` is true.
-SBxPdfPictures BX_ExtractPdfPictures(const std::string& document, const std::string& bundleFolder,
+SBxPdfPictures BX_ExtractPdfPictures(const std::string& document, const std::string& toolFolder,
                                      const std::string& folder, const std::function<bool()>& cancelled);

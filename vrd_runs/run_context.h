@@ -12,9 +12,9 @@
 // The run reads it; it belongs to the caller and lives longer than the run.
 struct SBxRunContext {
     CBxRunProgress& progress;
-    int threads = 1;           // as the settings have it: 0 counts as 1, more than 12 as 12
-    int quality = 90;          // of JPEG files, 0 to 100
-    std::string bundleFolder;  // these two end with "/"
+    int threads = 1;         // as the settings have it: 0 counts as 1, more than 12 as 12
+    int quality = 90;        // of JPEG files, 0 to 100
+    std::string toolFolder;  // of BX_GetToolFolder; these two end with "/"
     std::string temporaryFolder;
     CBxLogger* applicationLog = nullptr;              // null: none
     EBxSearchDepth depth = EBxSearchDepth::Ordinary;  // of runs that detect

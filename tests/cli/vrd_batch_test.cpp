@@ -126,6 +126,38 @@ TEST_F(VrdBatch, DocumentsAreSearched) {
     EXPECT_EQ(damaged.out, "");
 }
 
+TEST_F(VrdBatch, NoToolOfTheWorkingFolderIsRun) {
+    WriteDocument("signed.pdf", true);
+    // A program below the working folder reads its data there, and still runs nothing from it.
+    std::filesystem::create_directories(m_Folder / "bin");
+    std::filesystem::create_directories(m_Folder / "Veridane.app");
+    std::filesystem::copy(VERIDANE_BIN "/vrd", m_Folder / "bin/vrd");
+    WriteBytes(m_Folder / "Veridane.app/pdfimages", "#!/bin/sh\n: > " + m_Folder / "was_run" + "\n");
+    std::filesystem::permissions(m_Folder / "Veridane.app/pdfimages", std::filesystem::perms::owner_all);
+    const std::vector<std::string> words = {m_Folder / "bin/vrd", "pdf-detect", "signed.pdf"};
+    const SProgramRun refused = RunProgram(words, m_Folder.Path());
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_THAT(refused.err, HasSubstr("cannot start pdfimages"));
+    EXPECT_FALSE(std::filesystem::exists(m_Folder / "was_run"));
+
+    std::filesystem::rename(m_Folder / "Veridane.app", m_Folder / "bin/Veridane.app");
+    RunProgram(words, m_Folder.Path());
+    EXPECT_TRUE(std::filesystem::exists(m_Folder / "was_run")) << "beside the program it is";
+}
+
+TEST_F(VrdBatch, TheQualityBeginsWhereTheOptionSays) {
+    const QImage photo(QString::fromStdString(Photo()));
+    ASSERT_TRUE(photo.save(QString::fromStdString(m_Folder / "a.jpg"), nullptr, 100));
+    const std::string line = "a.jpg with JPEG quality=";
+    EXPECT_EQ(RunVrd({"batch-sign", m_Folder.Path(), "-s", kSign}).status, 0);
+    EXPECT_THAT(ReadBytes(m_Folder / "signed/batch_sign.log"), HasSubstr(line + "95\n"));
+    EXPECT_EQ(RunVrd({"batch-sign", m_Folder.Path(), "-s", kSign, "-q", "0"}).status, 0);
+    EXPECT_THAT(ReadBytes(m_Folder / "signed/batch_sign.log"), HasSubstr(line + "0\n"));
+    for (const char* quality : {"-1", "101"}) {
+        EXPECT_EQ(RunVrd({"batch-sign", m_Folder.Path(), "-s", kSign, "-q", quality}).status, 2) << quality;
+    }
+}
+
 TEST_F(VrdBatch, ASignalEndsItWithoutLitter) {
     CBxOwnedPic large = MakeTexturedPicture(900, 900, 3);
     for (const char* name : {"a.png", "b.png", "c.png", "d.png"}) {

@@ -106,6 +106,59 @@ TEST_F(BatchSign, FallsBackToABitmapUnderANameThatNobodyElseHas) {
     EXPECT_EQ(SignIn(m_Folder / "signed/photo.jpg.bmp.bmp"), kSign);
 }
 
+TEST_F(BatchSign, LeavesNoOlderResultOfTheOtherFormatBehind) {
+    WritePiece("photo.jpg", pieces::kNeedsFullQuality);
+    const std::string jpeg = m_Folder / "signed/photo.jpg";
+    const std::string bitmap = m_Folder / "signed/photo.jpg.bmp";
+    ASSERT_EQ(Run(1, 100).signedFiles, 1u);
+    QImage signedPicture(QString::fromStdString(jpeg));
+    // As if the run had fallen back to a bitmap.
+    WritePiece("photo.jpg", pieces::kNeedsFullQuality);
+    ASSERT_TRUE(signedPicture.save(QString::fromStdString(bitmap)));
+    ASSERT_EQ(SignIn(bitmap), kSign);
+    std::filesystem::remove(jpeg);
+    ASSERT_EQ(Run(1, 100).signedFiles, 1u);
+    EXPECT_THAT(NamesIn(m_Folder / "signed"), ElementsAre("batch_sign.log", "photo.jpg"));
+    EXPECT_EQ(SignIn(jpeg), kSign);
+    EXPECT_THAT(LinesOf(Log()), Contains("INFO | An older result was removed: " + bitmap));
+}
+
+TEST_F(BatchSign, AJpegResultGoesWhenABitmapTakesItsPlace) {
+    WritePiece("photo.jpg", pieces::kNeedsBitmap);
+    const std::string jpeg = m_Folder / "signed/photo.jpg";
+    const std::string bitmap = m_Folder / "signed/photo.jpg.bmp";
+    ASSERT_EQ(Run(1, 100).signedFiles, 1u);
+    // Told by its bytes, not by its ending; no JPEG of this piece would carry the sign.
+    std::filesystem::copy(bitmap, jpeg);
+    ASSERT_EQ(Run(1, 100).signedFiles, 1u);
+    EXPECT_THAT(NamesIn(m_Folder / "signed"), ElementsAre("batch_sign.log", "photo.jpg.bmp"));
+    EXPECT_EQ(SignIn(bitmap), kSign);
+    EXPECT_THAT(LinesOf(Log()), Contains("INFO | An older result was removed: " + jpeg));
+}
+
+TEST_F(BatchSign, WhatIsNoResultOfTheFileStays) {
+    WritePiece("photo.jpg", pieces::kGood);
+    const std::string bitmap = m_Folder / "signed/photo.jpg.bmp";
+    const auto expectItStays = [&](const char* what) {
+        EXPECT_EQ(Run().signedFiles, 1u) << what;
+        EXPECT_TRUE(std::filesystem::is_symlink(bitmap) || std::filesystem::exists(bitmap)) << what;
+        EXPECT_THAT(LinesOf(Log()), Contains("INFO | An older result stays: " + bitmap)) << what;
+        std::filesystem::remove(bitmap);
+    };
+    std::filesystem::create_directory(m_Folder / "signed");
+    WriteBytes(bitmap, "no picture");
+    expectItStays("no picture");
+    ASSERT_TRUE(Piece(pieces::kGood).save(QString::fromStdString(bitmap)));
+    expectItStays("a picture without a sign");
+    const QImage result(QString::fromStdString(m_Folder / "signed/photo.jpg"));
+    ASSERT_TRUE(result.copy(0, 0, 219, 200).save(QString::fromStdString(bitmap)));
+    expectItStays("a picture of another size");
+    ASSERT_TRUE(result.save(QString::fromStdString(m_Temporary / "signed.bmp")));
+    std::filesystem::create_symlink(m_Temporary / "signed.bmp", bitmap);
+    expectItStays("a link");
+    EXPECT_EQ(SignIn(m_Temporary / "signed.bmp"), kSign);
+}
+
 TEST_F(BatchSign, WritesNothingThatDoesNotCarryTheSign) {
     WritePiece("photo.png", pieces::kCarriesNothing);
     WritePiece("other.jpg", pieces::kCarriesNothing);

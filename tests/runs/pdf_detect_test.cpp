@@ -172,8 +172,16 @@ TEST_F(PdfDetect, ACancelDuringTheExtractionEndsSoonAndLeavesNoLog) {
         EXPECT_EQ(progress->View().total, 0u);
         progress->Cancel();
     });
-    const SBxPdfDetectOutcome outcome = Run("none.pdf");
+    CBxLogger log;
+    log.OpenNewLog((m_Temporary / "app.log").c_str(), false, true);
+    SBxRunContext context = Context();
+    context.applicationLog = &log;
+    const SBxPdfDetectOutcome outcome = BX_RunPdfDetect(context, m_Folder / "none.pdf", {});
     user.join();
+    log.CloseLog();
+    EXPECT_EQ(BX_GetDetail(outcome), "The run was cancelled.");
+    EXPECT_THAT(LinesOf(m_Temporary / "app.log"), Contains("INFO | PDF detection was cancelled by user."));
+    EXPECT_TRUE(NamesIn(m_Temporary / "work").empty());
     EXPECT_TRUE(outcome.wasCancelled);
     EXPECT_FALSE(outcome.hasFailed);
     EXPECT_EQ(outcome.logPath, "");

@@ -1,17 +1,23 @@
 #include "batch_threads.h"
 
+#include <algorithm>
+#include <cstdint>
+
+#include "bundle_folder.h"
 #include "thread_hand_over.h"
 #include "veridane_gui.h"
 
 namespace {
+
+constexpr std::int32_t kBestQuality = 100;
 
 SBxRunContext ContextOf(CBxVeridaneGui& window, bool isHarder = false) {
     const SBxVRDConfig& config = window.Config();
     const EBxSearchDepth depth = isHarder ? EBxSearchDepth::Deep : EBxSearchDepth::Ordinary;
     return {window.BatchProgress(),
             config.m_iMaxThreads,
-            config.m_iCompression,
-            config.m_szBundleFolder,
+            std::clamp(config.m_iCompression, 0, kBestQuality),
+            BX_GetToolFolder(),
             config.m_szTemporaryFolder,
             CBxVeridaneGui::GetLogger(),
             depth};
