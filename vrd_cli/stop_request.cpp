@@ -17,7 +17,7 @@ void RememberSignal(int number) {
 }  // namespace
 
 void BX_CatchStopSignals() {
-    for (const int number : {SIGINT, SIGTERM}) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction old = {};
         if (::sigaction(number, nullptr, &old) == 0 && old.sa_handler == SIG_IGN) {
             continue;

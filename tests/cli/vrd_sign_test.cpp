@@ -134,7 +134,7 @@ TEST_F(VrdSign, AnInterruptionStopsItAndLeavesNothing) {
     CTemporaryFolder photos;
     const std::string photo = photos / "large.bmp";
     ASSERT_EQ(CBxConvertPicture::WriteOutputFile(&large.Pic(), photo.c_str(), -1, nullptr), 0);
-    for (const int signal : {SIGINT, SIGTERM}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         const SProgramRun run = InterruptProgram(
             {VERIDANE_BIN "/vrd", "sign", photo, "-s", kSign, "-o", m_Folder / "out.png", "-t", "1"}, "%", signal);
         EXPECT_EQ(run.status, 128 + signal) << run.out;

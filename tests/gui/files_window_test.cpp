@@ -8,13 +8,17 @@
 #include <QMimeData>
 #include <QSlider>
 #include <QUrl>
+#include <atomic>
 #include <filesystem>
 
 #include "convert_picture.h"
+#include "gui_text.h"
 #include "metadata_fixtures.h"
 #include "picture_orientation.h"
 #include "picture_search.h"
 #include "save_names.h"
+#include "single_runs.h"
+#include "start_up.h"
 #include "window_fixture.h"
 
 namespace {
@@ -79,12 +83,14 @@ TEST_F(FilesWindow, ShowsATurnedPhotographUprightAndSavesItAsItIs) {
 
 TEST_F(FilesWindow, NamesAFileThatCannotBeReadAndKeepsThePicture) {
     Open(MakePhoto("photo.png"));
-    WriteBytes(m_Folder / "<b>broken.jpg", "no picture");
+    std::filesystem::create_directory(m_Folder / "deeper");
+    WriteBytes(m_Folder / "deeper/<b>broken.jpg", "no picture");
     Answer(QMessageBox::Ok);
-    EXPECT_FALSE(Window().OpenPicture(QString::fromStdString(m_Folder / "<b>broken.jpg")));
+    EXPECT_FALSE(Window().OpenPicture(QString::fromStdString(m_Folder / "deeper/<b>broken.jpg")));
     EXPECT_EQ(m_LastMessage, "This file cannot be read:");
     EXPECT_THAT(m_LastDetails, testing::HasSubstr("<b>broken.jpg\n\n"));
     EXPECT_EQ(Title(), "Veridane -photo.png");
+    EXPECT_EQ(m_Config.m_szLatestFolder, m_Folder / "deeper");
 }
 
 TEST_F(FilesWindow, SavesASignedPictureInEveryFormat) {
@@ -194,6 +200,46 @@ TEST_F(FilesWindow, ASaveThatFailsTellsTheReasonAndKeepsTheMark) {
     EXPECT_EQ(Title(), "Veridane -photo.png - SIGNED");
 }
 
+TEST_F(FilesWindow, ACancelledSaveLeavesTheFileOfEveryKind) {
+    Open(MakePhoto("photo.png"));
+    const std::atomic<bool> isCancelled{true};
+    SBxSignRun run;
+    for (const char* sign : {"", kSign}) {
+        for (const char* name : {"a.jpg", "a.bmp", "a.tif", "a.png"}) {
+            WriteBytes(m_Folder / name, "precious");
+            SBxSaveRequest request;
+            request.picture = &Window().CurrentPicture();
+            request.path = m_Folder / name;
+            request.sign = sign;
+            EXPECT_EQ(BX_SavePicture(run, request, isCancelled).end, EBxSaveEnd::kCancelled) << name;
+            EXPECT_EQ(ReadBytes(m_Folder / name), "precious") << name;
+        }
+    }
+    EXPECT_EQ(m_Folder.Count(), 5);
+}
+
+// Reasons and warnings come in English, and the details of other libraries stay so.
+TEST_F(FilesWindow, TellsReasonsAndWarningsInTheUsersLanguage) {
+    m_Config.m_iLangIndex = 1;
+    BX_StartLocalization(m_Config, false);
+    const std::string photo = ReadBytes(MakePhoto("photo.jpg"));
+    WriteBytes(m_Folder / "short.jpg", photo.substr(0, photo.size() / 2));
+    Open(m_Folder / "short.jpg");
+    const std::string note = Note();
+    ChooseFile(m_Folder / "missing/a.png");
+    Answer(QMessageBox::Ok);
+    m_User.On<QFileDialog>([](QFileDialog& dialog) { dialog.reject(); });
+    Window().OnSaveImage();
+    const std::string folder = BX_Text("its folder cannot be used").toStdString();
+    const std::string cutOff = BX_Text("the file is cut off; what is missing is shown grey").toStdString();
+    const std::string damaged = BX_Text("the file may be damaged or cut off").toStdString();
+    CBxLocalization::Free();
+    EXPECT_NE(folder, "its folder cannot be used");
+    EXPECT_THAT(m_LastDetails, testing::HasSubstr(folder + ": "));
+    EXPECT_NE(cutOff, "the file is cut off; what is missing is shown grey");
+    EXPECT_THAT(note, testing::AnyOf(testing::StartsWith(cutOff), testing::StartsWith(damaged)));
+}
+
 TEST_F(FilesWindow, AFullDiskIsToldAndLeavesNothingBehind) {
     Open(MakePhoto("photo.png"));
     SignThePicture();
@@ -235,11 +281,31 @@ TEST_F(FilesWindow, AsksBeforeASignedPictureIsGivenUp) {
     EXPECT_TRUE(Window().close());
 }
 
-TEST(SaveNames, EndWithAKnownEndingOnlyWhenTheyHaveNone) {
-    EXPECT_EQ(BX_GetCompletedPath("/a.b/photo", 0), "/a.b/photo.jpg");
-    EXPECT_EQ(BX_GetCompletedPath("/a/photo.", 3), "/a/photo..png");
-    EXPECT_EQ(BX_GetCompletedPath("/a/2024.05.31", 2), "/a/2024.05.31.tif");
-    EXPECT_EQ(BX_GetCompletedPath("/a/photo.JPeG", 3), "/a/photo.JPeG");
-    EXPECT_EQ(BX_GetCompletedPath("/a/photo.gif", 3), "/a/photo.gif");
+TEST(SaveNames, GetTheEndingOfTheKindUnlessTheyEndAsPicturesDo) {
+    const struct {
+        const char* chosen;
+        std::size_t kind;
+        const char* completed;
+    } cases[] = {{"/a.b/photo", 0, "/a.b/photo.jpg"},       {"/a/photo.", 3, "/a/photo..png"},
+                 {"/a/2024.05.31", 2, "/a/2024.05.31.tif"}, {"/a/photo.v2", 0, "/a/photo.v2.jpg"},
+                 {"/a/photo.JPeG", 3, "/a/photo.JPeG"},     {"/a/photo.gif", 3, "/a/photo.gif"},
+                 {"/a/photo.WebP", 3, "/a/photo.WebP"},     {"/a/.jpg", 3, "/a/.jpg.png"}};
+    for (const auto& one : cases) {
+        EXPECT_EQ(BX_GetCompletedPath(one.chosen, "/a/other", one.kind), one.completed);
+    }
     EXPECT_EQ(BX_GetProposedPath("/a/", "/b/photo.x.jpg", true), "/a/photo.x-signed");
+}
+
+// What is left of the name when its ending is gone may look like an ending.
+TEST(SaveNames, ThatWereProposedGetTheEndingOfTheKind) {
+    EXPECT_EQ(BX_GetCompletedPath("/b/photo.jpg", "/a/photo.jpg", 1), "/b/photo.jpg.bmp");
+    EXPECT_EQ(BX_GetCompletedPath("/b/photo.gif", "/a/photo.gif", 0), "/b/photo.gif.jpg");
+}
+
+TEST_F(FilesWindow, SavesUnderTheNameOfAVersionInTheKindOfTheFile) {
+    Open(MakePhoto("photo.v2.bmp"));
+    std::filesystem::create_directory(m_Folder / "deeper");
+    ChooseFile("deeper/photo.v2");
+    RunToItsEnd([this] { Window().OnSaveImage(); });
+    EXPECT_EQ(ReadBytes(m_Folder / "deeper/photo.v2.bmp").substr(0, 2), "BM");
 }

@@ -148,7 +148,7 @@ TEST(Program, TwoAtATimeAreNoCrash) {
     ASSERT_TRUE(second.WaitForLog(home, "GUI started.", 2));
     EXPECT_EQ(first.End(SIGINT), 0);
     EXPECT_THAT(SettingsOf(home), testing::HasSubstr(kMarkerSet));
-    EXPECT_EQ(second.End(SIGTERM), 0);
+    EXPECT_EQ(second.End(SIGHUP), 0);
     EXPECT_THAT(SettingsOf(home), testing::HasSubstr(kMarkerClear));
     EXPECT_THAT(SettingsOf(home), testing::HasSubstr("data/samples"));
 }

@@ -68,6 +68,29 @@ TEST_F(ViewWindow, TakesAZoomFromTheListAndFromTyping) {
     EXPECT_DOUBLE_EQ(Zoom(), 9.99);
 }
 
+// 99.7% is shown as 100%.
+TEST_F(ViewWindow, TakesAnEntryOfTheListExactlyAndLeavesARoundedZoomThatNobodyChose) {
+    Open(MakePhoto("photo.png"));
+    auto* const combo = Window().findChild<QComboBox*>("comboZoom");
+    const auto zoomTo = [this](double zoom) {
+        Window().findChild<CBxImageArea*>()->ChangeGeometry(
+            [zoom](SBxViewGeometry& geometry) { geometry.SetZoom(zoom, geometry.Centre()); });
+    };
+    Window().OnComboActivated(3);
+    zoomTo(0.997);
+    ASSERT_EQ(combo->currentText(), "100%");
+    Window().activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&Window()));
+    combo->setFocus();
+    ASSERT_TRUE(combo->lineEdit()->hasFocus() || combo->hasFocus());
+    Window().findChild<CBxScrollArea*>()->setFocus();
+    EXPECT_DOUBLE_EQ(Zoom(), 0.997);
+    QTest::keyClick(combo->lineEdit(), Qt::Key_Return);
+    EXPECT_DOUBLE_EQ(Zoom(), 0.997);
+    Window().OnComboActivated(0);
+    EXPECT_DOUBLE_EQ(Zoom(), 1.0);
+}
+
 TEST_F(ViewWindow, TheWheelZoomsAboutThePointerInAnyFraction) {
     Open(MakePhoto("photo.png"));
     auto& view = *Window().findChild<CBxImageArea*>();

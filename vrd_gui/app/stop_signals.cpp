@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::array<int, 2> kSignals{SIGTERM, SIGINT};
+constexpr std::array<int, 3> kSignals{SIGTERM, SIGINT, SIGHUP};
 
 // Read end and write end. The handler only writes a byte.
 int g_stopPipe[2] = {-1, -1};

@@ -6,7 +6,8 @@
 #include <functional>
 #include <memory>
 
-// SIGTERM and SIGINT, unless they are ignored. One object at a time; with its end the signals do what they did before.
+// SIGTERM, SIGINT and SIGHUP, unless they are ignored. One object at a time; with its end the signals do what they did
+// before.
 class CBxStopSignals : public QObject {
     Q_OBJECT
 

@@ -37,11 +37,11 @@ void CBxVeridaneGui::OnOpenFile() {
 
 bool CBxVeridaneGui::OpenPicture(const QString& path) {
     const QString absolute = QFileInfo(path).absoluteFilePath();
-    if (IsRunning() || !MayGiveUpPicture() || !ReadPicture(absolute)) {
+    if (IsRunning()) {
         return false;
     }
     SetLatestFolder(absolute);
-    return true;
+    return MayGiveUpPicture() && ReadPicture(absolute);
 }
 
 void CBxVeridaneGui::OnReloadImage() {
@@ -85,7 +85,7 @@ bool CBxVeridaneGui::ReadPicture(const QString& path) {
     const bool isTransparent = read.extras.isTransparent;
     TakePicture(std::move(read));
     if (report.HasWarning()) {
-        SetNote(QString::fromUtf8(report.m_szWarning));
+        SetNote(BX_ReasonText(report.m_szWarning));
     } else if (isTransparent) {
         SetNote(BX_Text("Transparent places are shown and saved white."));
     }

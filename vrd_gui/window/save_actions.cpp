@@ -53,7 +53,7 @@ QString CBxVeridaneGui::AskForTarget() {
         if (chosen.isEmpty()) {
             return QString();
         }
-        const QString completed = BX_GetCompletedPath(chosen, BX_GetSaveKindOfFilter(filter));
+        const QString completed = BX_GetCompletedPath(chosen, proposal, BX_GetSaveKindOfFilter(filter));
         if (!IsTargetGood(completed)) {
             continue;
         }
@@ -72,7 +72,8 @@ bool CBxVeridaneGui::IsTargetGood(const QString& path) {
     if (BX_GetPictureFormat(path.toStdString()) == EBxPictureFormat::kUnknown) {
         reason = BX_Text("Its name must end with .jpg, .jpeg, .png, .tif, .tiff or .bmp.");
     } else {
-        reason = QString::fromStdString(BX_GetOutputFault(path.toStdString(), std::string(), true));
+        const std::string fault = BX_GetOutputFault(path.toStdString(), std::string(), true);
+        reason = fault.empty() ? QString() : BX_ReasonText(fault.c_str());
     }
     if (!reason.isEmpty()) {
         BX_ShowFileFault(this, BX_Text("This file cannot be written:"), path, reason);

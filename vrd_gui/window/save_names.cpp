@@ -9,18 +9,21 @@
 
 namespace {
 
-constexpr qsizetype kMostEndingLetters = 4;
+// Endings of pictures that cannot be written, in lower case. Whoever types one means it.
+constexpr std::array<const char*, 24> kOtherEndings{"gif", "webp", "heic", "heif", "avif", "jfif", "jpe", "jp2",
+                                                    "j2k", "jxl",  "tga",  "psd",  "xcf",  "svg",  "pdf", "ico",
+                                                    "ppm", "pgm",  "pnm",  "pbm",  "dng",  "cr2",  "nef", "arw"};
 
 QString NameOf(const QString& path) {
     return path.section('/', -1);
 }
 
-bool HasEnding(const QString& path) {
-    const QString name = NameOf(path);
+bool HasPictureEnding(const QString& name) {
     const qsizetype dot = name.lastIndexOf('.');
-    const QString ending = name.mid(dot + 1);
-    return dot > 0 && !ending.isEmpty() && ending.size() <= kMostEndingLetters && ending.front().isLetter() &&
-           std::all_of(ending.begin(), ending.end(), [](QChar letter) { return letter.isLetterOrNumber(); });
+    const QString ending = name.mid(dot + 1).toLower();
+    return dot > 0 && (BX_GetPictureFormat(name.toStdString()) != EBxPictureFormat::kUnknown ||
+                       std::any_of(kOtherEndings.begin(), kOtherEndings.end(),
+                                   [&ending](const char* other) { return ending == QLatin1String(other); }));
 }
 
 }  // namespace
@@ -75,6 +78,7 @@ QString BX_GetProposedPath(const QString& folder, const QString& path, bool isSi
     return start + "/" + name + (isSigned ? "-signed" : "");
 }
 
-QString BX_GetCompletedPath(const QString& chosen, std::size_t kind) {
-    return HasEnding(chosen) ? chosen : chosen + kSaveKinds[kind].ending;
+QString BX_GetCompletedPath(const QString& chosen, const QString& proposal, std::size_t kind) {
+    const QString name = NameOf(chosen);
+    return name != NameOf(proposal) && HasPictureEnding(name) ? chosen : chosen + kSaveKinds[kind].ending;
 }

@@ -24,6 +24,7 @@ std::size_t BX_GetSaveKindOfFilter(const QString& filter);
 // Folder, "/", name of `path` without ending, "-signed" for a picture that was signed.
 QString BX_GetProposedPath(const QString& folder, const QString& path, bool isSigned);
 
-// Gives a name without ending that of the kind. A name's ending are 1 to 4 letters or digits, the first a letter,
-// behind its last dot.
-QString BX_GetCompletedPath(const QString& chosen, std::size_t kind);
+// Gives a name that does not end as pictures do the ending of the kind. The proposal's own name has lost its ending and
+// gets one, whatever it looks like: "photo.jpg" was made from "photo.jpg.bmp". An ending of pictures that cannot be
+// written stays, so that it can be refused.
+QString BX_GetCompletedPath(const QString& chosen, const QString& proposal, std::size_t kind);

@@ -116,6 +116,9 @@ void CBxVeridaneGui::ConnectView() {
     connect(m_Form.comboZoom->lineEdit(), SIGNAL(returnPressed()), this, SLOT(OnComboTextChanged()));
     connect(&m_Form.scrollArea->Image(), &CBxImageArea::ZoomChanged, this, [this](double zoom) {
         m_ShownZoom = m_Open.IsOpen() ? QString::number(qRound(zoom * 100.0)) + "%" : QString();
+        // The current entry goes with the text: the box takes a text that is another entry's for a choice from its list
+        // as soon as it loses the focus.
+        m_Form.comboZoom->setCurrentIndex(m_Form.comboZoom->findText(m_ShownZoom));
         m_Form.comboZoom->setEditText(m_ShownZoom);
     });
     // Once the drop is over: opening may ask, and the other program waits for the end of the drop.

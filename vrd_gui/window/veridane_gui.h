@@ -148,6 +148,7 @@ private:
     void StartDetection(bool isHarder);
     void ShowFinding();
     void ShowNothingFound();
+    void SetZoomFromText(QString text);
     void MoveView(double right, double down);
 
     // ---- runs on folders and documents ----

@@ -25,19 +25,23 @@ void CBxVeridaneGui::OnOriginalSize() {
     m_Form.scrollArea->Image().ChangeGeometry([](SBxViewGeometry& geometry) { geometry.SetOriginalSize(); });
 }
 
+// Whoever chooses from the list means that very zoom, also when the one that is shown is rounded to it.
 void CBxVeridaneGui::OnComboActivated(int index) {
-    m_Form.comboZoom->setEditText(m_Form.comboZoom->itemText(index));
-    OnComboTextChanged();
+    m_Form.scrollArea->setFocus();
+    SetZoomFromText(m_Form.comboZoom->itemText(index));
 }
 
-// A text that is no percentage gives way to the zoom that is shown. One that was not edited changes nothing: it is
-// rounded, and the box tells of one press of Enter more than once.
+// A text that was not edited changes nothing: it is rounded, and the box tells of one press of Enter more than once.
 void CBxVeridaneGui::OnComboTextChanged() {
     m_Form.scrollArea->setFocus();
-    QString text = m_Form.comboZoom->currentText();
-    if (text == m_ShownZoom) {
-        return;
+    const QString text = m_Form.comboZoom->currentText();
+    if (text != m_ShownZoom) {
+        SetZoomFromText(text);
     }
+}
+
+// A text that is no percentage gives way to the zoom that is shown.
+void CBxVeridaneGui::SetZoomFromText(QString text) {
     text.remove('%').replace(',', '.');
     bool isNumber = false;
     const double percentage = text.trimmed().toDouble(&isNumber);

@@ -34,22 +34,20 @@ bool IsReadable(SBxSignRun& run, SBxPicBuf& picture, const char* text, unsigned 
     return check.code == kBxSuccess && check.sign == text;
 }
 
-// Has the last word on a JPEG before it takes its name.
-class CBxSignGuard {
+// Has the last word on a file before it takes its name.
+class CBxSaveGuard {
 public:
-    CBxSignGuard(SBxSignRun& run, const SBxSaveRequest& request, const std::atomic<bool>& isCancelled)
-        : m_Run(run), m_Request(request), m_IsCancelled(isCancelled) {}
+    CBxSaveGuard(SBxSignRun& run, const SBxSaveRequest& request, bool isSignWanted,
+                 const std::atomic<bool>& isCancelled)
+        : m_Run(run), m_Request(request), m_IsSignWanted(isSignWanted), m_IsCancelled(isCancelled) {}
 
     bool Accept(SBxPicBuf& asWritten, SBxFileReport& report) {
+        const unsigned char written = m_IsSignWanted && !m_IsCancelled ? Check(asWritten) : kBxSuccess;
         if (m_IsCancelled) {
             return Refuse(EBxSaveEnd::kCancelled, report);
         }
-        const unsigned char written = Check(asWritten);
         if (written == kBxSuccess) {
             return true;
-        }
-        if (m_IsCancelled) {
-            return Refuse(EBxSaveEnd::kCancelled, report);
         }
         if (written == kBxOutOfMemory) {
             report.SetReason("there is not enough memory");
@@ -78,6 +76,7 @@ private:
 
     SBxSignRun& m_Run;
     const SBxSaveRequest& m_Request;
+    const bool m_IsSignWanted;
     const std::atomic<bool>& m_IsCancelled;
     EBxSaveEnd m_End = EBxSaveEnd::kFailed;  // when the writing fails
 };
@@ -136,17 +135,13 @@ SBxSignedPicture BX_SignCopy(SBxSignRun& run, const SBxPicBuf& picture, const ch
 
 SBxSaveOutcome BX_SavePicture(SBxSignRun& run, const SBxSaveRequest& request, const std::atomic<bool>& isCancelled) {
     const bool isJpeg = BX_GetPictureFormat(request.path) == EBxPictureFormat::kJpeg;
-    CBxSignGuard guard(run, request, isCancelled);
+    CBxSaveGuard guard(run, request, isJpeg && !request.sign.empty(), isCancelled);
     SBxWriteOptions options;
     options.quality = isJpeg ? request.quality : -1;
     options.extras = request.extras;
     options.metadataSource = request.metadataSource.empty() ? nullptr : request.metadataSource.c_str();
     options.metadataRule = EBxMetadataRule::kAny;
-    if (isJpeg && !request.sign.empty()) {
-        options.accept = [&guard](SBxPicBuf& asWritten, SBxFileReport& report) {
-            return guard.Accept(asWritten, report);
-        };
-    }
+    options.accept = [&guard](SBxPicBuf& asWritten, SBxFileReport& report) { return guard.Accept(asWritten, report); };
     const auto write = [&request, &options](SBxFileReport& report) {
         return CBxConvertPicture::WriteOutputFile(request.picture, request.path.c_str(), options, report) == kBxSuccess;
     };

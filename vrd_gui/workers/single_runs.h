@@ -63,6 +63,7 @@ struct SBxSaveOutcome {
     SBxFileReport report;
 };
 
-// Writes the picture. Unless it ends with kSaved, the file `path` is as it was. Metadata that the file cannot take are
-// left out, and the report says so.
+// Writes the picture. Unless it ends with kSaved, the file `path` is as it was; a cancel that comes before the file
+// takes its name ends with kCancelled, in every format. Metadata that the file cannot take are left out, and the report
+// says so.
 SBxSaveOutcome BX_SavePicture(SBxSignRun& run, const SBxSaveRequest& request, const std::atomic<bool>& isCancelled);
