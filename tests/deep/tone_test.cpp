@@ -43,7 +43,10 @@ TEST(Tones, AnExponentHidesTheCombUntilItIsUndone) {
     MakeMeans(means, "abc-Z9", 1.0, 0.0, 0.8);
     SBxTone tone;
     EXPECT_LT(BX_FindComb(tone, means), 0.5f);
-    BX_StraightenMeans(means, kCellCount, 0.8);
+    // Put back by hand.
+    for (float& mean : means) {
+        mean = static_cast<float>(255.0 * std::pow(mean / 255.0, 1.0 / 0.8));
+    }
     EXPECT_GT(BX_FindComb(tone, means), 0.7f);
     EXPECT_NEAR(tone.gain, 1.0, 0.01);
 }

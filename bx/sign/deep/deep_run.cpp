@@ -151,6 +151,12 @@ SBxSoftReading CBxDeepRun::TryJoint(const SBxGridTrial& trial, const SBxTone& to
     return reading;
 }
 
+void CBxDeepRun::TryAsRead(const SBxGridTrial& trial, EBxDeepStage stage) {
+    float means[kCellCount];
+    ReadMeans(means, trial);
+    Try(trial, BX_ToneOfMeans(means), means, stage);
+}
+
 void CBxDeepRun::TryWithComb(const SBxGridTrial& trial, const float* means, EBxDeepStage stage) {
     Try(trial, BX_ToneOfMeans(means), means, stage);
     SBxTone tone;

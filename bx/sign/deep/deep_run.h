@@ -65,7 +65,9 @@ public:
 
     // Decodes one interpretation and keeps what is worth it. Any thread. Returns the agreement, 0 below notice.
     double Try(const SBxGridTrial& trial, const SBxTone& tone, const float* means, EBxDeepStage stage);
-    // The same under the tones as they are, and under those of the best comb.
+    // Reads a trial and decodes it under the tones as they are, but for an offset that its means tell.
+    void TryAsRead(const SBxGridTrial& trial, EBxDeepStage stage);
+    // Decodes means under the tones as they are, and under those of the best comb.
     void TryWithComb(const SBxGridTrial& trial, const float* means, EBxDeepStage stage);
     // Decodes soft values that are not of one grid.
     double TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const float* soft, EBxDeepStage stage, bool mayMove);

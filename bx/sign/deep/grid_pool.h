@@ -26,9 +26,6 @@ public:
     const SBxCornerPair& operator[](std::size_t index) const { return m_Pairs[index]; }
 
 private:
-    struct SCorner {
-        CBxPoint<float> position;
-    };
     bool AddHalf(const SBxCornerList& list, double zoom, int half);
     int FindCorner(const CBxPoint<float>& position, int half);
     bool IsNewPair(int first, int second);

@@ -112,9 +112,7 @@ unsigned char SearchTurnedBack(CBxDeepRun& run, int index) {
         SBxGridTrial trial = run.TrialOfWholePicture(1.0);
         trial.orientation = BX_GridOrientation(index);
         trial.pose = {origin, {right.x - origin.x, right.y - origin.y}, {below.x - origin.x, below.y - origin.y}};
-        float means[kCellCount];
-        run.ReadMeans(means, trial);
-        run.Try(trial, BX_ToneOfMeans(means), means, EBxDeepStage::Orientations);
+        run.TryAsRead(trial, EBxDeepStage::Orientations);
     }
     return result == kBxOutOfMemory ? result : static_cast<unsigned char>(kBxSuccess);
 }
@@ -173,9 +171,7 @@ unsigned char BX_SearchOrientations(CBxDeepRun& run) {
                     continue;
                 }
                 const SBxGridTrial trial = Reoriented(upright, orientation);
-                float means[kCellCount];
-                run.ReadMeans(means, trial);
-                run.Try(trial, BX_ToneOfMeans(means), means, EBxDeepStage::Orientations);
+                run.TryAsRead(trial, EBxDeepStage::Orientations);
             }
         }
         return !run.Ended();

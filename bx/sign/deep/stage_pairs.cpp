@@ -14,9 +14,7 @@ unsigned char BX_SearchPairs(CBxDeepRun& run) {
     for (const double scale : {1.0, 0.7, 2.0}) {
         SBxGridTrial whole = run.TrialOfWholePicture(1.0);
         whole.blur = BX_BlurOfScale(scale);
-        float means[kCellCount];
-        run.ReadMeans(means, whole);
-        run.Try(whole, BX_ToneOfMeans(means), means, EBxDeepStage::Pairs);
+        run.TryAsRead(whole, EBxDeepStage::Pairs);
     }
     auto slice = [&run](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {

@@ -117,9 +117,7 @@ unsigned char BX_SearchTurned(CBxDeepRun& run) {
     auto decode = [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
             const SBxGridTrial trial = TrialOf(run, grids[i]);
-            float means[kCellCount];
-            run.ReadMeans(means, trial);
-            run.Try(trial, BX_ToneOfMeans(means), means, EBxDeepStage::Turned);
+            run.TryAsRead(trial, EBxDeepStage::Turned);
         }
         return !run.Ended();
     };

@@ -124,14 +124,6 @@ SBxTone BX_ToneOfMeans(const float* means) {
     return tone;
 }
 
-void BX_StraightenMeans(float* means, int count, double exponent) {
-    for (int i = 0; i < count; ++i) {
-        if (IsNumber(means[i])) {
-            means[i] = static_cast<float>(255.0 * std::pow(static_cast<double>(means[i]) / 255.0, 1.0 / exponent));
-        }
-    }
-}
-
 float BX_FindComb(SBxTone& tone, const float* means) {
     return BX_FindCombBetween(tone, means, kLowestGain, kHighestGain);
 }

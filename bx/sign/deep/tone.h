@@ -27,9 +27,6 @@ float BX_CombScore(const float* means, int count);
 // scale or turn a picture often cut off fractions and make it darker by half a tone or a whole one.
 SBxTone BX_ToneOfMeans(const float* means);
 
-// Undoes an exponent, in place.
-void BX_StraightenMeans(float* means, int count, double exponent);
-
 // The comb that fits best with a gain from kLowestGain to kHighestGain, and how well, 0 .. 1. The exponent is left at
 // 1. Which of its lines are zeros remains open: `offset` is the smaller one of two, 3 * gain apart.
 inline constexpr double kLowestGain = 0.7;
