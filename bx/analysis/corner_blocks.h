@@ -37,6 +37,14 @@ inline double BX_GreatestStrength(double xx, double yy, double trace) {
     return kRoundingSlack * (response + kFitOvershoot * (response + 0.08 * trace * trace));
 }
 
+// A response at or below this cannot become a corner of strength `bar` where dx^2 + dy^2 <= trace: its neighbours are
+// at least -0.08 trace^2, which bounds how far the fitted surface can rise above it.
+inline float BX_LeastMaximum(double trace, double bar) {
+    const double least = (bar / kRoundingSlack - kFitOvershoot * kRoundingSlack * 0.08 * trace * trace) /
+                         ((1.0 + kFitOvershoot) * kRoundingSlack);
+    return std::max(kCornerThreshold, static_cast<float>(least));
+}
+
 // A half-open rectangle of blocks.
 struct SBxBlocks {
     int left;

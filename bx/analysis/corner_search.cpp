@@ -2,64 +2,30 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
 #include <memory>
 #include <new>
 
 #include "candidate_list.h"
 #include "corner_blocks.h"
+#include "corner_planes.h"
 #include "corner_selection.h"
-#include "float_filters.h"
-#include "heap_array.h"
-#include "kernels.h"
 #include "result.h"
 #include "surface_fit.h"
 
 namespace {
 
-constexpr int kRowPitch = kBufferWidth + 16;
-
 // A corner lies at least 10 pixels from every edge, and at most one pixel from the maximum that it was fitted to.
 constexpr int kEdge = 9;
-// The bounds of a half's tones.
-struct STones {
-    float low;
-    float high;
-};
-constexpr STones kTonesOfHalf[2] = {{0.0f, 128.0f}, {128.0f, 256.0f}};
-
-// Buffers of one walk. Buffer column 0 is kMargin left of the strip, buffer row 0 kMargin above the band.
-struct SBuffers {
-    CBxHeapArray<float> plane;     // the rows of the band
-    CBxHeapArray<float> smoothed;  // of one run
-    CBxHeapArray<float> rows;      // short-lived rows
-    CBxHeapArray<unsigned char> flags;
-
-    static constexpr int kRows = 40;
-
-    bool Allocate() {
-        return plane.AllocateZeroed(std::size_t{kBufferHeight} * kRowPitch) &&
-               smoothed.AllocateZeroed(std::size_t{kBufferHeight} * kRowPitch) &&
-               rows.AllocateZeroed(std::size_t{kRows} * kRowPitch) && flags.Allocate(kRowPitch);
-    }
-    float* PlaneRow(int row) { return plane.Data() + std::ptrdiff_t{row} * kRowPitch; }
-    float* SmoothedRow(int row) { return smoothed.Data() + std::ptrdiff_t{row} * kRowPitch; }
-    float* ShortRow(int row) { return rows.Data() + std::ptrdiff_t{row} * kRowPitch; }
-};
+constexpr SBxTones kTonesOfHalf[2] = {{0.0f, 128.0f}, {128.0f, 256.0f}};
 
 class CCornerWalk {
 public:
     CCornerWalk(CBxRowSource& source, int width, int height, double zoom, const CBxStopCheck* stop)
-        : m_Source(source), m_iWidth(width), m_iHeight(height), m_pStop(stop), m_Kernels(BX_Kernels()) {
-        BX_KernelTaps(m_fSmoothingTaps, kSmoothingKernel, 7, zoom);
-        BX_KernelTaps(m_fTensorTaps, kTensorKernel, 5, zoom);
-        m_dLargestTap = *std::max_element(m_fSmoothingTaps, m_fSmoothingTaps + 7);
-    }
+        : m_Source(source), m_iWidth(width), m_iHeight(height), m_pStop(stop), m_Planes(zoom) {}
 
     bool Prepare() {
         const CBxMatrix inverse = BX_BiquadraticDesign().Inv();
-        if (!inverse.IsValid() || !m_Buffers.Allocate()) {
+        if (!inverse.IsValid() || !m_Planes.Prepare()) {
             return false;
         }
         std::copy(inverse[0], inverse[0] + 81, m_dInverse);
@@ -146,12 +112,12 @@ private:
         const int first = area.left - kReachBefore;
         m_Source.BeginStrip(m_iLeft - kMargin + first, area.Width() + kReachBefore + kReachBehind);
         for (int row = area.top - kReachBefore; row < area.bottom + kReachBehind; ++row) {
-            m_Source.Row(m_Buffers.PlaneRow(row) + first, m_iTop - kMargin + row);
+            m_Source.Row(m_Planes.PlaneRow(row) + first, m_iTop - kMargin + row);
         }
     }
 
     bool RangeMayHoldCorner(const CBxRowSource::SRange& bounds, int half, float bar) const {
-        const STones tones = kTonesOfHalf[half];
+        const SBxTones tones = kTonesOfHalf[half];
         const double range = static_cast<double>(std::clamp(bounds.high, tones.low, tones.high)) -
                              static_cast<double>(std::clamp(bounds.low, tones.low, tones.high));
         if (!(range > 0.0)) {
@@ -159,7 +125,7 @@ private:
         }
         // A difference of neighbours in the smoothed plane is a sum of differences of the taps, times pixels; and it is
         // a mean of the differences of neighbours in the plane.
-        const double gradient = m_dLargestTap * range;
+        const double gradient = m_Planes.LargestTap() * range;
         const double dx = std::min<double>(gradient, bounds.alongRows);
         const double dy = std::min<double>(gradient, bounds.alongColumns);
         return Matters(dx * dx, dy * dy, dx * dx + dy * dy, bar);
@@ -188,150 +154,41 @@ private:
         if (area.IsEmpty()) {
             return true;
         }
-        SmoothArea(area, kTonesOfHalf[half]);
+        m_Planes.Smooth(area, kTonesOfHalf[half]);
+        m_Planes.BoundGradients();
         CBxBlockMap gradientMap;
-        BoundGradients(area, run, map, gradientMap, list.Bar());
-        bool memory = true;
-        gradientMap.ForEachRun(run.left, run.right, [&](const SBxBlocks& inner) {
-            const CBxRect<int> innerArea = BufferArea(inner);
-            memory = memory && (innerArea.IsEmpty() || SearchArea(innerArea, list));
-        });
-        return memory;
-    }
-
-    // Smooths the rows top - 3 .. bottom + 3 and columns left - 3 .. right + 3 (inclusive ends) of an area.
-    void SmoothArea(const CBxRect<int>& area, const STones& tones) {
-        const int first = area.left - 3;
-        const auto count = static_cast<std::size_t>(area.Width() + 7);
-        float* clamped = m_Buffers.ShortRow(0);
-        const auto along = [this](int row) { return m_Buffers.ShortRow(1 + row % 8); };
-        for (int row = area.top - 6; row < area.bottom + 7; ++row) {
-            m_Kernels.Clamp(clamped, m_Buffers.PlaneRow(row) + first - 3, count + 6, tones.low, tones.high);
-            m_Kernels.FilterAlong(along(row), clamped, count, m_fSmoothingTaps, 7);
-            const int centre = row - 3;
-            if (centre >= area.top - 3) {
-                const float* rows[7];
-                for (int tap = 0; tap < 7; ++tap) {
-                    rows[tap] = along(centre - 3 + tap);
-                }
-                m_Kernels.FilterAcross(m_Buffers.SmoothedRow(centre) + first, rows, count, m_fSmoothingTaps, 7);
-            }
-        }
-    }
-
-    void BoundGradients(const CBxRect<int>& area, const SBxBlocks& run, const CBxBlockMap& map,
-                        CBxBlockMap& gradientMap, float bar) {
-        float* xx = m_Buffers.ShortRow(0);
-        float* yy = m_Buffers.ShortRow(1);
-        float* trace = m_Buffers.ShortRow(2);
-        const int firstCell = (area.left - 3) / kBoundsCell;
-        const int endCell = (area.right + 2) / kBoundsCell + 1;
-        for (int cellRow = (area.top - 3) / kBoundsCell; cellRow <= (area.bottom + 2) / kBoundsCell; ++cellRow) {
-            // Whole cells and the one behind them.
-            for (float* bounds : {xx, yy, trace}) {
-                std::fill(bounds + firstCell * kBoundsCell, bounds + (endCell + 1) * kBoundsCell, 0.0f);
-            }
-            const int first = area.left - 3;
-            const auto count = static_cast<std::size_t>(area.Width() + 6);
-            for (int row = std::max(cellRow * kBoundsCell, area.top - 3);
-                 row < std::min((cellRow + 1) * kBoundsCell, area.bottom + 3); ++row) {
-                m_Kernels.GradientBounds(xx + first, yy + first, trace + first, m_Buffers.SmoothedRow(row) + first,
-                                         m_Buffers.SmoothedRow(row + 1) + first, count);
-            }
-            SGradientRow& cells = m_Gradients[cellRow];
-            const auto cellCount = static_cast<std::size_t>(endCell - firstCell);
-            m_Kernels.LargestOfEight(cells.xx + firstCell, xx + firstCell * kBoundsCell, cellCount);
-            m_Kernels.LargestOfEight(cells.yy + firstCell, yy + firstCell * kBoundsCell, cellCount);
-            m_Kernels.LargestOfEight(cells.trace + firstCell, trace + firstCell * kBoundsCell, cellCount);
-        }
         for (int row = run.top; row < run.bottom; ++row) {
             for (int column = run.left; column < run.right; ++column) {
-                if (map.IsMarked(row, column) && GradientsMayHoldCorner(row, column, area, bar)) {
+                if (!map.IsMarked(row, column)) {
+                    continue;
+                }
+                const SBxGradients gradients = m_Planes.GradientsOfBlock(row, column);
+                if (Matters(gradients.xx, gradients.yy, gradients.trace, list.Bar())) {
                     gradientMap.Mark(row, column);
                 }
             }
         }
+        bool memory = true;
+        gradientMap.ForEachRun(run.left, run.right, [&](const SBxBlocks& inner) {
+            const CBxRect<int> innerArea = BufferArea(inner);
+            memory = memory && (innerArea.IsEmpty() || SearchArea(innerArea, inner, list));
+        });
+        return memory;
     }
 
-    // The largest dx^2, dy^2 and dx^2 + dy^2 in each cell of a row of cells.
-    struct SGradientRow {
-        float xx[kCellColumns];
-        float yy[kCellColumns];
-        float trace[kCellColumns];
-    };
-
-    bool GradientsMayHoldCorner(int blockRow, int blockColumn, const CBxRect<int>& area, float bar) const {
-        float xx = 0.0f;
-        float yy = 0.0f;
+    // Fits and keeps the maxima of an area.
+    bool SearchArea(const CBxRect<int>& area, const SBxBlocks& blocks, CBxCandidateList& list) {
         float trace = 0.0f;
-        const int firstRow = std::max(blockRow * kBlockCells, (area.top - 3) / kBoundsCell);
-        const int endRow = std::min((blockRow + 1) * kBlockCells + 2, (area.bottom + 2) / kBoundsCell + 1);
-        const int firstColumn = std::max(blockColumn * kBlockCells, (area.left - 3) / kBoundsCell);
-        const int endColumn = std::min((blockColumn + 1) * kBlockCells + 2, (area.right + 2) / kBoundsCell + 1);
-        for (int row = firstRow; row < endRow; ++row) {
-            for (int column = firstColumn; column < endColumn; ++column) {
-                xx = std::max(xx, m_Gradients[row].xx[column]);
-                yy = std::max(yy, m_Gradients[row].yy[column]);
-                trace = std::max(trace, m_Gradients[row].trace[column]);
+        for (int row = blocks.top; row < blocks.bottom; ++row) {
+            for (int column = blocks.left; column < blocks.right; ++column) {
+                trace = std::max(trace, m_Planes.GradientsOfBlock(row, column).trace);
             }
         }
-        return Matters(xx, yy, trace, bar);
-    }
-
-    // Computes the response over an area and one pixel around it, and takes the maxima inside.
-    bool SearchArea(const CBxRect<int>& area, CBxCandidateList& list) {
-        const int first = area.left - 1;  // of the response
-        const auto count = static_cast<std::size_t>(area.Width() + 2);
-        float* products[3] = {m_Buffers.ShortRow(0), m_Buffers.ShortRow(1), m_Buffers.ShortRow(2)};
-        const auto along = [this](int product, int row) { return m_Buffers.ShortRow(3 + 8 * product + row % 8); };
-        float* tensor[3] = {m_Buffers.ShortRow(27), m_Buffers.ShortRow(28), m_Buffers.ShortRow(29)};
-        const auto response = [this](int row) { return m_Buffers.ShortRow(30 + row % 4); };
-        for (int row = area.top - 3; row < area.bottom + 3; ++row) {
-            m_Kernels.GradientProducts(products[0], products[1], products[2], m_Buffers.SmoothedRow(row) + first - 2,
-                                       m_Buffers.SmoothedRow(row + 1) + first - 2, count + 4);
-            for (int product = 0; product < 3; ++product) {
-                m_Kernels.FilterAlong(along(product, row), products[product], count, m_fTensorTaps, 5);
-            }
-            const int centre = row - 2;
-            if (centre < area.top - 1) {
-                continue;
-            }
-            for (int product = 0; product < 3; ++product) {
-                const float* rows[5];
-                for (int tap = 0; tap < 5; ++tap) {
-                    rows[tap] = along(product, centre - 2 + tap);
-                }
-                m_Kernels.FilterAcross(tensor[product], rows, count, m_fTensorTaps, 5);
-            }
-            m_Kernels.Harris(response(centre), tensor[0], tensor[2], tensor[1], count);
-            const int middle = centre - 1;
-            if (middle >= area.top &&
-                !TakeMaxima(area, middle, response(middle - 1), response(middle), response(middle + 1), list)) {
-                return false;
-            }
-        }
-        return true;
-    }
-
-    // Fits and keeps the maxima of one row of the response; the rows start one pixel left of the area.
-    bool TakeMaxima(const CBxRect<int>& area, int row, const float* upper, const float* middle, const float* lower,
-                    CBxCandidateList& list) {
-        unsigned char* flags = m_Buffers.flags.Data();
-        if (!m_Kernels.StrictMaxima(flags, upper, middle, lower, static_cast<std::size_t>(area.Width()),
-                                    kCornerThreshold)) {
-            return true;
-        }
-        const unsigned char* end = flags + area.Width();
-        for (const unsigned char* flag = flags;; ++flag) {
-            flag = static_cast<const unsigned char*>(std::memchr(flag, 1, static_cast<std::size_t>(end - flag)));
-            if (flag == nullptr) {
-                return true;
-            }
-            const std::ptrdiff_t i = flag - flags;
-            if (!FitMaximum(area.left + static_cast<int>(i), row, upper + i, middle + i, lower + i, list)) {
-                return false;
-            }
-        }
+        return m_Planes.ForEachMaximum(
+            area, BX_LeastMaximum(trace, list.Bar()),
+            [&](int column, int row, const float* upper, const float* middle, const float* lower) {
+                return FitMaximum(column, row, upper, middle, lower, list);
+            });
     }
 
     // The neighbourhood starts at upper[0], middle[0], lower[0].
@@ -363,15 +220,10 @@ private:
     int m_iWidth;
     int m_iHeight;
     const CBxStopCheck* m_pStop;
-    const SBxKernels& m_Kernels;
-    float m_fSmoothingTaps[7];
-    float m_fTensorTaps[5];
-    double m_dLargestTap;
     double m_dInverse[81];
     CBxCandidateList* m_pLists[2] = {nullptr, nullptr};
 
-    SBuffers m_Buffers;
-    SGradientRow m_Gradients[kCellRows];
+    CBxCornerPlanes m_Planes;
     int m_iLeft = 0;  // of the strip, in the plane
     int m_iTop = 0;   // of the band
 };

@@ -5,32 +5,12 @@
 #pragma once
 
 #include "kernel_cells.h"
+#include "kernel_corners.h"
 #include "kernel_ellipses.h"
 #include "kernel_resampling.h"
 #include "kernels.h"
 
 namespace {
-
-#if defined(__AVX512F__)
-template <int Tap>
-__m512 Shifted(__m512 lower, __m512 upper) {
-    return _mm512_castsi512_ps(_mm512_alignr_epi32(_mm512_castps_si512(upper), _mm512_castps_si512(lower), Tap));
-}
-
-template <int Taps>
-__m512 FilterShifted(__m512 lower, __m512 upper, const float* weight) {
-    __m512 sum = _mm512_mul_ps(_mm512_set1_ps(weight[0]), lower);
-    sum = _mm512_add_ps(sum, _mm512_mul_ps(_mm512_set1_ps(weight[1]), Shifted<1>(lower, upper)));
-    sum = _mm512_add_ps(sum, _mm512_mul_ps(_mm512_set1_ps(weight[2]), Shifted<2>(lower, upper)));
-    sum = _mm512_add_ps(sum, _mm512_mul_ps(_mm512_set1_ps(weight[3]), Shifted<3>(lower, upper)));
-    sum = _mm512_add_ps(sum, _mm512_mul_ps(_mm512_set1_ps(weight[4]), Shifted<4>(lower, upper)));
-    if constexpr (Taps == 7) {
-        sum = _mm512_add_ps(sum, _mm512_mul_ps(_mm512_set1_ps(weight[5]), Shifted<5>(lower, upper)));
-        sum = _mm512_add_ps(sum, _mm512_mul_ps(_mm512_set1_ps(weight[6]), Shifted<6>(lower, upper)));
-    }
-    return sum;
-}
-#endif
 
 template <int Taps>
 void FilterAlongTaps(float* __restrict out, const float* __restrict in, std::size_t count, const float* taps) {
@@ -40,9 +20,6 @@ void FilterAlongTaps(float* __restrict out, const float* __restrict in, std::siz
     }
     std::size_t i = 0;
 #if defined(__AVX512F__)
-    // The neighbours are shifted together from two registers: loads of 64 bytes at every offset would cross a line of
-    // the cache each time.
-    constexpr std::size_t kWide = 16;
     if (count + Taps > 2 * kWide) {
         __m512 lower = _mm512_loadu_ps(in);
         for (; i + 2 * kWide < count + Taps; i += kWide) {
@@ -114,70 +91,10 @@ void Harris(float* __restrict out, const float* sxx, const float* syy, const flo
     }
 }
 
-void Clamp(float* out, const float* in, std::size_t count, float low, float high) {
-    for (std::size_t i = 0; i < count; ++i) {
-        const float value = in[i];
-        const float raised = value < low ? low : value;
-        out[i] = raised >= high ? high : raised;
-    }
-}
-
 void Mean(float* __restrict out, const float* a, const float* b, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
         out[i] = (a[i] + b[i]) * 0.5f;
     }
-}
-
-void GradientBounds(float* __restrict xx, float* __restrict yy, float* __restrict trace, const float* __restrict row,
-                    const float* __restrict next, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        const float dx = row[i + 1] - row[i];
-        const float dy = next[i] - row[i];
-        const float dx2 = dx * dx;
-        const float dy2 = dy * dy;
-        const float sum = dx2 + dy2;
-        xx[i] = dx2 > xx[i] ? dx2 : xx[i];
-        yy[i] = dy2 > yy[i] ? dy2 : yy[i];
-        trace[i] = sum > trace[i] ? sum : trace[i];
-    }
-}
-
-void LargestOfEight(float* __restrict out, float* __restrict in, std::size_t count) {
-    const std::size_t samples = 8 * count;
-    for (std::size_t step = 1; step <= 4; step *= 2) {
-        for (std::size_t i = 0; i < samples; ++i) {
-            // Those behind are still as the step before left them.
-            in[i] = in[i + step] > in[i] ? in[i + step] : in[i];
-        }
-    }
-    for (std::size_t i = 0; i < count; ++i) {
-        out[i] = in[8 * i];
-    }
-}
-
-void GradientProducts(float* __restrict xx, float* __restrict xy, float* __restrict yy, const float* __restrict row,
-                      const float* __restrict next, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        const float dx = row[i + 1] - row[i];
-        const float dy = next[i] - row[i];
-        xx[i] = dx * dx;
-        xy[i] = dx * dy;
-        yy[i] = dy * dy;
-    }
-}
-
-bool StrictMaxima(unsigned char* __restrict flags, const float* __restrict upper, const float* __restrict middle,
-                  const float* __restrict lower, std::size_t count, float threshold) {
-    int any = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        const float value = middle[i + 1];
-        const int above = (value > threshold) & (value > upper[i]) & (value > upper[i + 1]) & (value > upper[i + 2]) &
-                          (value > middle[i]) & (value > middle[i + 2]) & (value > lower[i]) & (value > lower[i + 1]) &
-                          (value > lower[i + 2]);
-        flags[i] = static_cast<unsigned char>(above);
-        any |= above;
-    }
-    return any != 0;
 }
 
 double SurfaceMaximum(int* x, int* y, const double* c) {
@@ -252,15 +169,15 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.Subtract = Subtract;
     kernels.Multiply = Multiply;
     kernels.Harris = Harris;
-    kernels.Clamp = Clamp;
     kernels.Mean = Mean;
     kernels.ResampleAlong = ResampleAlong;
     kernels.EnlargeAlong = EnlargeAlong;
     kernels.EnlargeAcross = EnlargeAcross;
     kernels.ResampleAcross = ResampleAcross;
+    kernels.SmoothAlong = SmoothAlong;
     kernels.GradientBounds = GradientBounds;
-    kernels.LargestOfEight = LargestOfEight;
-    kernels.GradientProducts = GradientProducts;
+    kernels.TensorAlong = TensorAlong;
+    kernels.ResponseAcross = ResponseAcross;
     kernels.StrictMaxima = StrictMaxima;
     kernels.SurfaceMaximum = SurfaceMaximum;
     kernels.PrefixSums4 = PrefixSums4;

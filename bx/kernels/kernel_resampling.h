@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "kernel_vectors.h"
+#include "kernels.h"
 
 namespace {
 
@@ -82,7 +83,6 @@ void EnlargeAlong(float* __restrict out, const unsigned char* __restrict in, con
     std::size_t i = 0;
 #if defined(__AVX512F__)
     // Sixteen samples of an enlargement lie in eighteen bytes of the source: one permutation of two registers a tap.
-    constexpr std::size_t kWide = 16;
     const __m512 thousand = _mm512_set1_ps(1000.0f);
     for (; i + kWide <= count; i += kWide) {
         const __m128i* source = reinterpret_cast<const __m128i*>(in + first[i]);

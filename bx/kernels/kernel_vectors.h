@@ -2,6 +2,10 @@
 // Part of kernel_loops.h: internal linkage, no standard function.
 #pragma once
 
+#include <cstddef>
+
+#include "kernels.h"
+
 #if defined(__AVX512F__)
 #include <immintrin.h>
 #endif
@@ -10,6 +14,8 @@ namespace {
 
 // Eight numbers side by side; the compiler splits them where the registers are narrower.
 constexpr int kLanes = 8;
+// Samples in a group.
+constexpr std::size_t kWide = SBxKernels::kGroup;
 typedef double TDoubles __attribute__((vector_size(kLanes * sizeof(double))));
 typedef long long TMask __attribute__((vector_size(kLanes * sizeof(long long))));
 typedef int TInts __attribute__((vector_size(kLanes * sizeof(int))));

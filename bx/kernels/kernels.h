@@ -46,6 +46,13 @@ struct SBxEllipses {
     float centresY[kColumns];
 };
 
+// One value for each 8 columns.
+struct SBxGradientBounds {
+    float* xx;
+    float* yy;
+    float* trace;
+};
+
 struct SBxKernels {
     const char* m_szName;
 
@@ -60,8 +67,6 @@ struct SBxKernels {
     void (*Multiply)(float* out, const float* a, const float* b, std::size_t count);
     // out[i] = sxx[i] * syy[i] - sxy[i]^2 - 0.08 * (sxx[i] + syy[i])^2.
     void (*Harris)(float* out, const float* sxx, const float* syy, const float* sxy, std::size_t count);
-    // out[i] = in[i], below `low` low, at or above `high` high; out may be in.
-    void (*Clamp)(float* out, const float* in, std::size_t count, float low, float high);
     // out[i] = (a[i] + b[i]) / 2.
     void (*Mean)(float* out, const float* a, const float* b, std::size_t count);
 
@@ -79,17 +84,27 @@ struct SBxKernels {
     // out[i] = weights[0] * rows[0][i] + ... over `rowCount` rows, in double, rounded once.
     void (*ResampleAcross)(float* out, const double* const* rows, const double* weights, int rowCount,
                            std::size_t count);
-    // With dx = row[i + 1] - row[i] and dy = next[i] - row[i]: xx, yy and trace take the larger of themselves and dx^2,
-    // dy^2 and dx^2 + dy^2. `row` holds count + 1 samples.
-    void (*GradientBounds)(float* xx, float* yy, float* trace, const float* row, const float* next, std::size_t count);
-    // out[i] = the largest of in[8 i] .. in[8 i + 7]; `in` holds 8 * count + 7 samples and is overwritten.
-    void (*LargestOfEight)(float* out, float* in, std::size_t count);
-    // The three products dx * dx, dx * dy, dy * dy of the same differences. `row` holds count + 1 samples.
-    void (*GradientProducts)(float* xx, float* xy, float* yy, const float* row, const float* next, std::size_t count);
-    // flags[i] = 1 where middle[i] is above the threshold and above its 8 neighbours, else 0. The rows hold one more
-    // sample on either side: flags[i] belongs to middle[i + 1]. Returns whether any flag is 1.
-    bool (*StrictMaxima)(unsigned char* flags, const float* upper, const float* middle, const float* lower,
-                         std::size_t count, float threshold);
+    // The loops of the corner search work on whole groups of samples: `groups` of them are written, and each input can
+    // be read, though it is not used, for one group more than that and a sample on either side.
+    static constexpr std::size_t kGroup = 16;
+
+    // out[i] = taps[0] * in[i] + ... + taps[6] * in[i + 6], of samples below `low` as if they were low, above `high`
+    // high.
+    void (*SmoothAlong)(float* out, const float* in, std::size_t groups, const float* taps, float low, float high);
+    // With dx = row[i + 1] - row[i] and dy = next[i] - row[i]: the largest dx^2, dy^2 and dx^2 + dy^2 of each 8 columns
+    // over `rowCount` rows; the row behind them is read too.
+    void (*GradientBounds)(const SBxGradientBounds& out, const float* const* rows, int rowCount, std::size_t groups);
+    // The products dx * dx, dx * dy, dy * dy of the same differences, each filtered along the row with five taps:
+    // out[0][i] = taps[0] * xx[i] + ... + taps[4] * xx[i + 4], and so on.
+    void (*TensorAlong)(float* const* out, const float* row, const float* next, std::size_t groups, const float* taps);
+    // The response of the tensor whose parts are filtered across five rows each:
+    // out[i] = sxx * syy - sxy^2 - 0.08 * (sxx + syy)^2.
+    void (*ResponseAcross)(float* out, const float* const* xx, const float* const* xy, const float* const* yy,
+                           std::size_t groups, const float* taps);
+    // Bit k of flags[g] is 1 where middle[i + 1], with i = 16 g + k, is above the threshold and above its 8 neighbours:
+    // the rows start one sample in front of the first.
+    void (*StrictMaxima)(unsigned short* flags, const float* upper, const float* middle, const float* lower,
+                         std::size_t groups, float threshold);
     // The largest value of the bi-quadratic surface with these nine coefficients (surface_fit.h) over x and y in
     // eighths from 0 to 2; `x` and `y` receive its place in eighths, of equal values the one with the smallest x, then
     // y.

@@ -112,35 +112,94 @@ TEST_P(KernelForms, CalculateTheSame) {
     three([&](const SBxKernels& k, float* out, const float* x, const float* y, std::size_t n) {
         k.Harris(out, x, y, c.data(), n);
     });
-    three([](const SBxKernels& k, float* out, const float* x, const float*, std::size_t n) {
-        k.Clamp(out, x, n, 40.0f, 90.0f);
-    });
-    three([](const SBxKernels& k, float* out, const float* x, const float* y, std::size_t n) {
-        k.GradientBounds(out, out + kRoom, out + 2 * kRoom, x, y, n);
-    });
-    three([](const SBxKernels& k, float* out, const float* x, const float* y, std::size_t n) {
-        k.GradientProducts(out, out + kRoom, out + 2 * kRoom, x, y, n);
-    });
 }
 
-TEST_P(KernelForms, FindTheSameMaxima) {
-    // Few different values, so that plateaus occur.
+// The loops of the corner search, against their definition. Few different values, so that plateaus occur.
+TEST_P(KernelForms, SearchCornersTheSame) {
+    constexpr std::size_t kRows = 10;
+    constexpr std::size_t kWidth = 7 * SBxKernels::kGroup;
     std::mt19937 random(9);
-    std::vector<std::vector<float>> rows(3, std::vector<float>(kRoom));
-    for (std::vector<float>& row : rows) {
-        std::generate(row.begin(), row.end(), [&random] { return static_cast<float>(random() % 9); });
-    }
+    std::vector<std::vector<float>> rows(kRows, std::vector<float>(kWidth));
+    const float* starts[kRows];
     int found = 0;
-    ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
-        std::vector<unsigned char> flags(kRoom, 7);
-        const bool any = kernels.StrictMaxima(flags.data() + offset, rows[0].data() + offset, rows[1].data() + offset,
-                                              rows[2].data() + offset, count, 5.0f);
-        const auto begin = flags.begin() + static_cast<std::ptrdiff_t>(offset);
-        EXPECT_EQ(any, std::find(begin, begin + static_cast<std::ptrdiff_t>(count), 1) !=
-                           begin + static_cast<std::ptrdiff_t>(count));
-        found += any;
-        return flags;
-    });
+    for (std::size_t groups = 0; groups <= 4; ++groups) {
+        const std::size_t count = groups * SBxKernels::kGroup;
+        for (std::size_t offset = 0; offset < SBxKernels::kGroup; ++offset) {
+            for (std::size_t row = 0; row < kRows; ++row) {
+                std::generate(rows[row].begin(), rows[row].end(),
+                              [&random] { return static_cast<float>(random() % 9); });
+                starts[row] = rows[row].data() + offset;
+            }
+            std::vector<float> out(count), xx(count), xy(count), yy(count);
+            const std::vector<float> zeros(6);
+            m_pForm->SmoothAlong(out.data(), starts[0], groups, kTaps7, 2.0f, 6.0f);
+            float* const products[3] = {xx.data(), xy.data(), yy.data()};
+            m_pForm->TensorAlong(products, starts[0], starts[1], groups, kTaps7);
+            for (std::size_t i = 0; i < count; ++i) {
+                float smooth = 0.0f;
+                float sums[3] = {};
+                for (std::size_t tap = 0; tap < 7; ++tap) {
+                    smooth += kTaps7[tap] * std::clamp(starts[0][i + tap], 2.0f, 6.0f);
+                }
+                for (std::size_t tap = 0; tap < 5; ++tap) {
+                    const float dx = starts[0][i + tap + 1] - starts[0][i + tap];
+                    const float dy = starts[1][i + tap] - starts[0][i + tap];
+                    sums[0] += kTaps7[tap] * (dx * dx);
+                    sums[1] += kTaps7[tap] * (dx * dy);
+                    sums[2] += kTaps7[tap] * (dy * dy);
+                }
+                ASSERT_EQ(out[i], smooth);
+                ASSERT_EQ(xx[i], sums[0]);
+                ASSERT_EQ(xy[i], sums[1]);
+                ASSERT_EQ(yy[i], sums[2]);
+            }
+            m_pForm->ResponseAcross(out.data(), starts, starts + 2, starts + 4, groups, kTaps7);
+            for (std::size_t i = 0; i < count; ++i) {
+                float sums[3] = {};
+                for (std::size_t part = 0; part < 3; ++part) {
+                    for (std::size_t tap = 0; tap < 5; ++tap) {
+                        sums[part] += kTaps7[tap] * starts[2 * part + tap][i];
+                    }
+                }
+                const float trace = sums[0] + sums[2];
+                ASSERT_EQ(out[i], sums[0] * sums[2] - sums[1] * sums[1] - 0.08f * (trace * trace));
+            }
+            for (const int rowCount : {1, 3, 8}) {
+                std::vector<float> bounds[3] = {std::vector<float>(2 * groups), std::vector<float>(2 * groups),
+                                                std::vector<float>(2 * groups)};
+                m_pForm->GradientBounds({bounds[0].data(), bounds[1].data(), bounds[2].data()}, starts, rowCount,
+                                        groups);
+                for (std::size_t cell = 0; cell < 2 * groups; ++cell) {
+                    float largest[3] = {};
+                    for (std::size_t x = 8 * cell; x < 8 * cell + 8; ++x) {
+                        for (int row = 0; row < rowCount; ++row) {
+                            const float dx = starts[row][x + 1] - starts[row][x];
+                            const float dy = starts[row + 1][x] - starts[row][x];
+                            largest[0] = std::max(largest[0], dx * dx);
+                            largest[1] = std::max(largest[1], dy * dy);
+                            largest[2] = std::max(largest[2], dx * dx + dy * dy);
+                        }
+                    }
+                    for (int part = 0; part < 3; ++part) {
+                        ASSERT_EQ(bounds[part][cell], largest[part]);
+                    }
+                }
+            }
+            std::vector<unsigned short> flags(groups);
+            m_pForm->StrictMaxima(flags.data(), starts[0], starts[1], starts[2], groups, 5.0f);
+            for (std::size_t i = 0; i < count; ++i) {
+                const float value = starts[1][i + 1];
+                bool expected = value > 5.0f;
+                for (std::size_t row = 0; row < 3; ++row) {
+                    for (std::size_t x = i; x < i + 3; ++x) {
+                        expected = expected && (value > starts[row][x] || (row == 1 && x == i + 1));
+                    }
+                }
+                ASSERT_EQ((flags[i / 16] >> (i % 16)) & 1, static_cast<int>(expected));
+                found += expected;
+            }
+        }
+    }
     EXPECT_GT(found, 100);
 }
 
@@ -216,17 +275,6 @@ TEST_P(KernelForms, AddUpTheSame) {
         }
         kernels.PrefixSums4(out, in, count);
         return sums;
-    });
-    ExpectSameBits([&](const SBxKernels& kernels, std::size_t, std::size_t count) {
-        std::vector<float> in = RandomRow<float>(30, 8 * kMostCount + 8);
-        std::vector<float> out(kRoom, -1.0f);
-        kernels.LargestOfEight(out.data(), in.data(), count);
-        const std::vector<float> source = RandomRow<float>(30, 8 * kMostCount + 8);
-        for (std::size_t i = 0; i < count; ++i) {
-            EXPECT_EQ(out[i], *std::max_element(source.begin() + static_cast<std::ptrdiff_t>(8 * i),
-                                                source.begin() + static_cast<std::ptrdiff_t>(8 * i + 8)));
-        }
-        return out;
     });
 }
 
