@@ -6,7 +6,7 @@
 
 #include "kernels.h"
 
-#if defined(__AVX512F__)
+#if defined(__AVX2__)
 #include <immintrin.h>
 #endif
 

@@ -27,7 +27,8 @@ const SBxKernels* BX_KernelsOfForm(EBxKernelForm form) {
 #if defined(VERIDANE_X86_KERNELS)
     if (form == EBxKernelForm::Avx512) {
         const bool runs = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                          __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl");
+                          __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
+                          __builtin_cpu_supports("avx512vbmi");
         return runs ? &kKernelsAvx512 : nullptr;
     }
     if (form == EBxKernelForm::Avx2) {

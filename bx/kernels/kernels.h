@@ -74,12 +74,13 @@ struct SBxKernels {
     // can be read, though it is not used, for 16 bytes from the first tap of every sample on.
     void (*ResampleAlong)(double* out, const unsigned char* in, const int* first, const double* const* weights,
                           int tapCount, std::size_t count);
-    // out[i] = (1000 - share[i]) * in[first[i]] + share[i] * in[first[i] + 1], for whole shares from 0 to 1000: whole
-    // numbers that a float holds exactly. `first` ascends, by at most one from sample to sample; `in` can be read,
-    // though it is not used, for 48 bytes from the first tap of every sample on.
-    void (*EnlargeAlong)(float* out, const unsigned char* in, const int* first, const float* share, std::size_t count);
+    // out[i] = (shares[i] & 0xFFFF) * in[first[i]] + (shares[i] >> 16) * in[first[i] + 1], with shares below 0x8000.
+    // `first` ascends, by at most one from sample to sample; `in` can be read, though it is not used, for 48 bytes from
+    // the first tap of every sample on.
+    void (*EnlargeAlong)(int* out, const unsigned char* in, const int* first, const unsigned int* shares,
+                         std::size_t count);
     // out[i] = upperWeight * upper[i] + lowerWeight * lower[i], in double, rounded once.
-    void (*EnlargeAcross)(float* out, const float* upper, const float* lower, double upperWeight, double lowerWeight,
+    void (*EnlargeAcross)(float* out, const int* upper, const int* lower, double upperWeight, double lowerWeight,
                           std::size_t count);
     // out[i] = weights[0] * rows[0][i] + ... over `rowCount` rows, in double, rounded once.
     void (*ResampleAcross)(float* out, const double* const* rows, const double* weights, int rowCount,

@@ -57,7 +57,8 @@ bool CBxColumnWeights::Prepare(int sourceWidth, double zoom) {
         if (m_bEnlarges) {
             const SBxBetween between(x, step, sourceWidth);
             m_First[at] = between.before;
-            m_Shares[at] = static_cast<float>(between.Thousandths());
+            const auto second = static_cast<unsigned int>(between.Thousandths());
+            m_Shares[at] = (kScaleWeightSteps - second) | second << 16;
             continue;
         }
         const STaps taps = ShrinkingTaps(x, step, sourceWidth, m_iTaps);

@@ -22,9 +22,9 @@ public:
     const int* First() const { return m_First.Data(); }
     // Of a reduction.
     const double* OfTap(int tap) const { return m_Weights.Data() + static_cast<std::ptrdiff_t>(tap) * m_iScaledWidth; }
-    // Of an enlargement: what the second tap takes, in thousandths.
     bool Enlarges() const { return m_bEnlarges; }
-    const float* Shares() const { return m_Shares.Data(); }
+    // Of an enlargement: what the first tap takes, in thousandths, and 65536 times what the second takes.
+    const unsigned int* Shares() const { return m_Shares.Data(); }
 
 private:
     int m_iScaledWidth = 0;
@@ -32,7 +32,7 @@ private:
     bool m_bEnlarges = false;
     CBxHeapArray<int> m_First;       // source column of the first tap
     CBxHeapArray<double> m_Weights;  // tap after tap; the weights of a column sum to 1
-    CBxHeapArray<float> m_Shares;
+    CBxHeapArray<unsigned int> m_Shares;
 };
 
 // The mean of green and red, or blue, of a picture scaled by `zoom`. The picture and the weights outlive it.
@@ -70,7 +70,7 @@ private:
     const SBxKernels& m_Kernels;
 
     // Source rows resampled along the strip: in thousandths where the picture is enlarged.
-    CBxHeapArray<float> m_EnlargedRing;
+    CBxHeapArray<int> m_EnlargedRing;
     CBxHeapArray<double> m_Ring;
     CBxHeapArray<float> m_Scratch;
     int m_iRingRow[kRing];  // which source row stands in each place
