@@ -12,6 +12,9 @@ int TapsOfStep(double step) {
     return step > 1.0 ? static_cast<int>(std::ceil(step)) + 1 : 2;
 }
 
+constexpr int kRowsAhead = 4;
+constexpr int kCacheLine = 64;
+
 // The taps of one sample of a scaled line, and the source sample of the first.
 struct STaps {
     int first;
@@ -78,32 +81,33 @@ CBxScaledRows::CBxScaledRows(const CBxSearchPicture& picture, const CBxColumnWei
       m_eChannel(channel),
       m_iScaledHeight(static_cast<int>(picture.Height() * zoom)),
       m_Kernels(BX_Kernels()) {
-    std::fill(m_iRingRow, m_iRingRow + kRing, -1);
+    std::fill(m_iRingRow, m_iRingRow + kMostTaps, -1);
 }
 
 bool CBxScaledRows::Prepare() {
     const auto width = static_cast<std::size_t>(m_Columns.ScaledWidth());
-    const auto ring = width * static_cast<std::size_t>(kRing * Components());
+    m_iRing = m_Columns.Taps() <= kFewTaps ? kFewTaps : kMostTaps;
+    const auto ring = width * static_cast<std::size_t>(m_iRing * Components());
     return m_EnlargedRing.Allocate(m_Columns.Enlarges() ? ring : 0) &&
            m_Ring.Allocate(m_Columns.Enlarges() ? 0 : ring) && m_Scratch.Allocate(2 * width);
 }
 
 std::ptrdiff_t CBxScaledRows::RingOffset(int component, int sourceRow) const {
-    return (static_cast<std::ptrdiff_t>(component) * kRing + sourceRow % kRing) * m_Columns.ScaledWidth();
+    return (static_cast<std::ptrdiff_t>(component) * m_iRing + PlaceOf(sourceRow)) * m_Columns.ScaledWidth();
 }
 
 void CBxScaledRows::BeginStrip(int left, int width) {
     m_iLeft = left;
     m_iWidth = width;
-    std::fill(m_iRingRow, m_iRingRow + kRing, -1);
+    std::fill(m_iRingRow, m_iRingRow + kMostTaps, -1);
 }
 
 // Resamples one source row along the strip, unless it stands in the ring.
 void CBxScaledRows::MakeSourceRow(int sourceRow) {
-    if (m_iRingRow[sourceRow % kRing] == sourceRow) {
+    if (m_iRingRow[PlaceOf(sourceRow)] == sourceRow) {
         return;
     }
-    m_iRingRow[sourceRow % kRing] = sourceRow;
+    m_iRingRow[PlaceOf(sourceRow)] = sourceRow;
     const int* first = m_Columns.First() + m_iLeft;
     const auto width = static_cast<std::size_t>(m_iWidth);
     for (int component = 0; component < Components(); ++component) {
@@ -111,6 +115,14 @@ void CBxScaledRows::MakeSourceRow(int sourceRow) {
             m_eChannel == EChannel::Blue ? CBxSearchPicture::Blue : CBxSearchPicture::Green + component);
         const unsigned char* source = m_Picture.Row(plane, sourceRow);
         const std::ptrdiff_t place = RingOffset(component, sourceRow);
+        // Strips are narrow: the machine does not foresee the rows of the next few samples by itself.
+        const int ahead = sourceRow + kRowsAhead;
+        if (ahead < m_Picture.Height()) {
+            const unsigned char* next = m_Picture.Row(plane, ahead);
+            for (int x = first[0]; x < first[m_iWidth - 1] + kCacheLine; x += kCacheLine) {
+                __builtin_prefetch(next + x);
+            }
+        }
         if (m_Columns.Enlarges()) {
             m_Kernels.EnlargeAlong(m_EnlargedRing.Data() + place, source, first, m_Columns.Shares() + m_iLeft, width);
             continue;

@@ -55,10 +55,11 @@ public:
 
 private:
     static constexpr int kMostTaps = 16;
-    static constexpr int kRing = kMostTaps;  // source rows kept
+    static constexpr int kFewTaps = 4;  // both powers of two
 
     int Components() const { return m_eChannel == EChannel::Blue ? 1 : 2; }
     std::ptrdiff_t RingOffset(int component, int sourceRow) const;
+    int PlaceOf(int sourceRow) const { return sourceRow & (m_iRing - 1); }
     void MakeSourceRow(int sourceRow);
     void BlendRows(float* out, int component, const int* sourceRows, const double* weights);
 
@@ -73,7 +74,8 @@ private:
     CBxHeapArray<int> m_EnlargedRing;
     CBxHeapArray<double> m_Ring;
     CBxHeapArray<float> m_Scratch;
-    int m_iRingRow[kRing];  // which source row stands in each place
+    int m_iRing = kMostTaps;    // source rows that are kept
+    int m_iRingRow[kMostTaps];  // which source row stands in each place
     int m_iLeft = 0;
     int m_iWidth = 0;
 };
