@@ -181,7 +181,7 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.StrictMaxima = StrictMaxima;
     kernels.SurfaceMaximum = SurfaceMaximum;
     kernels.PrefixSums4 = PrefixSums4;
-    kernels.AddEllipseLine = AddEllipseLine;
+    kernels.AddEllipseRow = AddEllipseRow;
     kernels.SumEllipses = SumEllipses;
     return kernels;
 }

@@ -10,10 +10,12 @@
 
 enum class EBxKernelForm { Portable, Avx2, Avx512 };
 
-// One line of samples through a row of 16 cells: what of it lies inside the cells' ellipses. Places along the line are
-// counted in thirds of a pixel from the left end of the frame; a sample is the middle of a third.
-struct SBxEllipseLine {
+// The three lines of samples of a row of pixels through a row of 16 cells: what of them lies inside the cells'
+// ellipses. Places along a line are counted in thirds of a pixel from the left end of the frame; a sample is the middle
+// of a third.
+struct SBxEllipseRow {
     static constexpr int kColumns = 16;
+    static constexpr int kLines = 3;
     // A bound closer than this to a sample is not decided here.
     static constexpr double kNear = 1e-6;
 
@@ -21,7 +23,7 @@ struct SBxEllipseLine {
     const double* centres;  // of the ellipses, less half a third, so that sample s lies at s
     const double* lefts;    // of the stamps
     const double* visible;  // width of the stamps that the next ones leave
-    double reach;           // half the width of the ellipse on this line, at least half a third
+    double reach[kLines];   // half the width of the ellipse on each line, at least half a third; 0 leaves a line out
     double rimLeft;         // of the stamp's labels, from its left end: rim, inner part, rim
     double innerLeft;
     double innerRight;
@@ -113,9 +115,10 @@ struct SBxKernels {
     // sums[r][i + 1] = sums[r][i] + rows[r][i] for four rows at once, in double; sums[r][0] = 0 is written too.
     void (*PrefixSums4)(double* const* sums, const float* const* rows, std::size_t count);
     // Adds the samples of each cell, each with the value of its pixel, to sums[16] and their number to weights[16]: the
-    // inner part whole, the rim inside the ellipse. Cells whose bounds lie too close to a sample, or whose ellipse does
-    // not meet their inner part, are left out and get undecided[i] = 1, others 0. Returns whether any was left out.
-    bool (*AddEllipseLine)(const SBxEllipseLine& line, double* sums, double* weights, unsigned char* undecided);
+    // inner part whole, the rim inside the ellipse. Cells whose bounds lie too close to a sample of a line, or whose
+    // ellipse does not meet their inner part, are left out and get undecided[16 line + cell] = 1, others of the line 0.
+    // Returns whether any was left out.
+    bool (*AddEllipseRow)(const SBxEllipseRow& row, double* sums, double* weights, unsigned char* undecided);
     // sums[i] = what lies inside ellipse i, areas[i] = how many pixels of the plane that is; parts of pixels count.
     void (*SumEllipses)(const SBxEllipses& cells, float* sums, float* areas);
 };

@@ -91,43 +91,39 @@ void SBxCandidateCells::AddRow(const double* prefix, int row) {
     if (stamp.rimLeft >= stamp.rimRight) {
         return;
     }
-    for (int line = 0; line < 3; ++line) {
-        AddLine(prefix, stamp, 3 * rowInFrame + line);
-    }
+    AddLines(prefix, stamp, SBxEllipseRow::kLines * rowInFrame);
 }
 
-// Adds one of the three sample lines of a row of cells: the inner pixels whole, the rim as far as it lies in the
-// ellipse.
-void SBxCandidateCells::AddLine(const double* prefix, const SBxStampRow& stamp, int line) {
-    const double height = ((line + 0.5) / 3.0 - centreY[cellRow]) / b;
-    const double square = 1.0 - height * height;
-    if (square < -kSurelyOutside && stamp.innerLeft >= stamp.innerRight) {
-        return;
-    }
-    const double reach = square > 0.0 ? 3.0 * a * std::sqrt(square) : 0.0;
-    if (reach < kSmallestReach) {
-        for (int column = 0; column < kGridSide; ++column) {
-            AddByFormula(prefix, stamp, line, column);
+// Adds the three sample lines of a row of pixels, from firstLine on: the inner pixels whole, the rim as far as it lies
+// in the ellipse.
+void SBxCandidateCells::AddLines(const double* prefix, const SBxStampRow& stamp, int firstLine) {
+    SBxEllipseRow ellipses{prefix,
+                           centreThirds,
+                           leftThirds,
+                           visibleThirds,
+                           {},
+                           3.0 * stamp.rimLeft,
+                           3.0 * stamp.innerLeft,
+                           3.0 * stamp.innerRight,
+                           3.0 * stamp.rimRight};
+    unsigned char undecided[SBxEllipseRow::kLines][kGridSide] = {};
+    bool any = false;
+    for (int line = 0; line < SBxEllipseRow::kLines; ++line) {
+        const double height = ((firstLine + line + 0.5) / 3.0 - centreY[cellRow]) / b;
+        const double square = 1.0 - height * height;
+        const double reach = square > 0.0 ? 3.0 * a * std::sqrt(square) : 0.0;
+        if (reach >= kSmallestReach) {
+            ellipses.reach[line] = reach;
+        } else if (square >= -kSurelyOutside || stamp.innerLeft < stamp.innerRight) {
+            std::fill_n(undecided[line], kGridSide, static_cast<unsigned char>(1));
+            any = true;
         }
-        return;
     }
-    const SBxEllipseLine ellipses{prefix,
-                                  centreThirds,
-                                  leftThirds,
-                                  visibleThirds,
-                                  reach,
-                                  3.0 * stamp.rimLeft,
-                                  3.0 * stamp.innerLeft,
-                                  3.0 * stamp.innerRight,
-                                  3.0 * stamp.rimRight};
-    unsigned char undecided[kGridSide];
     const int firstCell = cellRow * kGridSide;
-    if (!BX_Kernels().AddEllipseLine(ellipses, sums + firstCell, weights + firstCell, undecided)) {
-        return;
-    }
-    for (int column = 0; column < kGridSide; ++column) {
-        if (undecided[column] != 0) {
-            AddByFormula(prefix, stamp, line, column);
+    any |= BX_Kernels().AddEllipseRow(ellipses, sums + firstCell, weights + firstCell, undecided[0]);
+    for (int i = 0; any && i < SBxEllipseRow::kLines * kGridSide; ++i) {
+        if (undecided[i / kGridSide][i % kGridSide] != 0) {
+            AddByFormula(prefix, stamp, firstLine + i / kGridSide, i % kGridSide);
         }
     }
 }

@@ -41,6 +41,6 @@ struct SBxCandidateCells {
     void AddRow(const double* prefix, int row);
 
 private:
-    void AddLine(const double* prefix, const SBxStampRow& stamp, int line);
+    void AddLines(const double* prefix, const SBxStampRow& stamp, int firstLine);
     void AddByFormula(const double* prefix, const SBxStampRow& stamp, int line, int column);
 };

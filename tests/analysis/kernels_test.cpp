@@ -248,7 +248,8 @@ TEST_P(KernelForms, ResampleTheSame) {
     }
     ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
         std::vector<float> out(kRoom, -1.0f);
-        kernels.EnlargeAcross(out.data() + offset, thousandths.data(), thousandths.data() + offset, 0.00031, 0.00069, count);
+        kernels.EnlargeAcross(out.data() + offset, thousandths.data(), thousandths.data() + offset, 0.00031, 0.00069,
+                              count);
         return out;
     });
     for (const int rowCount : {2, 3, 4}) {
@@ -316,7 +317,7 @@ TEST_P(KernelForms, FindTheSameSurfaceMaximum) {
     }
 }
 
-TEST_P(KernelForms, AddTheSameEllipseLines) {
+TEST_P(KernelForms, AddTheSameEllipseRows) {
     const std::vector<double> values = RandomRow<double>(40, 2000);
     std::vector<double> prefix(values.size() + 2, 0.0);
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -336,21 +337,22 @@ TEST_P(KernelForms, AddTheSameEllipseLines) {
         const double rim = random() % static_cast<unsigned int>(cell / 3);
         const double width = std::ceil(cell);
         const double inner = random() % 3 == 0 ? width - rim : rim + 3;
-        const SBxEllipseLine line{prefix.data(),
-                                  centres,
-                                  lefts,
-                                  visible,
-                                  0.5 + random() % 4000 / 4000.0 * 1.2 * cell,
-                                  3 * rim,
-                                  3 * inner,
-                                  3 * std::max(inner, width - rim - 3),
-                                  3 * std::max(inner, width - rim)};
-        const auto run = [&line](const SBxKernels& kernels) {
+        const auto reach = [&random, cell] { return 0.5 + random() % 4000 / 4000.0 * 1.2 * cell; };
+        const SBxEllipseRow row{prefix.data(),
+                                centres,
+                                lefts,
+                                visible,
+                                {reach(), reach(), random() % 8 == 0 ? 0.0 : reach()},
+                                3 * rim,
+                                3 * inner,
+                                3 * std::max(inner, width - rim - 3),
+                                3 * std::max(inner, width - rim)};
+        const auto run = [&row](const SBxKernels& kernels) {
             std::vector<double> result(32, 100.0);
-            unsigned char undecided[16];
-            const bool any = kernels.AddEllipseLine(line, result.data(), result.data() + 16, undecided);
-            EXPECT_EQ(any, std::count(undecided, undecided + 16, 1) > 0);
-            result.insert(result.end(), undecided, undecided + 16);
+            unsigned char undecided[48] = {};
+            const bool any = kernels.AddEllipseRow(row, result.data(), result.data() + 16, undecided);
+            EXPECT_EQ(any, std::count(undecided, undecided + 48, 1) > 0);
+            result.insert(result.end(), undecided, undecided + 48);
             return result;
         };
         ASSERT_TRUE(SameBits(run(*m_pPortable), run(*m_pForm))) << round;
