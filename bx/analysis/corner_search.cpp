@@ -63,12 +63,17 @@ private:
         CBxBlockMap maps[2];
         CBxBlockMap either;
         for (int row = 0; row < kBlockRows; ++row) {
+            const CBxRect<int> rowArea = PlaneAreaOf({0, kBlockColumns, row, row + 1});
+            if (rowArea.IsEmpty()) {
+                continue;
+            }
+            m_Source.BeginRanges(rowArea);
             for (int column = 0; column < kBlockColumns; ++column) {
-                const CBxRect<int> area = PlaneAreaOfBlock(row, column);
+                const CBxRect<int> area = PlaneAreaOf({column, column + 1, row, row + 1});
                 if (area.IsEmpty()) {
                     continue;
                 }
-                const CBxRowSource::SRange range = m_Source.RangeOf(area);
+                const CBxRowSource::SRange range = m_Source.RangeOf(area.left, area.right);
                 for (int half = 0; half < 2; ++half) {
                     if (m_pLists[half] != nullptr && RangeMayHoldCorner(range, half, m_pLists[half]->Bar())) {
                         maps[half].Mark(row, column);
@@ -94,9 +99,9 @@ private:
         return memory;
     }
 
-    // The pixels that the corners of a block depend on; empty for a block outside the area of maxima.
-    CBxRect<int> PlaneAreaOfBlock(int row, int column) const {
-        const CBxRect<int> area = BufferArea({column, column + 1, row, row + 1});
+    // The pixels that the corners of some blocks depend on; empty for blocks outside the area of maxima.
+    CBxRect<int> PlaneAreaOf(const SBxBlocks& blocks) const {
+        const CBxRect<int> area = BufferArea(blocks);
         if (area.IsEmpty()) {
             return area;
         }
@@ -159,11 +164,9 @@ private:
         CBxBlockMap gradientMap;
         for (int row = run.top; row < run.bottom; ++row) {
             for (int column = run.left; column < run.right; ++column) {
-                if (!map.IsMarked(row, column)) {
-                    continue;
-                }
                 const SBxGradients gradients = m_Planes.GradientsOfBlock(row, column);
-                if (Matters(gradients.xx, gradients.yy, gradients.trace, list.Bar())) {
+                m_fTrace[row][column] = gradients.trace;
+                if (Matters(gradients.xx, gradients.yy, gradients.trace, list.Bar()) && map.IsMarked(row, column)) {
                     gradientMap.Mark(row, column);
                 }
             }
@@ -181,7 +184,7 @@ private:
         float trace = 0.0f;
         for (int row = blocks.top; row < blocks.bottom; ++row) {
             for (int column = blocks.left; column < blocks.right; ++column) {
-                trace = std::max(trace, m_Planes.GradientsOfBlock(row, column).trace);
+                trace = std::max(trace, m_fTrace[row][column]);
             }
         }
         return m_Planes.ForEachMaximum(
@@ -224,8 +227,9 @@ private:
     CBxCandidateList* m_pLists[2] = {nullptr, nullptr};
 
     CBxCornerPlanes m_Planes;
-    int m_iLeft = 0;  // of the strip, in the plane
-    int m_iTop = 0;   // of the band
+    float m_fTrace[kBlockRows][kBlockColumns];  // bounds of the blocks of the run that was smoothed last
+    int m_iLeft = 0;                            // of the strip, in the plane
+    int m_iTop = 0;                             // of the band
 };
 
 float WeakestOfFullList(const SBxCornerList& list) {

@@ -20,6 +20,8 @@ public:
     virtual void BeginStrip(int left, int width) = 0;
     // Writes the strip's part of a row.
     virtual void Row(float* out, int row) = 0;
-    // Bounds for an area of the plane; they may be wider than the values.
-    virtual SRange RangeOf(const CBxRect<int>& area) const = 0;
+    // The rows and columns in which ranges are asked for next.
+    virtual void BeginRanges(const CBxRect<int>& area) = 0;
+    // Bounds for some columns of that area, in all of its rows; they may be wider than the values.
+    virtual SRange RangeOf(int left, int right) const = 0;
 };

@@ -89,7 +89,8 @@ bool CBxScaledRows::Prepare() {
     m_iRing = m_Columns.Taps() <= kFewTaps ? kFewTaps : kMostTaps;
     const auto ring = width * static_cast<std::size_t>(m_iRing * Components());
     return m_EnlargedRing.Allocate(m_Columns.Enlarges() ? ring : 0) &&
-           m_Ring.Allocate(m_Columns.Enlarges() ? 0 : ring) && m_Scratch.Allocate(2 * width);
+           m_Ring.Allocate(m_Columns.Enlarges() ? 0 : ring) && m_Scratch.Allocate(2 * width) &&
+           (m_eChannel == EChannel::Blue || m_Ranges.Prepare(m_Picture));
 }
 
 std::ptrdiff_t CBxScaledRows::RingOffset(int component, int sourceRow) const {
@@ -169,26 +170,29 @@ void CBxScaledRows::Row(float* out, int row) {
     m_Kernels.Mean(out, green, red, static_cast<std::size_t>(m_iWidth));
 }
 
-CBxRowSource::SRange CBxScaledRows::RangeOf(const CBxRect<int>& area) const {
-    // A sample lies between the source samples that it is made of, except in front of the first row, where no corner
-    // is.
-    const auto first = [this](int target) {
-        return static_cast<int>(m_Columns.Enlarges() ? std::floor((target + 0.5) * m_dStep - 0.5)
-                                                     : std::floor(target * m_dStep));
-    };
-    const auto end = [this](int target) {
-        return static_cast<int>(m_Columns.Enlarges() ? std::floor((target + 0.5) * m_dStep - 0.5) + 2
-                                                     : std::ceil((target + 1) * m_dStep));
-    };
-    const CBxSearchPicture::SRange range =
-        m_Picture.RangeOf({first(area.left), first(area.top), end(area.right - 1), end(area.bottom - 1)});
+// A sample lies between the source samples that it is made of, except in front of the first row, where no corner is.
+int CBxScaledRows::FirstSource(int target) const {
+    return static_cast<int>(m_Columns.Enlarges() ? std::floor((target + 0.5) * m_dStep - 0.5)
+                                                 : std::floor(target * m_dStep));
+}
+
+int CBxScaledRows::EndSource(int target) const {
+    return static_cast<int>(m_Columns.Enlarges() ? std::floor((target + 0.5) * m_dStep - 0.5) + 2
+                                                 : std::ceil((target + 1) * m_dStep));
+}
+
+void CBxScaledRows::BeginRanges(const CBxRect<int>& area) {
+    m_Ranges.Begin(m_Picture, {FirstSource(area.left), FirstSource(area.top), EndSource(area.right - 1),
+                               EndSource(area.bottom - 1)});
+}
+
+CBxRowSource::SRange CBxScaledRows::RangeOf(int left, int right) const {
+    const CBxSearchPicture::SRange range = m_Ranges.RangeOf(FirstSource(left), EndSource(right - 1));
     const float low = static_cast<float>(range.low) / 2.0f;
     const float high = static_cast<float>(range.high) / 2.0f;
-    if (!m_Columns.Enlarges()) {
-        return {low, high, high - low, high - low};
-    }
-    // Neighbours of an enlargement lie a step apart in the source; along a row the places are rounded to thousandths.
+    // Neighbours of a scaled picture are made of samples, or parts of samples, that lie a step apart in the source;
+    // along an enlarged row the places are rounded to thousandths.
     const auto apart = static_cast<float>(m_dStep + 0.002);
-    return {low, high, apart * static_cast<float>(range.alongRows) / 2.0f,
-            apart * static_cast<float>(range.alongColumns) / 2.0f};
+    return {low, high, std::min(high - low, apart * static_cast<float>(range.alongRows) / 2.0f),
+            std::min(high - low, apart * static_cast<float>(range.alongColumns) / 2.0f)};
 }

@@ -51,7 +51,8 @@ public:
     void BeginStrip(int left, int width) override;
     void Row(float* out, int row) override;
     // For the mean of green and red only.
-    SRange RangeOf(const CBxRect<int>& area) const override;
+    void BeginRanges(const CBxRect<int>& area) override;
+    SRange RangeOf(int left, int right) const override;
 
 private:
     static constexpr int kMostTaps = 16;
@@ -60,6 +61,8 @@ private:
     int Components() const { return m_eChannel == EChannel::Blue ? 1 : 2; }
     std::ptrdiff_t RingOffset(int component, int sourceRow) const;
     int PlaceOf(int sourceRow) const { return sourceRow & (m_iRing - 1); }
+    int FirstSource(int target) const;
+    int EndSource(int target) const;
     void MakeSourceRow(int sourceRow);
     void BlendRows(float* out, int component, const int* sourceRows, const double* weights);
 
@@ -78,6 +81,7 @@ private:
     int m_iRingRow[kMostTaps];  // which source row stands in each place
     int m_iLeft = 0;
     int m_iWidth = 0;
+    CBxSearchPicture::CColumnRanges m_Ranges;  // of the source
 };
 
 // The smallest zoom that CBxScaledRows can make; below, a sample covers more source rows than it keeps.

@@ -57,7 +57,8 @@ bool CBxSearchPicture::Prepare(const SBxPicBuf& picture, double smallestZoom) {
     }
     m_iPitch = m_iWidth + kReadAhead;
     const auto planeBytes = static_cast<std::size_t>(m_iPitch) * static_cast<std::size_t>(m_iHeight);
-    if (!m_Planes.Allocate(3 * planeBytes) || !m_Cells.Allocate(cellRows * static_cast<std::size_t>(m_iCellsPerRow))) {
+    if (!m_Planes.Allocate(3 * planeBytes) ||
+        !m_Cells.Allocate(cellRows * static_cast<std::size_t>(m_iCellsPerRow) * kBounds)) {
         return false;
     }
     CBxHeapArray<std::uint16_t> room;
@@ -114,28 +115,50 @@ void CBxSearchPicture::BoundCells(int cellRow, SBoundRows& rows) {
         std::swap(rows.sums, rows.nextSums);
     }
     const auto largest = [](const std::uint16_t* of) { return std::max({of[0], of[1], of[2], of[3]}); };
-    SRange* cells = m_Cells.Data() + static_cast<std::ptrdiff_t>(cellRow) * m_iCellsPerRow;
+    std::uint16_t* cells = m_Cells.Data() + static_cast<std::ptrdiff_t>(cellRow) * m_iCellsPerRow * kBounds;
     for (int cell = 0; cell < m_iCellsPerRow; ++cell) {
         const int x = cell * kCell;
         const std::uint16_t* low = rows.low + x;
-        cells[cell] = {std::min({low[0], low[1], low[2], low[3]}), largest(rows.high + x), largest(rows.alongRows + x),
-                       largest(rows.alongColumns + x)};
+        const int lowest = std::min({low[0], low[1], low[2], low[3]});
+        *cells++ = static_cast<std::uint16_t>(0xFFFF - lowest);
+        *cells++ = largest(rows.high + x);
+        *cells++ = largest(rows.alongRows + x);
+        *cells++ = largest(rows.alongColumns + x);
     }
 }
 
-CBxSearchPicture::SRange CBxSearchPicture::RangeOf(const CBxRect<int>& area) const {
-    const int firstColumn = std::max(0, area.left) / kCell;
+bool CBxSearchPicture::CColumnRanges::Prepare(const CBxSearchPicture& picture) {
+    m_iWidth = picture.m_iWidth;
+    return m_Largest.Allocate(static_cast<std::size_t>(picture.m_iCellsPerRow) * kBounds);
+}
+
+void CBxSearchPicture::CColumnRanges::Begin(const CBxSearchPicture& picture, const CBxRect<int>& area) {
+    m_iFirstColumn = std::max(0, area.left) / kCell;
     const int lastColumn = (std::min(m_iWidth, area.right) - 1) / kCell;
     const int firstRow = std::max(0, area.top) / kCell;
-    const int lastRow = (std::min(m_iHeight, area.bottom) - 1) / kCell;
-    SRange range{0xFFFF, 0, 0, 0};
+    const int lastRow = (std::min(picture.m_iHeight, area.bottom) - 1) / kCell;
+    const int count = (lastColumn - m_iFirstColumn + 1) * kBounds;
+    std::uint16_t* __restrict largest = m_Largest.Data();
+    std::fill_n(largest, count, std::uint16_t{0});
     for (int row = firstRow; row <= lastRow; ++row) {
-        const SRange* cells = m_Cells.Data() + static_cast<std::ptrdiff_t>(row) * m_iCellsPerRow;
-        for (int column = firstColumn; column <= lastColumn; ++column) {
-            const SRange& cell = cells[column];
-            range = {std::min(range.low, cell.low), std::max(range.high, cell.high),
-                     std::max(range.alongRows, cell.alongRows), std::max(range.alongColumns, cell.alongColumns)};
+        const std::uint16_t* cells =
+            picture.m_Cells.Data() +
+            (static_cast<std::ptrdiff_t>(row) * picture.m_iCellsPerRow + m_iFirstColumn) * kBounds;
+        for (int i = 0; i < count; ++i) {
+            largest[i] = cells[i] > largest[i] ? cells[i] : largest[i];
         }
     }
-    return range;
+}
+
+CBxSearchPicture::SRange CBxSearchPicture::CColumnRanges::RangeOf(int left, int right) const {
+    const int firstColumn = std::max(0, left) / kCell - m_iFirstColumn;
+    const int lastColumn = (std::min(m_iWidth, right) - 1) / kCell - m_iFirstColumn;
+    std::uint16_t largest[kBounds] = {};
+    for (int column = firstColumn; column <= lastColumn; ++column) {
+        const std::uint16_t* cell = m_Largest.Data() + static_cast<std::ptrdiff_t>(column) * kBounds;
+        for (int bound = 0; bound < kBounds; ++bound) {
+            largest[bound] = std::max(largest[bound], cell[bound]);
+        }
+    }
+    return {static_cast<std::uint16_t>(0xFFFF - largest[0]), largest[1], largest[2], largest[3]};
 }

@@ -34,10 +34,25 @@ public:
     const unsigned char* Row(EComponent component, int row) const {
         return m_Planes.Data() + (static_cast<std::ptrdiff_t>(component) * m_iHeight + row) * m_iPitch;
     }
-    // Bounds over an area that is not empty, rounded out to cells of kCell pixels; cut to the picture.
-    SRange RangeOf(const CBxRect<int>& area) const;
+    // Bounds over parts of an area, rounded out to cells of kCell pixels and cut to the picture. One thread at a time.
+    class CColumnRanges {
+    public:
+        // Room for areas of a picture. False without memory.
+        [[nodiscard]] bool Prepare(const CBxSearchPicture& picture);
+        // The area, which is not empty.
+        void Begin(const CBxSearchPicture& picture, const CBxRect<int>& area);
+        // Of some columns that lie inside it.
+        SRange RangeOf(int left, int right) const;
+
+    private:
+        // The largest of every column of cells: 65535 - low, high, alongRows, alongColumns.
+        CBxHeapArray<std::uint16_t> m_Largest;
+        int m_iFirstColumn = 0;
+        int m_iWidth = 0;  // of the picture
+    };
 
 private:
+    static constexpr int kBounds = 4;  // of a cell
     static constexpr int kCell = 4;
 
     void SplitRow(const SBxPicBuf& picture, int row);
@@ -50,5 +65,6 @@ private:
     int m_iPitch = 0;
     int m_iCellsPerRow = 0;
     CBxHeapArray<unsigned char> m_Planes;  // blue, green, red
-    CBxHeapArray<SRange> m_Cells;
+    // kBounds for each cell, the first of which is 65535 - low: the larger, the wider.
+    CBxHeapArray<std::uint16_t> m_Cells;
 };

@@ -123,12 +123,13 @@ public:
         const float* from = BX_PicRow<float>(m_Plane, row) + m_iLeft;
         std::copy(from, from + m_iWidth, out);
     }
-    SRange RangeOf(const CBxRect<int>& area) const override {
+    void BeginRanges(const CBxRect<int>& area) override { m_Area = area; }
+    SRange RangeOf(int left, int right) const override {
         SRange range{std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity(),
                      std::numeric_limits<float>::infinity(), std::numeric_limits<float>::infinity()};
-        for (int y = area.top; y < area.bottom; ++y) {
+        for (int y = m_Area.top; y < m_Area.bottom; ++y) {
             const float* row = BX_PicRow<float>(m_Plane, y);
-            for (int x = area.left; x < area.right; ++x) {
+            for (int x = left; x < right; ++x) {
                 range.low = std::min(range.low, row[x]);
                 range.high = std::max(range.high, row[x]);
             }
@@ -140,6 +141,7 @@ private:
     const SBxPicBuf& m_Plane;
     int m_iLeft = 0;
     int m_iWidth = 0;
+    CBxRect<int> m_Area{0, 0, 0, 0};
 };
 
 }  // namespace
