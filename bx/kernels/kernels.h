@@ -19,7 +19,7 @@ struct SBxEllipseRow {
     // A bound closer than this to a sample is not decided here.
     static constexpr double kNear = 1e-6;
 
-    const double* prefix;   // sums of the row's pixels from the left end of the frame, readable one behind the last
+    const double* prefix;   // sums of the row's pixels from the left end of the frame, readable three behind the last
     const double* centres;  // of the ellipses, less half a third, so that sample s lies at s
     const double* lefts;    // of the stamps
     const double* visible;  // width of the stamps that the next ones leave

@@ -37,7 +37,7 @@ struct SBxCandidateCells {
     void Place(const CBxRect<double>& candidate, const CBxSize<int>& stamp, const SBxStampRow* rows,
                const CBxSize<int>& plane);
     // Adds a row of the plane; rows come in ascending order. `prefix` are its sums from the left end of the frame, one
-    // more than pixels, and one more behind them that may hold anything finite.
+    // more than pixels, and three more behind them that may hold anything finite.
     void AddRow(const double* prefix, int row);
 
 private:

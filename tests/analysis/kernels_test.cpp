@@ -319,7 +319,7 @@ TEST_P(KernelForms, FindTheSameSurfaceMaximum) {
 
 TEST_P(KernelForms, AddTheSameEllipseRows) {
     const std::vector<double> values = RandomRow<double>(40, 2000);
-    std::vector<double> prefix(values.size() + 2, 0.0);
+    std::vector<double> prefix(values.size() + 8, 0.0);
     for (std::size_t i = 0; i < values.size(); ++i) {
         prefix[i + 1] = prefix[i] + values[i];
     }
