@@ -21,31 +21,53 @@ constexpr double kSurelyOutside = 1e-9;
 // Below this half width a line may pass between the samples.
 constexpr double kSmallestReach = 0.5;  // thirds of a pixel
 
+// The columns of a row of `width` pixels that an ellipse holds: from `first` up to `end`.
+struct SExtent {
+    int first;
+    int end;
+};
+
+SExtent ExtentOnRow(const SBxEllipse& ellipse, int y, int width) {
+    if (width <= 0) {
+        return {0, 0};
+    }
+    // Whatever the rounding, the closer of two pixels to the centre is held if the other is.
+    int middle = std::clamp(static_cast<int>(ellipse.centre.x), 0, width - 1);
+    if (middle + 1 < width && !ellipse.Holds(middle, y)) {
+        ++middle;
+    }
+    if (!ellipse.Holds(middle, y)) {
+        return {0, 0};
+    }
+    const double height = (y - ellipse.centre.y) / ellipse.b;
+    const double reach = std::fabs(ellipse.a) * std::sqrt(std::max(0.0, 1.0 - height * height));
+    int first = std::clamp(static_cast<int>(ellipse.centre.x - reach), 0, middle);
+    while (!ellipse.Holds(first, y)) {
+        ++first;
+    }
+    while (first > 0 && ellipse.Holds(first - 1, y)) {
+        --first;
+    }
+    int end = std::clamp(static_cast<int>(ellipse.centre.x + reach) + 1, middle + 1, width);
+    while (!ellipse.Holds(end - 1, y)) {
+        --end;
+    }
+    while (end < width && ellipse.Holds(end, y)) {
+        ++end;
+    }
+    return {first, end};
+}
+
 }  // namespace
 
-SBxStampRow BX_StampRow(const SBxPicBuf& stamp, int y) {
-    const auto* row = BX_PicRow<std::uint16_t>(stamp, y);
-    const auto firstFrom = [&](int label) {
-        int x = 0;
-        while (x < stamp.m_iWidth && row[x] < label) {
-            ++x;
-        }
-        return x;
-    };
-    const auto endOf = [&](int label) {
-        int x = stamp.m_iWidth;
-        while (x > 0 && row[x - 1] < label) {
-            --x;
-        }
-        return x;
-    };
-    const SBxStampRow result{firstFrom(1), firstFrom(2), endOf(2), endOf(1)};
-    if (result.rimLeft >= result.rimRight) {
-        return {0, 0, 0, 0};
-    }
-    return result.innerLeft < result.innerRight
-               ? result
-               : SBxStampRow{result.rimLeft, result.rimRight, result.rimRight, result.rimRight};
+SBxStampRow BX_StampRow(double cellWidth, double cellHeight, int y) {
+    const int width = static_cast<int>(std::ceil(cellWidth));
+    const CBxPoint<double> centre{cellWidth / 2, cellHeight / 2};
+    const SBxEllipse ellipse = BX_EllipseOfCell(centre, cellWidth, cellHeight);
+    const SExtent outer = ExtentOnRow({centre, ellipse.a + kRimHalfWidth, ellipse.b + kRimHalfWidth}, y, width);
+    const SExtent inner = ExtentOnRow({centre, ellipse.a - kRimHalfWidth, ellipse.b - kRimHalfWidth}, y, width);
+    return inner.first < inner.end ? SBxStampRow{outer.first, inner.first, inner.end, outer.end}
+                                   : SBxStampRow{outer.first, outer.end, outer.end, outer.end};
 }
 
 void SBxCandidateCells::Place(const CBxRect<double>& candidate, const CBxSize<int>& stamp, const SBxStampRow* rows,

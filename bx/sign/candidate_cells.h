@@ -2,7 +2,6 @@
 #pragma once
 
 #include "geometry.h"
-#include "pic_buf.h"
 #include "sign_format.h"
 
 // The labelled pixels of one row of a stamp: rim from rimLeft to innerLeft and from innerRight to rimRight, inner
@@ -14,7 +13,9 @@ struct SBxStampRow {
     int rimRight;
 };
 
-SBxStampRow BX_StampRow(const SBxPicBuf& stamp, int y);
+// Row y of the stamp of a cell of this size, of which it is part: the labels that CBxSignOp::GenerateSmallWhat gives
+// it.
+SBxStampRow BX_StampRow(double cellWidth, double cellHeight, int y);
 
 // Collects the sums and weights of the 256 cells. A plain record: it lives in arrays.
 struct SBxCandidateCells {

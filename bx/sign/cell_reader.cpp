@@ -33,16 +33,14 @@ bool CBxCellReader::Prepare(const CBxRect<double>* candidates, unsigned int coun
     if (!m_StampRows.Allocate(rows)) {
         return false;
     }
-    CBxOwnedPic stamp;
     SBxStampRow* nextRow = m_StampRows.Data();
     for (unsigned int i = 0; i < count; ++i) {
         const SBxCellGrid grid(candidates[i]);
-        if (CBxSignOp::GenerateSmallWhat(stamp.Pic(), grid.m_dCellWidth, grid.m_dCellHeight) != kBxSuccess) {
-            return false;
-        }
-        m_Candidates[m_uiCount++].Place(candidates[i], {stamp->m_iWidth, stamp->m_iHeight}, nextRow, {width, height});
-        for (int y = 0; y < stamp->m_iHeight; ++y) {
-            *nextRow++ = BX_StampRow(stamp.Pic(), y);
+        const CBxSize<int> stamp{static_cast<int>(std::ceil(grid.m_dCellWidth)),
+                                 static_cast<int>(std::ceil(grid.m_dCellHeight))};
+        m_Candidates[m_uiCount++].Place(candidates[i], stamp, nextRow, {width, height});
+        for (int y = 0; y < stamp.height; ++y) {
+            *nextRow++ = BX_StampRow(grid.m_dCellWidth, grid.m_dCellHeight, y);
         }
     }
     return true;

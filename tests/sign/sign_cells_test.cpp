@@ -6,6 +6,7 @@
 #include <random>
 #include <vector>
 
+#include "candidate_cells.h"
 #include "cell_grid.h"
 #include "owned_pic.h"
 #include "sign_op.h"
@@ -77,6 +78,30 @@ TEST(CellStamp, HasAnInnerEllipseAndARim) {
     EXPECT_EQ(label(15, 12), 4);
     EXPECT_EQ(label(26, 12), 3);
     EXPECT_EQ(label(0, 0), 0);
+}
+
+// Row by row, for whole and broken sizes down to cells that are smaller than the rim.
+TEST(CellStamp, HasRowsThatAreFoundWithoutDrawingIt) {
+    std::mt19937 random(5);
+    for (int round = 0; round < 300; ++round) {
+        const auto size = [&random, round] { return random() % 4000 / (round % 3 == 0 ? 100.0 : 17.0) + 0.3; };
+        const double width = round % 7 == 0 ? std::round(size()) : size();
+        const double height = size();
+        CBxOwnedPic stamp;
+        if (CBxSignOp::GenerateSmallWhat(stamp.Pic(), width, height) != 0) {
+            continue;  // no pixels
+        }
+        for (int y = 0; y < stamp->m_iHeight; ++y) {
+            const auto* labels = BX_PicRow<std::uint16_t>(stamp.Pic(), y);
+            const SBxStampRow row = BX_StampRow(width, height, y);
+            for (int x = 0; x < stamp->m_iWidth; ++x) {
+                const int expected = x >= row.innerLeft && x < row.innerRight ? 2
+                                     : x >= row.rimLeft && x < row.rimRight   ? 1
+                                                                              : 0;
+                ASSERT_EQ(labels[x], expected) << width << " x " << height << " at " << x << ", " << y;
+            }
+        }
+    }
 }
 
 TEST(CellMeans, WeighThePixelsByTheEllipsesShare) {
