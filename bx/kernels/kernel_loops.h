@@ -172,7 +172,6 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.Mean = Mean;
     kernels.ResampleAlong = ResampleAlong;
     kernels.EnlargeAlong = EnlargeAlong;
-    kernels.EnlargeAcross = EnlargeAcross;
     kernels.ResampleAcross = ResampleAcross;
     kernels.SmoothAlong = SmoothAlong;
     kernels.GradientBounds = GradientBounds;

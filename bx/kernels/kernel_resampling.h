@@ -78,7 +78,7 @@ void ResampleAlong(double* out, const unsigned char* in, const int* first, const
     }
 }
 
-void EnlargeAlong(int* __restrict out, const unsigned char* __restrict in, const int* __restrict first,
+void EnlargeAlong(double* __restrict out, const unsigned char* __restrict in, const int* __restrict first,
                   const unsigned int* __restrict shares, std::size_t count) {
     std::size_t i = 0;
     // The samples of a group lie close together in the source: one permutation brings both bytes of every sample to its
@@ -91,7 +91,9 @@ void EnlargeAlong(int* __restrict out, const unsigned char* __restrict in, const
         const __m512i place = _mm512_sub_epi32(_mm512_loadu_si512(first + i), _mm512_set1_epi32(first[i]));
         const __m512i places = _mm512_add_epi32(_mm512_or_si512(place, _mm512_slli_epi32(place, 16)), behind);
         const __m512i pairs = _mm512_maskz_permutexvar_epi8(0x5555555555555555u, places, source);
-        _mm512_storeu_si512(out + i, _mm512_madd_epi16(pairs, _mm512_loadu_si512(shares + i)));
+        const __m512i sums = _mm512_madd_epi16(pairs, _mm512_loadu_si512(shares + i));
+        _mm512_storeu_pd(out + i, _mm512_cvtepi32_pd(_mm512_castsi512_si256(sums)));
+        _mm512_storeu_pd(out + i + kLanes, _mm512_cvtepi32_pd(_mm512_extracti64x4_epi64(sums, 1)));
     }
 #elif defined(__AVX2__)
     constexpr std::size_t kHalf = kWide / 2;
@@ -103,21 +105,14 @@ void EnlargeAlong(int* __restrict out, const unsigned char* __restrict in, const
                                                _mm256_set1_epi32(first[i]));
         const __m256i places = _mm256_add_epi32(_mm256_or_si256(place, _mm256_slli_epi32(place, 16)), behind);
         const __m256i pairs = _mm256_shuffle_epi8(source, places);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i),
-                            _mm256_madd_epi16(pairs, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(shares + i))));
+        const __m256i sums = _mm256_madd_epi16(pairs, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(shares + i)));
+        _mm256_storeu_pd(out + i, _mm256_cvtepi32_pd(_mm256_castsi256_si128(sums)));
+        _mm256_storeu_pd(out + i + kHalf / 2, _mm256_cvtepi32_pd(_mm256_extracti128_si256(sums, 1)));
     }
 #endif
     for (; i < count; ++i) {
         const unsigned char* source = in + first[i];
-        out[i] = static_cast<int>((shares[i] & 0xFFFF) * source[0] + (shares[i] >> 16) * source[1]);
-    }
-}
-
-void EnlargeAcross(float* __restrict out, const int* __restrict upper, const int* __restrict lower, double upperWeight,
-                   double lowerWeight, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        out[i] = static_cast<float>(upperWeight * static_cast<double>(upper[i]) +
-                                    lowerWeight * static_cast<double>(lower[i]));
+        out[i] = static_cast<double>((shares[i] & 0xFFFF) * source[0] + (shares[i] >> 16) * source[1]);
     }
 }
 

@@ -79,11 +79,8 @@ struct SBxKernels {
     // out[i] = (shares[i] & 0xFFFF) * in[first[i]] + (shares[i] >> 16) * in[first[i] + 1], with shares below 0x8000.
     // `first` ascends, by at most one from sample to sample; `in` can be read, though it is not used, for 48 bytes from
     // the first tap of every sample on.
-    void (*EnlargeAlong)(int* out, const unsigned char* in, const int* first, const unsigned int* shares,
+    void (*EnlargeAlong)(double* out, const unsigned char* in, const int* first, const unsigned int* shares,
                          std::size_t count);
-    // out[i] = upperWeight * upper[i] + lowerWeight * lower[i], in double, rounded once.
-    void (*EnlargeAcross)(float* out, const int* upper, const int* lower, double upperWeight, double lowerWeight,
-                          std::size_t count);
     // out[i] = weights[0] * rows[0][i] + ... over `rowCount` rows, in double, rounded once.
     void (*ResampleAcross)(float* out, const double* const* rows, const double* weights, int rowCount,
                            std::size_t count);

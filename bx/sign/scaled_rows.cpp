@@ -88,8 +88,7 @@ bool CBxScaledRows::Prepare() {
     const auto width = static_cast<std::size_t>(m_Columns.ScaledWidth());
     m_iRing = m_Columns.Taps() <= kFewTaps ? kFewTaps : kMostTaps;
     const auto ring = width * static_cast<std::size_t>(m_iRing * Components());
-    return m_EnlargedRing.Allocate(m_Columns.Enlarges() ? ring : 0) &&
-           m_Ring.Allocate(m_Columns.Enlarges() ? 0 : ring) && m_Scratch.Allocate(2 * width) &&
+    return m_Ring.Allocate(ring) && m_Scratch.Allocate(2 * width) &&
            (m_eChannel == EChannel::Blue || m_Ranges.Prepare(m_Picture));
 }
 
@@ -125,7 +124,7 @@ void CBxScaledRows::MakeSourceRow(int sourceRow) {
             }
         }
         if (m_Columns.Enlarges()) {
-            m_Kernels.EnlargeAlong(m_EnlargedRing.Data() + place, source, first, m_Columns.Shares() + m_iLeft, width);
+            m_Kernels.EnlargeAlong(m_Ring.Data() + place, source, first, m_Columns.Shares() + m_iLeft, width);
             continue;
         }
         const double* weights[kMostTaps];
@@ -138,22 +137,19 @@ void CBxScaledRows::MakeSourceRow(int sourceRow) {
 
 // Makes a row of one component out of the ring; `taps` are those of the row.
 void CBxScaledRows::BlendRows(float* out, int component, const int* sourceRows, const double* weights) {
-    const auto width = static_cast<std::size_t>(m_iWidth);
-    if (m_Columns.Enlarges()) {
-        m_Kernels.EnlargeAcross(out, m_EnlargedRing.Data() + RingOffset(component, sourceRows[0]),
-                                m_EnlargedRing.Data() + RingOffset(component, sourceRows[1]),
-                                weights[0] / kScaleWeightSteps, weights[1] / kScaleWeightSteps, width);
-        return;
-    }
     const double* rows[kMostTaps];
     for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
         rows[tap] = m_Ring.Data() + RingOffset(component, sourceRows[tap]);
     }
-    m_Kernels.ResampleAcross(out, rows, weights, m_Columns.Taps(), width);
+    m_Kernels.ResampleAcross(out, rows, weights, m_Columns.Taps(), static_cast<std::size_t>(m_iWidth));
 }
 
 void CBxScaledRows::Row(float* out, int row) {
-    const STaps vertical = RowTaps(row, m_dStep, m_Picture.Height(), m_Columns.Taps());
+    STaps vertical = RowTaps(row, m_dStep, m_Picture.Height(), m_Columns.Taps());
+    if (m_Columns.Enlarges()) {
+        vertical.weights[0] /= kScaleWeightSteps;
+        vertical.weights[1] /= kScaleWeightSteps;
+    }
     int sourceRows[kMostTaps];
     for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
         sourceRows[tap] = std::min(vertical.first + tap, m_Picture.Height() - 1);

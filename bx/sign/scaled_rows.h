@@ -74,7 +74,6 @@ private:
     const SBxKernels& m_Kernels;
 
     // Source rows resampled along the strip: in thousandths where the picture is enlarged.
-    CBxHeapArray<int> m_EnlargedRing;
     CBxHeapArray<double> m_Ring;
     CBxHeapArray<float> m_Scratch;
     int m_iRing = kMostTaps;    // source rows that are kept
