@@ -124,8 +124,10 @@ unsigned char CBxDeepRun::AddFurtherCorners() {
 }
 
 unsigned char CBxDeepRun::Prepare() {
-    return m_Sums.Prepare(m_Picture) && m_Pool.Collect(m_Archive) && m_Softs.Prepare(m_Pool.Count()) ? kBxSuccess
-                                                                                                     : kBxOutOfMemory;
+    return m_Sums.Prepare(m_Picture) && m_Clipped.Prepare(m_Picture) && m_Pool.Collect(m_Archive) &&
+                   m_Softs.Prepare(m_Pool.Count())
+               ? kBxSuccess
+               : kBxOutOfMemory;
 }
 
 double CBxDeepRun::Evidence(double agreement) const {
@@ -159,11 +161,14 @@ void CBxDeepRun::TryAsRead(const SBxGridTrial& trial, EBxDeepStage stage) {
 
 void CBxDeepRun::TryWithComb(const SBxGridTrial& trial, const float* means, EBxDeepStage stage) {
     Try(trial, BX_ToneOfMeans(means), means, stage);
+    float whole[kCellCount];
+    std::copy(means, means + kCellCount, whole);
+    m_Clipped.LeaveOut(whole, trial.pose);
     SBxTone tone;
-    if (BX_FindComb(tone, means) > 0.0f) {
-        Try(trial, tone, means, stage);
+    if (BX_FindComb(tone, whole) > 0.0f) {
+        Try(trial, tone, whole, stage);
         tone.offset += kPeriod / 2 * tone.gain;
-        Try(trial, tone, means, stage);
+        Try(trial, tone, whole, stage);
     }
 }
 
@@ -253,6 +258,7 @@ void CBxDeepRun::TuneTone(SBxTone& tone, const SBxGridTrial& trial, const char* 
     BX_EncodeSign(cells, text);
     float means[kCellCount];
     m_Sums.Means(means, trial.pose, trial.blur);
+    m_Clipped.LeaveOut(means, trial.pose);
     const auto agreement = [&](const SBxTone& candidate) {
         float soft[kCellCount];
         BX_SoftValues(soft, means, candidate);
@@ -288,6 +294,9 @@ double CBxDeepRun::MoveUphill(SBxGridTrial& trial, float* soft, const SBxTone& t
     float means[kCellCount];
     const auto agreement = [&](const SBxGridPose& pose, float* values) {
         m_Sums.Means(means, pose, trial.blur);
+        if (!tone.IsUnchanged()) {
+            m_Clipped.LeaveOut(means, pose);
+        }
         BX_SoftValues(values, means, tone);
         return BX_AgreementOfCells(values, cells);
     };

@@ -6,6 +6,7 @@
 #include <atomic>
 
 #include "blue_sums.h"
+#include "clipped_pixels.h"
 #include "deep_search.h"
 #include "grid_pool.h"
 #include "soft_store.h"
@@ -46,6 +47,7 @@ public:
     CBxCornerArchive& m_Archive;
     const unsigned int m_uiThreads;
     CBxBlueSums m_Sums;
+    CBxClippedPixels m_Clipped;
     CBxGridPool m_Pool;
     CBxSoftStore m_Softs;  // of the pool's grids as they stand, once the first stage has read them
 
@@ -61,6 +63,12 @@ public:
     int ReadMeans(float* means, const SBxGridTrial& trial) {
         m_ulGrids.fetch_add(1, std::memory_order_relaxed);
         return m_Sums.Means(means, trial.pose, trial.blur);
+    }
+
+    // The same for tones that may have been changed: without the cells that have lost the ends of theirs.
+    void ReadWholeCells(float* means, const SBxGridTrial& trial) {
+        ReadMeans(means, trial);
+        m_Clipped.LeaveOut(means, trial.pose);
     }
 
     // Decodes one interpretation and keeps what is worth it. Any thread. Returns the agreement, 0 below notice.

@@ -84,6 +84,7 @@ SBxTone Together(const SBxTone& guess, const SBxTone& comb) {
 void ReadGrid(CBxDeepRun& run, const SPutBack& putBack, const SBxTone& guess, const SBxGridTrial& trial) {
     float means[kCellCount];
     putBack.sums.Means(means, trial.pose, trial.blur);
+    run.m_Clipped.LeaveOut(means, trial.pose);
     run.m_ulGrids.fetch_add(1, std::memory_order_relaxed);
     SBxTone comb;
     if (BX_FindCombBetween(comb, means, kLowestRest, kHighestRest) < kClearComb) {

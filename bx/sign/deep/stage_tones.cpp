@@ -35,7 +35,7 @@ void SearchCombs(CBxDeepRun& run, SCombGrid* grids, std::size_t count) {
     auto find = [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
             float means[kCellCount];
-            run.ReadMeans(means, TrialOf(run, grids[i].pair));
+            run.ReadWholeCells(means, TrialOf(run, grids[i].pair));
             grids[i].score = BX_FindComb(grids[i].tone, means);
         }
         return !run.Ended();
@@ -52,7 +52,7 @@ void SearchCombs(CBxDeepRun& run, SCombGrid* grids, std::size_t count) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
             const SBxGridTrial trial = TrialOf(run, grids[i].pair);
             float means[kCellCount];
-            run.ReadMeans(means, trial);
+            run.ReadWholeCells(means, trial);
             SBxTone tone = grids[i].tone;
             run.Try(trial, tone, means, EBxDeepStage::Tones);
             tone.offset += kPeriod / 2 * tone.gain;

@@ -11,20 +11,11 @@ constexpr double kLineDistance = kPeriod / 2;  // 3: between neighbouring lines 
 constexpr double kFrequencyStep = 0.0005;      // lines a tone
 constexpr float kLeastSpread = 2.5f;           // standard deviation of the means, in tones, that can show a comb
 
-constexpr double kClippedTones = 4.0;
-constexpr double kDoubtfulTones = 20.0;
 constexpr double kClearComb = 0.13;     // twice what anything else shows
 constexpr double kLargestOffset = 1.3;  // tones
 
 bool IsNumber(float value) {
     return value == value;
-}
-
-// Where a gain has cut off the brightest or the darkest pixels, the means of their cells tell little: from 1 down to 0
-// towards the ends of the tones.
-double ShareUnclipped(float mean) {
-    const auto distance = static_cast<double>(std::min(mean, 255.0f - mean));
-    return std::clamp((distance - kClippedTones) / kDoubtfulTones, 0.0, 1.0);
 }
 
 // The mean of the phasors of the means, one turn for each distance of the comb's lines.
@@ -104,8 +95,7 @@ void BX_SoftValues(float* soft, const float* means, const SBxTone& tone) {
         if (tone.exponent != 1.0) {
             mean = 255.0 * std::pow(mean / 255.0, 1.0 / tone.exponent);
         }
-        const double share = tone.IsUnchanged() ? 1.0 : ShareUnclipped(means[cell]);
-        soft[cell] = static_cast<float>(share * std::sin((mean - tone.offset) * perTone));
+        soft[cell] = static_cast<float>(std::sin((mean - tone.offset) * perTone));
     }
 }
 
@@ -135,7 +125,7 @@ float BX_FindCombBetween(SBxTone& tone, const float* means, double lowestGain, d
     double sum = 0.0;
     double squares = 0.0;
     for (int cell = 0; cell < kCellCount; ++cell) {
-        if (IsNumber(means[cell]) && ShareUnclipped(means[cell]) > 0.3) {
+        if (IsNumber(means[cell])) {
             const double mean = means[cell];
             sum += mean;
             squares += mean * mean;

@@ -1,0 +1,69 @@
+#include "clipped_pixels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+
+#include "heap_array.h"
+
+namespace {
+
+constexpr double kMostPixels = 5e5;
+constexpr int kDarkest = 2;  // saving as JPEG moves the ends a little
+constexpr int kBrightest = 253;
+constexpr int kWhole = 1000;
+constexpr float kMostClipped = 90.0f;  // thousandths of a cell
+constexpr double kMostRows = 8.0;      // of an ellipse
+
+}  // namespace
+
+bool CBxClippedPixels::Prepare(const SBxPicBuf& picture) {
+    const double pixels = static_cast<double>(picture.m_iWidth) * picture.m_iHeight;
+    const int factor = std::max(1, static_cast<int>(std::lround(std::sqrt(pixels / kMostPixels))));
+    const int width = picture.m_iWidth / factor;
+    const int height = picture.m_iHeight / factor;
+    m_dScale = 1.0 / factor;
+    m_bAny = false;
+    if (width == 0 || height == 0) {
+        return true;
+    }
+    CBxHeapArray<std::uint16_t> shares;
+    CBxHeapArray<int> counts;
+    if (!shares.Allocate(static_cast<std::size_t>(width) * height) || !counts.Allocate(width)) {
+        return false;
+    }
+    for (int y = 0; y < height; ++y) {
+        std::fill_n(counts.Data(), width, 0);
+        for (int row = y * factor; row < (y + 1) * factor; ++row) {
+            const auto* blue = BX_PicRow<unsigned char>(picture, row);
+            for (int x = 0; x < width * factor; ++x) {
+                counts[x / factor] += blue[3 * x] <= kDarkest || blue[3 * x] >= kBrightest ? 1 : 0;
+            }
+        }
+        for (int x = 0; x < width; ++x) {
+            m_bAny = m_bAny || counts[x] != 0;
+            shares[static_cast<std::size_t>(y) * width + x] =
+                static_cast<std::uint16_t>(counts[x] * kWhole / (factor * factor));
+        }
+    }
+    return !m_bAny || m_Shares.Prepare(shares.Data(), width, height);
+}
+
+void CBxClippedPixels::LeaveOut(float* means, const SBxGridPose& pose) const {
+    if (!m_bAny) {
+        return;
+    }
+    SBxGridPose scaled = pose;
+    for (CBxPoint<double>* point : {&scaled.origin, &scaled.along, &scaled.down}) {
+        *point = {point->x * m_dScale, point->y * m_dScale};
+    }
+    float shares[kCellCount];
+    m_Shares.MeansOfShare(shares, scaled, kEllipseShare, kMostRows, false);
+    for (int cell = 0; cell < kCellCount; ++cell) {
+        if (!(shares[cell] <= kMostClipped)) {
+            means[cell] = std::numeric_limits<float>::quiet_NaN();
+        }
+    }
+}
