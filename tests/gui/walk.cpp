@@ -11,6 +11,7 @@
 #include <QScreen>
 #include <QStyleFactory>
 #include <QTest>
+#include <QTextBrowser>
 #include <QTimer>
 #include <QWindow>
 #include <clocale>
@@ -159,7 +160,10 @@ void PlanTheRest(CWalk& walk, CBxVeridaneGui& window) {
     walk.When("after-detecting", HasNoModal, [&window] { window.OnComboActivated(3); });
     walk.When("zoomed", HasNoModal, [&window] { window.StartSurvival(BX_GetTrials(true)); });
     walk.On<CBxBatchProgressDlg>("survive-progress", [](CBxBatchProgressDlg&) {});
-    walk.On<CBxSurvivalDlg>("survives", [](CBxSurvivalDlg& dialog) { dialog.reject(); });
+    walk.On<CBxSurvivalDlg>("survives", [](CBxSurvivalDlg& dialog) {
+        dialog.findChild<QTextBrowser*>("textPage")->moveCursor(QTextCursor::End);
+    });
+    walk.On<CBxSurvivalDlg>("survives-tables", [](CBxSurvivalDlg& dialog) { dialog.reject(); });
     walk.When("after-surviving", HasNoModal, [press] { press("actionSettings"); });
     walk.On<CBxVRDSettings>("settings", [](CBxVRDSettings& dialog) { dialog.reject(); });
     walk.When("after-settings", HasNoModal, [press] { press("actionAbout"); });
