@@ -44,3 +44,4 @@ file(GLOB documents CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md)
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
         DESTINATION share/doc/veridane COMPONENT documents)
 install(FILES ${documents} DESTINATION share/doc/veridane/docs COMPONENT documents)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/pictures DESTINATION share/doc/veridane/docs COMPONENT documents)

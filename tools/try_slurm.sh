@@ -32,6 +32,13 @@ stop() {
 trap stop EXIT
 trap 'exit 1' INT TERM
 
+# Shows the logs of the daemons behind a reason, and ends.
+give_up() {
+    echo "$1" >&2
+    cat "$folder"/*.log >&2
+    exit 1
+}
+
 start_slurm() {
     mkdir "$folder/state" "$folder/spool" "$folder/run"
     chmod 755 "$folder" "$folder/run"
@@ -71,15 +78,13 @@ END
     munged --force --key-file="$folder/munge.key" --socket="$folder/run/munge.sock" \
         --pid-file="$folder/run/munged.pid" --log-file="$folder/munged.log" --seed-file="$folder/munged.seed"
     export SLURM_CONF="$folder/slurm.conf"
-    slurmctld
-    slurmd -N localhost
+    slurmctld || give_up "slurmctld did not start:"
+    slurmd -N localhost || give_up "slurmd did not start:"
     for _ in $(seq 100); do
         sinfo -h -o %T 2>/dev/null | grep -q idle && return
         sleep 0.2
     done
-    echo "The node did not come up:" >&2
-    cat "$folder"/*.log >&2
-    exit 1
+    give_up "The node did not come up:"
 }
 
 # 24 pictures: every third one is signed, and one is no picture at all.

@@ -6,6 +6,7 @@
 #include "convert_picture.h"
 #include "file_replacement.h"
 #include "output_target.h"
+#include "picture_orientation.h"
 #include "picture_reader.h"
 #include "result.h"
 #include "sign_check.h"
@@ -129,6 +130,16 @@ void PrintGrid(const SBxSurvivalOutcome& outcome, CBxConsole& console) {
     }
 }
 
+// What was read wrongly.
+void PrintOtherTexts(const SBxSurvivalOutcome& outcome, CBxConsole& console) {
+    for (const SBxTrialOutcome& trial : outcome.trials) {
+        if (trial.survival == EBxSurvival::OtherText) {
+            console.Result(BX_DescribeTrial(trial.trial) + ": " + BX_PrintableName(trial.text) +
+                           " was read, which is wrong");
+        }
+    }
+}
+
 void PrintTables(const SBxSurvivalOutcome& outcome, CBxConsole& console) {
     PrintGrid(outcome, console);
     for (const SBxTrialOutcome& trial : outcome.trials) {
@@ -140,6 +151,7 @@ void PrintTables(const SBxSurvivalOutcome& outcome, CBxConsole& console) {
     console.Result("# read, + read only by searching harder, ? the same and not for certain, . lost" +
                    std::string(outcome.Count(EBxSurvival::OtherText) > 0 ? ", x another text" : "") +
                    (outcome.Count(EBxSurvival::Failed) > 0 ? ", ! not tried for want of memory" : ""));
+    PrintOtherTexts(outcome, console);
 }
 
 void Report(const SBxSurvivalOutcome& outcome, const SBxSurviveRequest& request, CBxConsole& console) {
@@ -159,7 +171,8 @@ void Report(const SBxSurvivalOutcome& outcome, const SBxSurviveRequest& request,
 }
 
 std::string WritePage(const SBxSurvivalOutcome& outcome, const SBxPicBuf& picture, const SBxSurviveRequest& request) {
-    const std::string page = BX_MakeSurvivalPage(outcome, picture, request.photo.substr(request.photo.rfind('/') + 1));
+    const std::string page = BX_MakeSurvivalPage(outcome, picture, BX_ReadOrientation(request.photo.c_str()),
+                                                 request.photo.substr(request.photo.rfind('/') + 1));
     if (page.empty()) {
         return "there is not enough memory";
     }

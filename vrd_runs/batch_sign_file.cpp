@@ -43,12 +43,9 @@ public:
 
     void Run() {
         const CBxPictureInWork inWork(m_Batch.progress, m_Run, BX_PrintableName(m_strName));
-        if (!Read() || !Sign()) {
-            return;
-        }
         const std::string output = m_Batch.outputFolder + m_strName;
-        const bool isWritten = EndsWithJpg(m_strName) ? WriteJpeg(output) : WriteWhole(output);
-        if (!isWritten) {
+        if (!Read() || !Sign() || !(EndsWithJpg(m_strName) ? WriteJpeg(output) : WriteWhole(output))) {
+            TellOfOlderResult(output);
             return;
         }
         m_File.end = EBxSignedEnd::kSigned;
@@ -257,6 +254,16 @@ private:
                                !IsNameOfAnotherFile(BX_GetNameOfFile(path)) && IsResultOfThisFile(path) &&
                                ::unlink(path.c_str()) == 0;
         m_File.log.Info((isRemoved ? "An older result was removed: " : "An older result stays: ") + path);
+    }
+
+    // Nobody shall take what an earlier run has made of the file for what this one has.
+    void TellOfOlderResult(const std::string& output) {
+        for (const std::string& path : {output, FreeBitmapName()}) {
+            struct stat facts = {};
+            if (::lstat(path.c_str(), &facts) == 0) {
+                m_File.log.Info("An older result stays: " + path);
+            }
+        }
     }
 
     // Whatever the case of the letters, which some file systems do not tell apart.

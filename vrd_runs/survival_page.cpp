@@ -3,12 +3,14 @@
 #include <QBuffer>
 #include <QPainter>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 
 #include "convert_picture.h"
 #include "large_picture.h"
 #include "localization.h"
+#include "picture_orientation.h"
 #include "printable_text.h"
 #include "result.h"
 
@@ -66,20 +68,23 @@ std::string Translated(const char* text) {
     return Escaped(CBxLocalization::Translate(text));
 }
 
-std::string Heading(const char* text) {
-    return "<h2>" + Translated(text) + "</h2>\n";
+std::string Heading(const std::string& text) {
+    return "<h2>" + text + "</h2>\n";
 }
 
 std::string NumberText(double value, int decimals) {
     char text[40];
-    std::snprintf(text, sizeof(text), "%.*f", decimals, value);
+    std::snprintf(text, sizeof(text), "%s%.*f", value < 0.0 ? "&minus;" : "", decimals, std::abs(value));
     return text;
 }
 
 std::string Cell(const SBxTrialOutcome& trial) {
     const SLook& look = LookOf(trial.survival);
+    const std::string wrong =
+        trial.survival == EBxSurvival::OtherText ? ": " + Escaped(BX_PrintableName(trial.text)) : std::string();
     return std::string("<td align=\"center\" bgcolor=\"") + look.colour + "\" title=\"" +
-           Escaped(BX_DescribeTrial(trial.trial)) + ": " + Translated(look.meaning) + "\">" + look.symbol + "</td>";
+           Escaped(BX_DescribeTrial(trial.trial)) + ": " + Translated(look.meaning) + wrong + "\">" + look.symbol +
+           "</td>";
 }
 
 std::string HeaderCell(const std::string& text) {
@@ -117,8 +122,8 @@ std::string Grid(const SBxSurvivalOutcome& outcome) {
         }
         rows += Cell(*trial);
     }
-    return Heading(BX_MarkText("JPEG quality and scale")) + kTable + "<tr>" + HeaderCell("") + header + "</tr>\n" +
-           rows + "</tr>\n</table>\n";
+    return Heading(Translated(BX_MarkText("JPEG quality and scale"))) + kTable + "<tr>" + HeaderCell("") + header +
+           "</tr>\n" + rows + "</tr>\n</table>\n";
 }
 
 std::string Row(const SBxSurvivalOutcome& outcome, EBxTrialKind kind, const char* title, const char* unit,
@@ -133,7 +138,19 @@ std::string Row(const SBxSurvivalOutcome& outcome, EBxTrialKind kind, const char
         header += HeaderCell(NumberText(trial->trial.amount, decimals) + unit);
         cells += Cell(*trial);
     }
-    return Heading(title) + kTable + "<tr>" + header + "</tr>\n<tr>" + cells + "</tr>\n</table>\n";
+    return Heading(Translated(title) + ", JPEG " + std::to_string(kQualityOfOthers)) + kTable + "<tr>" + header +
+           "</tr>\n<tr>" + cells + "</tr>\n</table>\n";
+}
+
+// The texts that were read and are not the sign; nothing for another outcome.
+std::string WrongTexts(const SBxSurvivalOutcome& outcome, EBxSurvival survival) {
+    std::string texts;
+    for (const SBxTrialOutcome& trial : outcome.trials) {
+        if (trial.survival == survival && survival == EBxSurvival::OtherText) {
+            texts += (texts.empty() ? ": " : ", ") + Escaped(BX_PrintableName(trial.text));
+        }
+    }
+    return texts;
 }
 
 std::string Legend(const SBxSurvivalOutcome& outcome) {
@@ -142,35 +159,53 @@ std::string Legend(const SBxSurvivalOutcome& outcome) {
         const std::size_t count = outcome.Count(look.survival);
         if (count > 0) {
             legend += std::string("<tr><td align=\"center\" bgcolor=\"") + look.colour + "\">" + look.symbol +
-                      "</td><td>" + Translated(look.meaning) + "</td><td align=\"right\">" + std::to_string(count) +
-                      "</td></tr>\n";
+                      "</td><td>" + Translated(look.meaning) + WrongTexts(outcome, look.survival) +
+                      "</td><td align=\"right\">" + std::to_string(count) + "</td></tr>\n";
         }
     }
     return legend + "</table>\n";
 }
 
-// The smaller picture with its frames as JPEG; empty without memory.
-QByteArray DrawPicture(const SBxPicBuf& picture, const std::vector<CBxRect<int>>& carriers) {
-    const CBxSize<int> full = {picture.m_iWidth, picture.m_iHeight};
-    const double factor = std::min(1.0, static_cast<double>(kPictureSide) / std::max(full.width, full.height));
-    const CBxSize<int> size = {std::max(1, static_cast<int>(full.width * factor)),
-                               std::max(1, static_cast<int>(full.height * factor))};
+CBxSize<int> UprightSize(CBxSize<int> stored, int orientation) {
+    return BX_SwapsSides(orientation) ? CBxSize<int>{stored.height, stored.width} : stored;
+}
+
+// The picture made smaller and put upright; nullptr without memory.
+std::unique_ptr<QImage> MakeSmallPicture(const SBxPicBuf& picture, int orientation) {
+    const double factor =
+        std::min(1.0, static_cast<double>(kPictureSide) / std::max(picture.m_iWidth, picture.m_iHeight));
+    const CBxSize<int> size = {std::max(1, static_cast<int>(picture.m_iWidth * factor)),
+                               std::max(1, static_cast<int>(picture.m_iHeight * factor))};
     CBxOwnedPic small;
-    if (BX_ShrinkPicture(small, picture, size) != kBxSuccess) {
-        return QByteArray();
+    CBxOwnedPic upright;
+    if (BX_ShrinkPicture(small, picture, size) != kBxSuccess ||
+        BX_PutUpright(upright, small.Pic(), orientation) != kBxSuccess) {
+        return nullptr;
     }
-    const std::unique_ptr<QImage> image(CBxConvertPicture::GetQImageFromPicBuf(&small.Pic()));
+    return std::unique_ptr<QImage>(CBxConvertPicture::GetQImageFromPicBuf(&upright.Pic()));
+}
+
+// Where a carrier of the stored picture is in an image that shows it upright.
+QRectF FrameOf(const CBxRect<int>& carrier, CBxSize<int> stored, int orientation, const QImage& image) {
+    const auto place = [&](int x, int y) {
+        const CBxPoint<double> point =
+            BX_PutUpright(CBxPoint<double>{static_cast<double>(x), static_cast<double>(y)}, stored, orientation);
+        const CBxSize<int> full = UprightSize(stored, orientation);
+        return QPointF(point.x * image.width() / full.width, point.y * image.height() / full.height);
+    };
+    return QRectF(place(carrier.left, carrier.top), place(carrier.right, carrier.bottom)).normalized();
+}
+
+// The smaller picture with its frames as JPEG; empty without memory.
+QByteArray DrawPicture(const SBxPicBuf& picture, int orientation, const std::vector<CBxRect<int>>& carriers) {
+    const std::unique_ptr<QImage> image = MakeSmallPicture(picture, orientation);
     if (image == nullptr) {
         return QByteArray();
     }
     QPainter painter(image.get());
     for (const CBxRect<int>& carrier : carriers) {
-        const CBxRect<double> frame =
-            BX_MapRectangle({static_cast<double>(carrier.left), static_cast<double>(carrier.top),
-                             static_cast<double>(carrier.right), static_cast<double>(carrier.bottom)},
-                            full, size);
         // Its whole width stays inside the picture.
-        const QRectF drawn = QRectF(frame.left, frame.top, frame.Width(), frame.Height())
+        const QRectF drawn = FrameOf(carrier, {picture.m_iWidth, picture.m_iHeight}, orientation, *image)
                                  .intersected(QRectF(image->rect()).adjusted(2, 2, -2, -2));
         painter.setPen(QPen(Qt::black, 4));
         painter.drawRect(drawn);
@@ -185,9 +220,14 @@ QByteArray DrawPicture(const SBxPicBuf& picture, const std::vector<CBxRect<int>>
 }
 
 constexpr char kStyle[] =
-    "body { font-family: sans-serif; margin: 2em; max-width: 60em; color: #202020; background: #ffffff; }\n"
-    "table { border-collapse: collapse; }\n"
-    "th { font-weight: normal; text-align: right; background: #f0f0f0; }\n"
+    "body { font-family: sans-serif; line-height: 1.4; margin: 2em auto; max-width: 56em; padding: 0 1em;\n"
+    "  color: #202020; background: #ffffff; }\n"
+    "h1 { margin-bottom: 0; }\n"
+    "h2 { font-size: 1.1em; margin: 1.5em 0 0.5em; }\n"
+    "table { border-collapse: collapse; border-color: #ffffff; -webkit-print-color-adjust: exact;\n"
+    "  print-color-adjust: exact; }\n"
+    "td, th { border: 2px solid #ffffff; padding: 0.3em 0.6em; }\n"
+    "th { font-weight: normal; background: #f0f0f0; min-width: 2.6em; }\n"
     "img { max-width: 100%; }\n";
 
 }  // namespace
@@ -196,19 +236,22 @@ char BX_GetMark(EBxSurvival survival) {
     return LookOf(survival).mark;
 }
 
-std::string BX_MakeSurvivalPage(const SBxSurvivalOutcome& outcome, const SBxPicBuf& picture, const std::string& name) {
-    const QByteArray jpeg = DrawPicture(picture, outcome.carriers);
+std::string BX_MakeSurvivalPage(const SBxSurvivalOutcome& outcome, const SBxPicBuf& picture, int orientation,
+                                const std::string& name) {
+    const QByteArray jpeg = DrawPicture(picture, orientation, outcome.carriers);
     if (jpeg.isEmpty()) {
         return std::string();
     }
     const std::string title = Translated(BX_MarkText("What the sign survives"));
+    const CBxSize<int> size = UprightSize({picture.m_iWidth, picture.m_iHeight}, orientation);
     const std::string shown = Escaped(BX_PrintableName(name));
-    return "<!DOCTYPE html>\n<html>\n<head>\n<meta charset=\"utf-8\">\n<title>" + title + ": " + shown +
-           "</title>\n<style>\n" + kStyle + "</style>\n</head>\n<body bgcolor=\"#ffffff\" text=\"#202020\">\n<h1>" +
-           title + "</h1>\n<p><b>" + shown + "</b>, " + std::to_string(picture.m_iWidth) + " &times; " +
-           std::to_string(picture.m_iHeight) + ", " + Translated(BX_MarkText("sign:")) + " <b>" +
-           Escaped(BX_PrintableName(outcome.sign)) + "</b></p>\n<p><img src=\"data:image/jpeg;base64," +
-           jpeg.toBase64().toStdString() + "\" alt=\"\"></p>\n<p>" +
+    return "<!DOCTYPE html>\n<html>\n<head>\n<meta charset=\"utf-8\">\n"
+           "<meta name=\"viewport\" content=\"width=device-width\">\n<title>" +
+           title + ": " + shown + "</title>\n<style>\n" + kStyle +
+           "</style>\n</head>\n<body bgcolor=\"#ffffff\" text=\"#202020\">\n<h1>" + title + "</h1>\n<p><b>" + shown +
+           "</b>, " + std::to_string(size.width) + " &times; " + std::to_string(size.height) + ", " +
+           Translated(BX_MarkText("sign:")) + " <b>" + Escaped(BX_PrintableName(outcome.sign)) +
+           "</b></p>\n<p><img src=\"data:image/jpeg;base64," + jpeg.toBase64().toStdString() + "\" alt=\"\"></p>\n<p>" +
            Translated(BX_MarkText(
                "The frames show where the sign is. Each cell of the tables is a copy that was changed, saved and "
                "searched.")) +

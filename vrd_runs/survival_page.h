@@ -12,5 +12,7 @@ char BX_GetMark(EBxSurvival survival);
 
 // One HTML page in the user's language that needs no other file: the picture, made smaller, with its carriers framed,
 // and coloured grids of what was found. Its tables and colours are those that the text browser of the window knows too.
-// `name` is shown; any bytes. Empty without memory.
-std::string BX_MakeSurvivalPage(const SBxSurvivalOutcome& outcome, const SBxPicBuf& picture, const std::string& name);
+// `picture` is 3_8, as it is stored; the page shows it upright, as its EXIF `orientation` says. `name` is shown; any
+// bytes. Empty without memory.
+std::string BX_MakeSurvivalPage(const SBxSurvivalOutcome& outcome, const SBxPicBuf& picture, int orientation,
+                                const std::string& name);

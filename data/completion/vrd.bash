@@ -28,6 +28,14 @@ _vrd_values() {
         }' | tr '|' ' '
 }
 
+# All options, of the command if one is given.
+_vrd_options() {
+    "${COMP_WORDS[0]}" "$@" --help 2>/dev/null | awk '
+        /^Options:/ { inside = 1; next }
+        /^[^ ]/ { inside = 0 }
+        inside && /^  -/ { gsub(",", " ", $1); print $1 }'
+}
+
 _vrd() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]} program=${COMP_WORDS[0]}
     local command values
@@ -38,7 +46,8 @@ _vrd() {
             /^Subcommands:/ { inside = 1; next }
             /^$/ { inside = 0 }
             inside { print $1 }')
-        mapfile -t COMPREPLY < <(compgen -W "$values --help --version --json --quiet" -- "$current")
+        values+=" $(_vrd_options)"
+        mapfile -t COMPREPLY < <(compgen -W "$values" -- "$current")
         return
     fi
     if [[ $previous == -* && $previous != -- ]]; then
@@ -49,11 +58,7 @@ _vrd() {
         fi
     fi
     if [[ $current == -* ]]; then
-        values=$("$program" "$command" --help 2>/dev/null | awk '
-            /^Options:/ { inside = 1; next }
-            /^[^ ]/ { inside = 0 }
-            inside && /^  -/ { gsub(",", " ", $1); print $1 }')
-        mapfile -t COMPREPLY < <(compgen -W "$values" -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W "$(_vrd_options "$command")" -- "$current")
         return
     fi
     compopt -o filenames 2>/dev/null

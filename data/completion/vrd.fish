@@ -50,7 +50,5 @@ function __vrd_values
 end
 
 complete -c vrd -n 'not __vrd_command >/dev/null' -f -a '(__vrd_commands)'
-complete -c vrd -n 'not __vrd_command >/dev/null' -l help -s h -d 'Print the options'
-complete -c vrd -n 'not __vrd_command >/dev/null' -l version -d 'Print the version'
-complete -c vrd -n '__vrd_command >/dev/null; and string match -q -- "-*" (commandline -ct)' -f -a '(__vrd_options)'
+complete -c vrd -n 'string match -q -- "-*" (commandline -ct)' -f -a '(__vrd_options)'
 complete -c vrd -n '__vrd_command >/dev/null; and test -n "$(__vrd_values)"' -f -k -a '(__vrd_values)'

@@ -16,7 +16,13 @@ if [[ -z $command ]]; then
         /^Subcommands:/ { inside = 1; next }
         /^$/ { inside = 0 }
         inside { name = $1; $1 = ""; sub(/^ +/, ""); print name ":" $0 }')"})
-    commands+=('--help:Print the options' '--version:Print the version')
+    commands+=(${(f)"$($program --help 2>/dev/null | awk '
+        /^Options:/ { inside = 1; next }
+        /^[^ ]/ { inside = 0 }
+        inside && /^  -/ {
+            name = $1; $1 = ""; sub(/^ +/, ""); sub(/.*,/, "", name)
+            print name ":" $0
+        }')"})
     _describe command commands
     return
 fi
@@ -37,7 +43,7 @@ options=(${(f)"$($program $command --help 2>/dev/null | awk '
             choices = $2
             sub(/=.*/, "", choices)
             if (choices ~ /\|/ && choices !~ /[A-Z]/) { gsub(/\|/, " ", choices); value = ":value:(" choices ")" }
-            else if (choices ~ /^(OUT|LIST|FILE|DIR)/) { value = ":file:_files" }
+            else if (choices ~ /^(OUT|LIST|RESULTS|FILE|DIR)/) { value = ":file:_files" }
             else { value = ":" $2 ":" }
         }
         count = split($1, names, ",")

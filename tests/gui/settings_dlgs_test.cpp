@@ -111,6 +111,24 @@ TEST_F(SettingsDialogs, EveryFieldComesBackAsItWasLeft) {
     EXPECT_EQ(m_Changes, 0);
 }
 
+TEST_F(SettingsDialogs, NumbersThatTheFieldsCannotShowStayUntilAnotherIsChosen) {
+    const auto confirm = [](CBxVRDSettings& dialog) {
+        Find<QDialogButtonBox>(dialog, "buttonBox").button(QDialogButtonBox::Ok)->click();
+    };
+    m_Config.m_iMaxThreads = 0;
+    m_Config.m_iCompression = 0;
+    EXPECT_TRUE(Edit(confirm));
+    EXPECT_EQ(m_Config.m_iMaxThreads, 0);
+    EXPECT_EQ(m_Config.m_iCompression, 0);
+    EXPECT_TRUE(Edit([&](CBxVRDSettings& dialog) {
+        Find<QSpinBox>(dialog, "spinBox").setValue(2);
+        Find<QSlider>(dialog, "sliderCompression").setValue(66);
+        confirm(dialog);
+    }));
+    EXPECT_EQ(m_Config.m_iMaxThreads, 2);
+    EXPECT_EQ(m_Config.m_iCompression, 66);
+}
+
 TEST_F(SettingsDialogs, ACancelLeavesTheRecordAlone) {
     EXPECT_FALSE(Edit([](CBxVRDSettings& dialog) {
         Find<QSpinBox>(dialog, "spinBox").setValue(2);
@@ -176,7 +194,7 @@ TEST_F(SettingsDialogs, WorkWithoutLanguagesAndWithNumbersOutOfRange) {
     }));
     EXPECT_EQ(m_Config.m_iLangIndex, 7);
     EXPECT_EQ(m_Config.m_iMaxThreads, 40);
-    EXPECT_EQ(m_Config.m_iCompression, 1);
+    EXPECT_EQ(m_Config.m_iCompression, 0);
 }
 
 TEST_F(SettingsDialogs, OpenTheLogOnTheDesktopWhateverTheFolderIsCalled) {

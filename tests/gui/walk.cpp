@@ -11,6 +11,7 @@
 #include <QScreen>
 #include <QStyleFactory>
 #include <QTest>
+#include <QTextBrowser>
 #include <QTimer>
 #include <QWindow>
 #include <clocale>
@@ -27,6 +28,7 @@
 #include "result_dlgs.h"
 #include "search_options_dlg.h"
 #include "start_up.h"
+#include "survival_dlg.h"
 #include "veridane_gui.h"
 #include "vrd_settings.h"
 
@@ -156,7 +158,13 @@ void PlanSigning(CWalk& walk, CBxVeridaneGui& window, const QString& photo, cons
 void PlanTheRest(CWalk& walk, CBxVeridaneGui& window) {
     const auto press = [&window](const char* action) { window.findChild<QAction*>(action)->trigger(); };
     walk.When("after-detecting", HasNoModal, [&window] { window.OnComboActivated(3); });
-    walk.When("zoomed", HasNoModal, [press] { press("actionSettings"); });
+    walk.When("zoomed", HasNoModal, [&window] { window.StartSurvival(BX_GetTrials(true)); });
+    walk.On<CBxBatchProgressDlg>("survive-progress", [](CBxBatchProgressDlg&) {});
+    walk.On<CBxSurvivalDlg>("survives", [](CBxSurvivalDlg& dialog) {
+        dialog.findChild<QTextBrowser*>("textPage")->moveCursor(QTextCursor::End);
+    });
+    walk.On<CBxSurvivalDlg>("survives-tables", [](CBxSurvivalDlg& dialog) { dialog.reject(); });
+    walk.When("after-surviving", HasNoModal, [press] { press("actionSettings"); });
     walk.On<CBxVRDSettings>("settings", [](CBxVRDSettings& dialog) { dialog.reject(); });
     walk.When("after-settings", HasNoModal, [press] { press("actionAbout"); });
     walk.On<CBxAboutDlg>("about", [](CBxAboutDlg& dialog) { dialog.reject(); });

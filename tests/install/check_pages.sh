@@ -1,11 +1,12 @@
 #!/bin/sh
 # Whether every command of the program has a manual page, and every option a word in it: what is added to the program and
-# forgotten here would otherwise stay undescribed. Whether the completion of bash offers them all.
+# forgotten here would otherwise stay undescribed. Whether the completion of each shell that is installed offers them all.
 #
 #   check_pages.sh PROGRAM SOURCE-FOLDER
 set -eu
 program=$1
 pages=$2/data/man
+completion=$2/data/completion
 faults=0
 
 fault() {
@@ -27,7 +28,41 @@ check_option() {
     grep -qF -e "$escaped" "$1" || fault "$(basename "$1") does not describe $2"
 }
 
+# What the completion of a shell offers behind "vrd", or behind a command: the words that begin with $3, which is "--" or
+# nothing for the commands.
+#
+#   shell command word
+offers() {
+    case $1 in
+        bash)
+            bash -c '. "$1"; COMP_WORDS=("$2" ${3:+"$3"} "$4"); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vrd
+                printf "%s\n" "${COMPREPLY[@]}"' bash "$completion/vrd.bash" "$program" "$2" "$3"
+            ;;
+        fish)
+            PATH="$(dirname "$program"):$PATH" fish --no-config \
+                -c "source '$completion/vrd.fish'; complete -C 'vrd $2${2:+ }$3'" | cut -f 1
+            ;;
+        zsh)
+            # The functions that show what there is print it instead.
+            zsh -fc '_arguments() { print -l -- "${@%%\[*}" }; _describe() { print -l -- "${(@)${(P)2}%%:*}" }
+                offer() { source $1 }; words=($2 ${3:+$3} "$4"); CURRENT=$#words; offer $1' \
+                zsh "$completion/vrd.zsh" "$program" "$2" "$3"
+            ;;
+    esac | grep -e "^${3:-[a-z]}" | sort
+}
+
+# shell command word wanted
+check_offers() {
+    offered=$(offers "$1" "$2" "$3")
+    [ "$offered" = "$(echo "$4" | sort)" ] ||
+        fault "completion of $1 for \"vrd $2 $3\" offers: $(echo "$offered" | tr '\n' ' ')"
+}
+
 commands=$("$program" --help | awk '/^Subcommands:/ { inside = 1; next } /^$/ { inside = 0 } inside { print $1 }')
+shells=""
+for shell in bash fish zsh; do
+    if command -v $shell >/dev/null; then shells="$shells $shell"; else echo "Not checked: the completion of $shell"; fi
+done
 [ -n "$commands" ] || fault "the program names no command"
 for option in $(options ""); do
     check_option "$pages/vrd.1" "$option"
@@ -45,9 +80,12 @@ for command in $commands; do
     for option in $wanted; do
         check_option "$page" "$option"
     done
-    offered=$(bash -c '. "$1"; COMP_WORDS=("$2" "$3" --); COMP_CWORD=2; _vrd; printf "%s\n" "${COMPREPLY[@]}"' \
-        bash "$2/data/completion/vrd.bash" "$program" "$command")
-    [ "$(echo "$offered" | sort)" = "$(echo "$wanted" | sort)" ] ||
-        fault "completion of vrd $command offers: $(echo "$offered" | tr '\n' ' ')"
+    for shell in $shells; do
+        check_offers "$shell" "$command" -- "$wanted"
+    done
+done
+for shell in $shells; do
+    check_offers "$shell" "" -- "$(options "")"
+    check_offers "$shell" "" "" "$commands"
 done
 [ "$faults" -eq 0 ]

@@ -169,6 +169,16 @@ TEST_F(BatchSign, WritesNothingThatDoesNotCarryTheSign) {
     EXPECT_THAT(LinesOf(Log()), Contains("ERROR| The file photo.png was not signed!"));
 }
 
+TEST_F(BatchSign, SaysThatAnEarlierResultStaysWhereTheFileCannotBeSignedAgain) {
+    WritePiece("photo.png", pieces::kGood);
+    ASSERT_FALSE(Run().notAllSigned);
+    const std::string earlier = ReadBytes(m_Folder / "signed/photo.png");
+    WriteBytes(m_Folder / "photo.png", "no picture any more");
+    EXPECT_EQ(Run().signedFiles, 0u);
+    EXPECT_EQ(ReadBytes(m_Folder / "signed/photo.png"), earlier);
+    EXPECT_THAT(LinesOf(Log()), Contains("INFO | An older result stays: " + m_Folder.Path() + "/signed/photo.png"));
+}
+
 TEST_F(BatchSign, RefusesWhatIsSignedAndReplacesEarlierResultsOnly) {
     WritePiece("photo.png", pieces::kGood);
     ASSERT_FALSE(Run().notAllSigned);

@@ -32,6 +32,24 @@ QImage Ramp() {
     return picture;
 }
 
+// The picture that a page carries in itself.
+QImage ShownPicture(const std::string& page) {
+    const std::string start = "data:image/jpeg;base64,";
+    const std::size_t from = page.find(start) + start.size();
+    const QByteArray encoded = QByteArray::fromStdString(page.substr(from, page.find('"', from) - from));
+    return QImage::fromData(QByteArray::fromBase64(encoded), "JPG").convertToFormat(QImage::Format_RGB888);
+}
+
+double MeanDifference(const QImage& one, const QImage& other) {
+    double sum = 0.0;
+    for (int y = 0; y < one.height(); ++y) {
+        for (int x = 0; x < 3 * one.width(); ++x) {
+            sum += std::abs(one.constScanLine(y)[x] - other.constScanLine(y)[x]);
+        }
+    }
+    return sum / (3.0 * one.width() * one.height());
+}
+
 class Survival : public CRunsTest {
 protected:
     void SetUp() override {
@@ -127,17 +145,43 @@ TEST_F(Survival, ACancelEndsItWithoutAResult) {
 
 TEST_F(Survival, ThePageNeedsNoOtherFileAndBelievesNoName) {
     const SBxSurvivalOutcome outcome = Run(kSign, kFewTrials);
-    const std::string page = BX_MakeSurvivalPage(outcome, *m_Picture, "<b>\n&\"'.jpg");
+    const std::string page = BX_MakeSurvivalPage(outcome, *m_Picture, 1, "<b>\n&\"'.jpg");
     EXPECT_THAT(page, HasSubstr("&lt;b&gt;\\n&amp;&quot;'.jpg"));
     EXPECT_THAT(page, Not(HasSubstr("http")));
     EXPECT_THAT(page, HasSubstr("JPEG 10, scale 30 %: lost"));
     EXPECT_THAT(page, HasSubstr("brightness x 0.9: read only by searching harder"));
-    const std::string start = "data:image/jpeg;base64,";
-    const std::size_t from = page.find(start) + start.size();
-    const QByteArray encoded = QByteArray::fromStdString(page.substr(from, page.find('"', from) - from));
-    const QImage shown = QImage::fromData(QByteArray::fromBase64(encoded), "JPG");
+    const QImage shown = ShownPicture(page);
     ASSERT_EQ(shown.size(), QSize(m_Picture->m_iWidth, m_Picture->m_iHeight));
     const CBxRect<int> frame = outcome.carriers.at(0);
     const QColor line = shown.pixelColor(frame.left + (frame.right - frame.left) / 2, std::max(frame.top, 2));
     EXPECT_GT(line.red() + line.green() - 2 * line.blue(), 200) << "its carriers are framed in yellow";
+}
+
+TEST_F(Survival, ThePageShowsAPhotographUprightTogetherWithItsFrames) {
+    SBxSurvivalOutcome outcome;
+    outcome.carriers = {{10, 20, 150, 60}};  // in a picture of 200 x 100
+    QImage ramp = Ramp();
+    const CBxPicBufHolder stored(CBxConvertPicture::GetPicBufFromQImage(&ramp));
+    ASSERT_NE(stored, nullptr);
+    const QImage lying = ShownPicture(BX_MakeSurvivalPage(outcome, *stored, 1, "a.jpg"));
+    const std::string page = BX_MakeSurvivalPage(outcome, *stored, 6, "a.jpg");
+    EXPECT_THAT(page, HasSubstr("100 &times; 200"));
+    const QImage upright = ShownPicture(page);
+    const QImage turned = lying.transformed(QTransform().rotate(90.0)).convertToFormat(QImage::Format_RGB888);
+    ASSERT_EQ(upright.size(), turned.size());
+    EXPECT_LT(MeanDifference(upright, turned), 5.0);
+    EXPECT_GT(MeanDifference(upright, turned.mirrored(true, true)), 20.0);
+}
+
+TEST_F(Survival, ThePageMarksATextThatIsNotTheSignAndNamesIt) {
+    SBxSurvivalOutcome outcome;
+    outcome.sign = kSign;
+    outcome.trials.resize(1);
+    outcome.trials[0].trial = kFewTrials[0];
+    outcome.trials[0].survival = EBxSurvival::OtherText;
+    outcome.trials[0].text = "wrong<1>";
+    const std::string page = BX_MakeSurvivalPage(outcome, *m_Picture, 1, "a.jpg");
+    EXPECT_THAT(page, HasSubstr("title=\"JPEG 95, scale 100 %: another text is read: wrong&lt;1&gt;\">&times;</td>"));
+    EXPECT_THAT(page, HasSubstr("<td>another text is read: wrong&lt;1&gt;</td><td align=\"right\">1</td>"));
+    EXPECT_THAT(page, Not(HasSubstr("<td>read</td>")));
 }

@@ -1,6 +1,7 @@
 #include "dialog_form.h"
 
 #include <QAbstractButton>
+#include <QCheckBox>
 #include <QDesktopServices>
 #include <QDialogButtonBox>
 #include <QFileInfo>
@@ -14,6 +15,8 @@
 #include "gui_text.h"
 
 namespace {
+
+constexpr int kDarkLightness = 128;
 
 QString Translated(const QString& english) {
     return english.isEmpty() ? english : BX_Text(english.toUtf8().constData());
@@ -70,6 +73,17 @@ void GiveKeys(QWidget& form) {
     }
 }
 
+// Styles draw the frame of a check box in a darker shade of the window's colour: on a dark window nobody sees it.
+void MakeBoxesVisible(QWidget& form) {
+    for (QCheckBox* const box : form.findChildren<QCheckBox*>()) {
+        QPalette palette = box->palette();
+        if (palette.color(QPalette::Window).lightness() < kDarkLightness) {
+            palette.setColor(QPalette::Window, palette.color(QPalette::WindowText));
+            box->setPalette(palette);
+        }
+    }
+}
+
 }  // namespace
 
 void BX_TranslateForm(QWidget& form) {
@@ -90,6 +104,7 @@ void BX_TranslateForm(QWidget& form) {
 void BX_PrepareDialog(QDialog& dialog) {
     dialog.setWindowIcon(QIcon(":/res/png/VRD_ICON"));
     BX_TranslateForm(dialog);
+    MakeBoxesVisible(dialog);
 }
 
 void BX_OpenOnDesktop(QWidget* parent, const QString& path) {

@@ -15,6 +15,14 @@ namespace {
 // The search cuts a larger number to this one.
 constexpr int kMostUsefulCores = 12;
 
+// A number from the settings file that the field cannot show stays as it is unless the user chooses another one.
+template <typename Field>
+void TakeChoice(std::int32_t& stored, const Field& field) {
+    if (field.value() != std::clamp<int>(stored, field.minimum(), field.maximum())) {
+        stored = field.value();
+    }
+}
+
 }  // namespace
 
 bool CBxVRDSettings::EditSettings(QWidget* parent, SBxVRDConfig* config, const std::function<void()>& languageChanged) {
@@ -94,8 +102,8 @@ void CBxVRDSettings::accept() {
     if (m_pForm->comboLanguages->currentIndex() >= 0) {
         m_pConfig->m_iLangIndex = m_pForm->comboLanguages->currentIndex();
     }
-    m_pConfig->m_iMaxThreads = m_pForm->spinBox->value();
-    m_pConfig->m_iCompression = m_pForm->sliderCompression->value();
+    TakeChoice(m_pConfig->m_iMaxThreads, *m_pForm->spinBox);
+    TakeChoice(m_pConfig->m_iCompression, *m_pForm->sliderCompression);
     m_pConfig->m_bAskCompression = m_pForm->checkBoxAskCompression->isChecked();
     m_pConfig->m_bLogEnabled = m_pForm->checkBoxEnableLog->isChecked();
     QDialog::accept();

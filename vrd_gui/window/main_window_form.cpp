@@ -58,7 +58,7 @@ void Ui_MainWindow::MakeActions(QMainWindow& window) {
     actionOriginalSize = MakeAction(window, "actionOriginalSize", "ORIGINAL_SIZE", {Qt::CTRL | Qt::Key_1});
     actionSign = MakeAction(window, "actionSign", "SIGN", {Qt::CTRL | Qt::Key_I});
     actionDetect = MakeAction(window, "actionDetect", "DETECT", {Qt::CTRL | Qt::Key_D});
-    actionSurvive = MakeAction(window, "actionSurvive", "DETECT");
+    actionSurvive = MakeAction(window, "actionSurvive", "SURVIVE");
     actionBatchSign = MakeAction(window, "actionBatchSign", "BATCH_SIGN");
     actionBatchDetect = MakeAction(window, "actionBatchDetect", "BATCH_DETECT");
     actionPdfDetect = MakeAction(window, "actionPdfDetect", "PDF_DETECT");
@@ -106,7 +106,7 @@ void Ui_MainWindow::MakeToolBar(QMainWindow& window) {
     comboZoom->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     mainToolBar->addActions({actionOpen, actionSave});
     mainToolBar->addSeparator();
-    mainToolBar->addActions({actionSign, actionDetect});
+    mainToolBar->addActions({actionSign, actionDetect, actionSurvive});
     mainToolBar->addSeparator();
     mainToolBar->addActions({actionBatchSign, actionBatchDetect, actionPdfDetect});
     mainToolBar->addSeparator();

@@ -18,6 +18,7 @@ void CBxVeridaneGui::StartSurvival(const std::vector<SBxTrial>& trials) {
     }
     m_SurviveThread.m_Trials = trials;
     m_SurviveThread.m_strName = BX_ExtractFileName(m_Open.path).toStdString();
+    m_SurviveThread.m_iOrientation = m_Open.orientation;
     StartBatch(m_SurviveThread, BX_Text("Trying What the Sign Survives..."), SLOT(OnSurviveCanceled()));
 }
 

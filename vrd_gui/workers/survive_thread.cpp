@@ -27,7 +27,7 @@ void CBxSurviveThread::run() {
     if (m_Outcome.hasFailed) {
         return;
     }
-    m_strPage = BX_MakeSurvivalPage(m_Outcome, copy.Pic(), m_strName);
+    m_strPage = BX_MakeSurvivalPage(m_Outcome, copy.Pic(), m_iOrientation, m_strName);
     if (m_strPage.empty()) {
         m_Outcome.hasFailed = true;
         m_Outcome.reason = CBxLocalization::Translate("there is not enough memory");

@@ -24,7 +24,8 @@ public:
 
     // Given before the start.
     std::vector<SBxTrial> m_Trials;
-    std::string m_strName;  // of the picture, for people
+    std::string m_strName;   // of the picture, for people
+    int m_iOrientation = 1;  // of the photograph, as in EXIF; the page shows it upright
 
     // Read after `finished`; new for each run.
     SBxSurvivalOutcome m_Outcome;
