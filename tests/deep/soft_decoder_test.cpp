@@ -130,3 +130,12 @@ TEST(SoftDecoder, CalmAndRepetitiveGroundIsTooRegularAndSignsAreNot) {
         EXPECT_TRUE(BX_IsTooRegular(soft, "abc-Z9xyzQ")) << kind;
     }
 }
+
+TEST(SoftDecoder, TextsOfScreensRepeatACharacter) {
+    for (const char* text : {"wF8------M", "WT8-----wJ", "00000", "abcddddd"}) {
+        EXPECT_TRUE(BX_RepeatsItself(text)) << text;
+    }
+    for (const char* text : {"Veri-2026x", "aaaa-aaaa", "1000", ""}) {
+        EXPECT_FALSE(BX_RepeatsItself(text)) << text;
+    }
+}

@@ -10,6 +10,7 @@ namespace {
 
 constexpr int kFarthestDisplacement = 12;  // cells
 constexpr int kFewestCompared = 48;        // pairs of cells
+constexpr int kMostRepetitions = 4;        // of a character in a row
 constexpr double kMostRegularity = 5.5;    // of cells that a sign may be read from
 constexpr double kRegularityOfNoise = 0.7;
 
@@ -69,6 +70,17 @@ double BX_Regularity(const float* soft) {
         }
     }
     return worst;
+}
+
+bool BX_RepeatsItself(const char* text) {
+    int run = 0;
+    for (const char* character = text; *character != 0; ++character) {
+        run = character > text && *character == character[-1] ? run + 1 : 1;
+        if (run == kMostRepetitions + 1) {
+            return true;
+        }
+    }
+    return false;
 }
 
 bool BX_IsTooRegular(const float* soft, const char* text) {

@@ -234,6 +234,9 @@ void CBxDeepRun::KeepHint(const SBxGridTrial& trial, const SBxTone& tone, const 
 void CBxDeepRun::KeepReading(const SBxGridTrial& trial, const SBxTone& tone, const SBxSoftReading& reading,
                              EBxDeepStage stage) {
     const bool isCertain = BX_IsCertain(reading);
+    if (!isCertain && BX_RepeatsItself(reading.m_szText)) {
+        return;
+    }
     pthread_mutex_lock(&m_Mutex);
     if (!m_bHasReading || (isCertain && !m_Finding.m_bCertain) ||
         (isCertain == m_Finding.m_bCertain && reading.m_dAgreement > m_Finding.m_Reading.m_dAgreement)) {
