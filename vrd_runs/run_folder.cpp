@@ -108,8 +108,7 @@ bool MakePrivate(const std::string& name, int& errorNumber) {
 
 CBxRunFolder::~CBxRunFolder() {
     if (m_iDescriptor >= 0) {
-        RemoveFilesIn(m_iDescriptor);
-        ::rmdir(m_strPath.substr(0, m_strPath.size() - 1).c_str());
+        BX_RemoveFolderWithFiles(m_strPath.c_str());  // even without memory
         ::close(m_iDescriptor);
     }
 }
@@ -137,6 +136,7 @@ bool CBxRunFolder::Create(const std::string& parent, std::string& reason) {
         if (isHeld) {
             m_iDescriptor = descriptor;
             m_strPath = path + "/";
+            m_Place.emplace(m_strPath.c_str(), CBxTemporaryPlace::EKind::FolderWithFiles);
             return true;
         }
         if (descriptor >= 0) {
