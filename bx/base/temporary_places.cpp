@@ -2,10 +2,14 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <string.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
+
+#include "base_files.h"
 
 namespace {
 
@@ -17,6 +21,14 @@ struct SSlot {
     std::atomic<bool> isFolder{false};
 };
 SSlot g_slots[kSlots];
+
+bool IsReplacementName(const char* name) {
+    constexpr char kPrefix[] = ".veridane-";
+    constexpr std::size_t kDigits = 16;
+    const std::size_t prefix = sizeof(kPrefix) - 1;
+    return strncmp(name, kPrefix, prefix) == 0 && strspn(name + prefix, "0123456789abcdef") == kDigits &&
+           (name[prefix + kDigits] == '\0' || name[prefix + kDigits] == '.');
+}
 
 }  // namespace
 
@@ -55,6 +67,23 @@ void BX_RemoveFolderWithFiles(const char* path) {
         }
     }
     ::close(folder);
+}
+
+void BX_RemoveLeftoverFiles(const char* folder) {
+    char local[kBxPathBytes];
+    DIR* const entries = BX_GetLocalName(local, folder) ? ::opendir(local) : nullptr;
+    if (entries == nullptr) {
+        return;
+    }
+    while (const dirent* const entry = ::readdir(entries)) {
+        struct stat facts = {};
+        if (IsReplacementName(entry->d_name) &&
+            ::fstatat(::dirfd(entries), entry->d_name, &facts, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(facts.st_mode) &&
+            facts.st_uid == ::geteuid()) {
+            ::unlinkat(::dirfd(entries), entry->d_name, 0);
+        }
+    }
+    ::closedir(entries);
 }
 
 void BX_RemoveTemporaryPlaces() {

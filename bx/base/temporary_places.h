@@ -20,5 +20,9 @@ private:
 // Removes the files in a folder of this process, and the folder itself when nothing else is in it. Takes no memory.
 void BX_RemoveFolderWithFiles(const char* path);
 
+// Removes what killed programs have left of CBxFileReplacement in a folder that belongs to this program alone: regular
+// files of this user named .veridane-<16 hex digits><ending>. Nobody else may be writing there.
+void BX_RemoveLeftoverFiles(const char* folder);
+
 // For a handler that ends the process without unwinding: takes no memory and no lock. Folders that hold folders stay.
 void BX_RemoveTemporaryPlaces();
