@@ -158,6 +158,22 @@ void CFaultScenario::RunAndKill(SFaultTally& tally, double seconds, bool thenAga
     }
 }
 
+void CFaultScenario::RunWithFullDisk(SFaultTally& tally, long mostFileBytes) {
+    const CTemporaryFolder folder;
+    FillFolder(folder.Path());
+    SRunLimits limits = LimitsIn(folder);
+    limits.mostFileBytes = mostFileBytes;
+    const SLimitedRun run = RunLimited(m_Words, limits);
+    const std::string how = "files of at most " + std::to_string(mostFileBytes) + " bytes";
+    Judge(tally, run, folder, how);
+    const std::string said = run.out + run.err;
+    if (run.status != m_Undisturbed.status && said.find("File too large") == std::string::npos &&
+        said.find("Not all the images were signed.") == std::string::npos &&
+        said.find("do not fit") == std::string::npos && said.find("could not be written") == std::string::npos) {
+        tally.faults.push_back(m_strName + ", " + how + ": does not say what is wrong\n" + said);
+    }
+}
+
 void CFaultScenario::Judge(SFaultTally& tally, const SLimitedRun& run, const CTemporaryFolder& folder,
                            const std::string& how) {
     const bool isDone = run.status == m_Undisturbed.status;

@@ -41,6 +41,8 @@ public:
     // A run that is killed after so many seconds. `thenAgain`: runs undisturbed in the same folder after it, which has
     // to take away what the killed one left.
     void RunAndKill(SFaultTally& tally, double seconds, bool thenAgain);
+    // A run on a disk that has no room for files of more than so many bytes.
+    void RunWithFullDisk(SFaultTally& tally, long mostFileBytes);
     // Allocations of an undisturbed run; 0 when they could not be counted.
     long CountAllocations() const;
 

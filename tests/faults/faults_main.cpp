@@ -47,7 +47,7 @@ SFaultTally FailAllocations(CFaultScenario& scenario, int samples, CRandom& rand
 SFaultTally Kill(CFaultScenario& scenario, int count, CRandom& random) {
     SFaultTally tally;
     for (int kill = 0; kill < count; ++kill) {
-        const bool isBatch = scenario.Name().rfind("batch", 0) == 0;
+        const bool isBatch = scenario.Name().rfind("batch", 0) == 0 || scenario.Name() == "pdf-detect";
         scenario.RunAndKill(tally, DrawUpTo(random, 1.05 * scenario.UndisturbedSeconds()), isBatch && kill % 8 == 0);
     }
     return tally;

@@ -36,6 +36,14 @@ TEST_P(Faults, OfMemoryLoseNoFileAndAreNeverTakenForSuccess) {
     EXPECT_GT(tally.refused, 0) << m_Scenario.Name() << ": nothing failed";
 }
 
+TEST_P(Faults, OfTheDiskLoseNoFileAndAreTold) {
+    SFaultTally tally;
+    for (const long mostFileBytes : {3000, 40000, 100000, 300000}) {
+        m_Scenario.RunWithFullDisk(tally, mostFileBytes);
+    }
+    EXPECT_EQ(Told(tally), "") << m_Scenario.Name();
+}
+
 INSTANTIATE_TEST_SUITE_P(Commands, Faults, testing::Range<std::size_t>(0, MakeFaultScenarios().size()));
 
 TEST(SettingsFaults, TwoProgramsThatSaveAtOnceLeaveWholeSettings) {

@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -42,6 +43,12 @@ SLimitedRun RunLimited(const std::vector<std::string>& words, const SRunLimits& 
         ::dup2(::fileno(err), STDERR_FILENO);
         for (const auto& [name, value] : limits.environment) {
             ::setenv(name.c_str(), value.c_str(), 1);
+        }
+        if (limits.mostFileBytes >= 0) {
+            const auto most = static_cast<rlim_t>(limits.mostFileBytes);
+            const struct rlimit limit = {most, most};
+            ::signal(SIGXFSZ, SIG_IGN);
+            ::setrlimit(RLIMIT_FSIZE, &limit);
         }
         program_run::Execute(words, limits.folder);
     }
