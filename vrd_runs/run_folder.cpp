@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -121,6 +122,7 @@ bool CBxRunFolder::Create(const std::string& parent, std::string& reason) {
             break;
         }
         const std::string path = parent + name;
+        std::string withSlash = path + "/";  // now: without memory there must be no folder that nobody removes
         if (::mkdir(path.c_str(), S_IRWXU) != 0) {
             errorNumber = errno;
             if (errno == EEXIST) {
@@ -135,7 +137,7 @@ bool CBxRunFolder::Create(const std::string& parent, std::string& reason) {
                             ::stat(path.c_str(), &facts) == 0;
         if (isHeld) {
             m_iDescriptor = descriptor;
-            m_strPath = path + "/";
+            m_strPath = std::move(withSlash);
             m_Place.emplace(m_strPath.c_str(), CBxTemporaryPlace::EKind::FolderWithFiles);
             return true;
         }

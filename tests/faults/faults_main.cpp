@@ -1,7 +1,8 @@
 // Disturbs the command over and over, and says which promises it broke:
 //
-//   veridane_faults allocations SAMPLES [SEED]   lets allocations fail, this many places in each command
-//   veridane_faults kills COUNT [SEED]           kills each command, and a program that saves settings, so many times
+//   veridane_faults allocations SAMPLES [SEED [COMMAND]]   lets allocations fail, this many places in each command
+//   veridane_faults kills COUNT [SEED [COMMAND]]           kills each command, and a program that saves settings, so
+//   many times
 //
 // Status 0: none was broken.
 #include <algorithm>
@@ -67,7 +68,7 @@ int Tell(const SFaultTally& tally) {
 int main(int argc, char** argv) {
     const bool kills = argc >= 3 && std::strcmp(argv[1], "kills") == 0;
     if (argc < 3 || (!kills && std::strcmp(argv[1], "allocations") != 0)) {
-        std::fprintf(stderr, "veridane_faults allocations SAMPLES [SEED]\nveridane_faults kills COUNT [SEED]\n");
+        std::fprintf(stderr, "veridane_faults allocations|kills COUNT [SEED [COMMAND]]\n");
         return 2;
     }
     const int count = std::max(1, std::atoi(argv[2]));
@@ -84,6 +85,9 @@ int main(int argc, char** argv) {
         status |= Tell(tally);
     }
     for (CFaultScenario& scenario : MakeFaultScenarios()) {
+        if (argc > 4 && scenario.Name() != argv[4]) {
+            continue;
+        }
         if (!scenario.Prepare()) {
             std::printf("%s: does not even work undisturbed\n", scenario.Name().c_str());
             return 2;
