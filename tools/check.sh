@@ -7,6 +7,10 @@
 #   tools/check.sh asan            all tests with the address and undefined-behaviour sanitizers
 #   tools/check.sh tsan            all tests with the thread sanitizer
 #   tools/check.sh fuzz SECONDS    each fuzz target for so long, from its corpus
+#   tools/check.sh faults [SAMPLES]   lets allocations fail all over the command (300 places in each use of it)
+#   tools/check.sh kills [COUNT]      kills the command and a program that saves settings (200 times each)
+#   tools/check.sh load FOLDER MINUTES   keeps the command busy with the pictures of FOLDER and watches memory and answers
+#   tools/check.sh hardening       what makes faults of memory harmless is in the programs
 #   tools/check.sh coverage        how many lines of the product the tests reach; pages in build/coverage/html
 #   tools/check.sh bench           the benchmarks; results are checked before they are timed
 #   tools/check.sh tarball         a tarball that is unpacked and tried elsewhere
@@ -70,12 +74,16 @@ case $verb in
         TSAN_OPTIONS="ignore_noninstrumented_modules=1 halt_on_error=1" tools/test.sh tsan
         ;;
     fuzz) check_fuzz "$@" ;;
+    faults) tools/build.sh release && build/bin/veridane_faults allocations "${1:-300}" ;;
+    kills) tools/build.sh release && build/bin/veridane_faults kills "${1:-200}" ;;
+    load) tools/build.sh release && tools/load.sh "$@" ;;
+    hardening) tools/build.sh release && tests/install/check_hardening.sh build/bin/vrd build/bin/veridane ;;
     coverage) check_coverage ;;
     bench) make bench ;;
     tarball) tools/build_tarball.sh ;;
     deb) tools/build_deb.sh --check ;;
     *)
-        sed -n '2,13s/^# \{0,1\}//p' "$0" >&2
+        sed -n '2,17s/^# \{0,1\}//p' "$0" >&2
         exit 2
         ;;
 esac

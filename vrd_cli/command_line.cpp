@@ -1,18 +1,25 @@
 #include "command_line.h"
 
+#include <cxxabi.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <clocale>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <new>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "commands.h"
+#include "memory_shortage.h"
 #include "sign_op.h"
 #include "stop_request.h"
 #include "system_facts.h"
+#include "temporary_places.h"
 #include "version.h"
 
 namespace {
@@ -352,15 +359,35 @@ int ParseAndRun(std::vector<std::string> words) {
     return AnswerWithoutCommand(words);
 }
 
+// For exceptions that nobody can catch: of the toolkit where it promises none, and of threads. Nothing is unwound, so
+// what is temporary is taken away here.
+[[noreturn]] void EndAtOnce() {
+    BX_RemoveTemporaryPlaces();
+    const std::type_info* const type = abi::__cxa_current_exception_type();
+    if (type == nullptr || *type != typeid(std::bad_alloc)) {
+        std::abort();
+    }
+    constexpr char kMessage[] = "vrd: there is not enough memory\n";
+    ::write(STDERR_FILENO, kMessage, sizeof(kMessage) - 1);
+    ::_exit(static_cast<int>(EBxExit::kError));
+}
+
 }  // namespace
 
 int BX_RunCommandLine(int argc, char** argv) {
+    std::set_terminate(EndAtOnce);
+    int status = static_cast<int>(EBxExit::kError);
     try {
-        return ParseAndRun(std::vector<std::string>(argv + std::min(argc, 1), argv + argc));
+        status = ParseAndRun(std::vector<std::string>(argv + std::min(argc, 1), argv + argc));
     } catch (const std::bad_alloc&) {
+        BX_NoteMemoryShortage();
         std::fputs("vrd: there is not enough memory\n", stderr);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "vrd: %s\n", error.what());
     }
-    return static_cast<int>(EBxExit::kError);
+    if (BX_HadMemoryShortage()) {
+        std::fflush(nullptr);
+        ::_exit(status);
+    }
+    return status;
 }

@@ -6,6 +6,7 @@
 
 #include "commands.h"
 #include "convert_picture.h"
+#include "memory_shortage.h"
 #include "name_list.h"
 #include "picture_reader.h"
 #include "picture_search.h"
@@ -167,6 +168,7 @@ private:
                 m_Results.Append(file, identity, m_Request.deep, RecordOf(search, file, m_Depth));
             }
         } catch (const std::bad_alloc&) {
+            BX_NoteMemoryShortage();
             search.fault = "there is not enough memory";
         }
         const std::lock_guard<std::mutex> lock(m_Mutex);

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <new>
 
+#include "memory_shortage.h"
 #include "run_context.h"
 #include "side_by_side.h"
 #include "stopwatch.h"
@@ -35,6 +36,7 @@ void BX_RunFiles(
             try {
                 work(outcome, index, share.threadsPerFile);
             } catch (const std::bad_alloc&) {
+                BX_NoteMemoryShortage();
                 outcome.reason = "there is not enough memory";
             }
             outcome.seconds = stopwatch.Seconds();

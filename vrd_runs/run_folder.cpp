@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -108,8 +109,7 @@ bool MakePrivate(const std::string& name, int& errorNumber) {
 
 CBxRunFolder::~CBxRunFolder() {
     if (m_iDescriptor >= 0) {
-        RemoveFilesIn(m_iDescriptor);
-        ::rmdir(m_strPath.substr(0, m_strPath.size() - 1).c_str());
+        BX_RemoveFolderWithFiles(m_strPath.c_str());  // even without memory
         ::close(m_iDescriptor);
     }
 }
@@ -122,6 +122,7 @@ bool CBxRunFolder::Create(const std::string& parent, std::string& reason) {
             break;
         }
         const std::string path = parent + name;
+        std::string withSlash = path + "/";  // now: without memory there must be no folder that nobody removes
         if (::mkdir(path.c_str(), S_IRWXU) != 0) {
             errorNumber = errno;
             if (errno == EEXIST) {
@@ -136,7 +137,8 @@ bool CBxRunFolder::Create(const std::string& parent, std::string& reason) {
                             ::stat(path.c_str(), &facts) == 0;
         if (isHeld) {
             m_iDescriptor = descriptor;
-            m_strPath = path + "/";
+            m_strPath = std::move(withSlash);
+            m_Place.emplace(m_strPath.c_str(), CBxTemporaryPlace::EKind::FolderWithFiles);
             return true;
         }
         if (descriptor >= 0) {

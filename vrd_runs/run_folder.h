@@ -1,7 +1,10 @@
 // Folders that a run makes for its temporary files and takes away again.
 #pragma once
 
+#include <optional>
 #include <string>
+
+#include "temporary_places.h"
 
 // A folder of one run's own, named <parent>/.veridane-run-<16 hex digits>/ and readable by nobody else. It is gone at
 // the end of the object with the files in it. The run of a process that was killed leaves its folder behind; the lock
@@ -25,6 +28,7 @@ public:
 private:
     std::string m_strPath;
     int m_iDescriptor = -1;  // of the folder, locked
+    std::optional<CBxTemporaryPlace> m_Place;
 };
 
 // The program's folder for temporary files: the wanted one, or one of another name in the same place when another

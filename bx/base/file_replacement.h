@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "base_files.h"
+#include "temporary_places.h"
 
 // Writes a new version of a file beside it and puts it in place in one step.
 //
@@ -90,4 +91,5 @@ private:
     char m_szTarget[kBxPathBytes] = {};
     char m_szTemporary[kBxPathBytes] = {};
     char m_szReason[512] = {};
+    const CBxTemporaryPlace m_Place{m_szTemporary, CBxTemporaryPlace::EKind::File};
 };

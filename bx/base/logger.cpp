@@ -12,6 +12,26 @@ constexpr char kError[] = "ERROR";
 constexpr std::size_t kMessageBytes = 2000;
 constexpr std::size_t kTimestampBytes = 50;
 constexpr std::size_t kLineExtraBytes = 10;  // separators, newline, zero
+constexpr std::size_t kEscapeBytes = 4;
+
+// Appends a message in which nothing steers a terminal or begins a line: names of files may hold any bytes. Control
+// characters become \n, \t or \xNN, those of two bytes included.
+void AppendPrintable(char*& out, const char* message) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(message);
+    for (; *bytes != 0; ++bytes) {
+        const bool isOfTwo = bytes[0] == 0xC2 && bytes[1] >= 0x80 && bytes[1] < 0xA0;
+        const bool isSecond = bytes[0] >= 0x80 && bytes[0] < 0xA0 &&
+                              bytes != reinterpret_cast<const unsigned char*>(message) && bytes[-1] == 0xC2;
+        if (*bytes == '\n' || *bytes == '\t') {
+            *out++ = '\\';
+            *out++ = *bytes == '\n' ? 'n' : 't';
+        } else if (*bytes < 0x20 || *bytes == 0x7F || isOfTwo || isSecond) {
+            out += std::snprintf(out, kEscapeBytes + 1, "\\x%02x", static_cast<unsigned>(*bytes));
+        } else {
+            *out++ = static_cast<char>(*bytes);
+        }
+    }
+}
 
 }  // namespace
 
@@ -161,12 +181,14 @@ unsigned char CBxLogger::WriteMessage(const char* level, const char* format, va_
     char message[kMessageBytes] = {};
     std::vsnprintf(message, sizeof(message), format, arguments);
 
-    const std::size_t lineBytes = strlen(level) + strlen(message) + strlen(timestamp) + kLineExtraBytes;
+    const std::size_t lineBytes = strlen(level) + kEscapeBytes * strlen(message) + strlen(timestamp) + kLineExtraBytes;
     CBxHeapArray<char> line;
     if (!line.Allocate(lineBytes)) {
         return 1;
     }
-    std::snprintf(line.Data(), lineBytes, "%s|%s| %s\n", timestamp, level, message);
+    char* end = line.Data() + std::snprintf(line.Data(), lineBytes, "%s|%s| ", timestamp, level);
+    AppendPrintable(end, message);
+    std::memcpy(end, "\n", 2);
     return WriteLine(line.Data());
 }
 

@@ -20,7 +20,8 @@
 // Any thread may log; lines of different threads never mix. Opening and closing is for one thread. The flags may change
 // at any time: a line written meanwhile meets the old ones or the new ones.
 //
-// Messages are printf formats with arguments; a message of 2000 bytes or more is cut.
+// Messages are printf formats with arguments; a message of 2000 bytes or more is cut. Control characters in it are
+// written as \n, \t or \xNN, so that each message is one line and none steers a terminal.
 class CBxLogger {
 public:
     CBxLogger();

@@ -4,6 +4,7 @@
 #include "convert_picture.h"
 #include "exif_resolution.h"
 #include "file_replacement.h"
+#include "memory_shortage.h"
 #include "picture_encoder.h"
 #include "picture_reader.h"
 #include "picture_transparency.h"
@@ -128,6 +129,7 @@ bool SaveGuarded(SBxPicBuf& picture, const char* fileName, const SBxWriteOptions
     try {
         return Save(picture, fileName, options, report);
     } catch (const std::bad_alloc&) {
+        BX_NoteMemoryShortage();
         report.SetReason("there is not enough memory");
         return false;
     }
@@ -149,6 +151,7 @@ QImage Decode(const char* fileName, const SBxReadOptions& options, SBxPictureExt
     try {
         image = BX_FlattenImage(image, *options.background);
     } catch (const std::bad_alloc&) {
+        BX_NoteMemoryShortage();
         image = QImage();
     }
     if (image.isNull()) {

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "image_conversion.h"
+#include "memory_shortage.h"
 #include "pic_buf_api.h"
 #include "result.h"
 
@@ -109,6 +110,7 @@ SBxPicBuf* CBxConvertPicture::GetPicBufFromQImage(QImage* image) {
         }
         return RecordFromRgb(*image);
     } catch (const std::bad_alloc&) {
+        BX_NoteMemoryShortage();
         LogErrorDetail("CBxConvertPicture: Image was not converted from QImage to PicBuf!");
         return nullptr;
     }
@@ -126,7 +128,7 @@ QImage* CBxConvertPicture::GetQImageFromPicBuf(SBxPicBuf* picture) {
             return owned.release();
         }
     } catch (const std::bad_alloc&) {
-        // told below
+        BX_NoteMemoryShortage();
     }
     LogInfoDetail("CBxConvertPicture:Image was not converted from PicBuf to QImage");
     return nullptr;

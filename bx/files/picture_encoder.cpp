@@ -7,6 +7,7 @@
 #include <cstring>
 #include <memory>
 
+#include "codec_lookup.h"
 #include "decoder_messages.h"
 #include "image_conversion.h"
 #include "jpeg_encoder.h"
@@ -35,11 +36,16 @@ void DescribeImage(QImage& image, const SBxPictureExtras& extras, const QByteArr
     }
 }
 
+bool CanWrite(QImageWriter& writer) {
+    const CBxCodecLookup lookup;
+    return writer.canWrite();
+}
+
 bool EncodeImage(QByteArray& bytes, const QImage& image, const QByteArray& ending, int quality, SBxFileReport& report) {
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     QImageWriter writer(&buffer, ending);
-    if (ending.isEmpty() || !writer.canWrite()) {
+    if (ending.isEmpty() || !CanWrite(writer)) {
         report.SetReason("its name does not end with the ending of a picture format that can be written");
         return false;
     }

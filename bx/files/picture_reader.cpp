@@ -15,7 +15,9 @@
 #include <mutex>
 #include <new>
 
+#include "codec_lookup.h"
 #include "decoder_messages.h"
+#include "memory_shortage.h"
 #include "picture_transparency.h"
 
 namespace {
@@ -154,16 +156,21 @@ SBxPictureExtras ExtrasOf(const QImage& image, bool hadCanvas) {
     return extras;
 }
 
+bool CanRead(QImageReader& reader) {
+    const CBxCodecLookup lookup;
+    return reader.canRead();
+}
+
 QImage Decode(QFile& file, const char* fileName, SBxFileReport& report, SBxPictureExtras* extras) {
     CBxDecoderMessages messages;
     QImageReader reader(&file);
     reader.setDecideFormatFromContent(true);
     reader.setAutoTransform(false);
-    if (!reader.canRead()) {
+    if (!CanRead(reader)) {
         file.seek(0);
         reader.setDecideFormatFromContent(false);
         reader.setFormat(EndingOf(fileName));
-        if (!reader.canRead()) {
+        if (!CanRead(reader)) {
             TellWhyUndecoded(messages.Take(), "it is not a picture in a known format", report);
             return QImage();
         }
@@ -212,11 +219,13 @@ QImage BX_DecodePicture(const char* fileName, SBxFileReport& report, SBxPictureE
         }
         return Decode(file, fileName, report, extras);
     } catch (const std::bad_alloc&) {
+        BX_NoteMemoryShortage();
         report.SetReason("there is not enough memory for it");
         return QImage();
     }
 }
 
 void BX_LoadPictureDecoders() {
+    const CBxCodecLookup lookup;
     QImageReader::supportedImageFormats();
 }

@@ -220,6 +220,36 @@ TEST_F(FileReplacement, LeavesTheOldFileOnAFullDisk) {
     EXPECT_EQ(ReadBytes(m_Path), "fits");
 }
 
+TEST_F(FileReplacement, OfAKilledProgramIsClearedAwayAndNothingElseIs) {
+    for (const char* const name :
+         {".veridane-0123456789abcdef.conf", ".veridane-fedcba9876543210", ".veridane-0123456789abcde.conf",
+          ".veridane-0123456789abcdef0", "veridane-0123456789abcdef", "veridaneapp.conf"}) {
+        WriteBytes(m_Folder / name, "x");
+    }
+    ASSERT_TRUE(fs::create_directory(m_Folder / ".veridane-1111111111111111"));
+    fs::create_symlink("veridaneapp.conf", m_Folder / ".veridane-2222222222222222");
+    BX_RemoveLeftoverFiles(m_Folder.Path().c_str());
+    EXPECT_FALSE(fs::exists(m_Folder / ".veridane-0123456789abcdef.conf"));
+    EXPECT_FALSE(fs::exists(m_Folder / ".veridane-fedcba9876543210"));
+    EXPECT_EQ(m_Folder.Count(), 6);
+    BX_RemoveLeftoverFiles((m_Folder / "none").c_str());
+}
+
+// What a handler does that ends the process without unwinding.
+TEST_F(FileReplacement, LeavesNothingWhenTheProgramEndsAtOnce) {
+    CBxFileReplacement replacement;
+    ASSERT_EQ(replacement.Begin(m_Path.c_str()), 0);
+    ASSERT_EQ(replacement.Write("new", 3), 0);
+    const std::string folder = m_Folder / "run/";
+    ASSERT_TRUE(fs::create_directory(folder));
+    for (int i = 0; i < 300; ++i) {
+        WriteBytes(folder + std::to_string(i) + "_a_name_that_takes_some_room.ppm", "x");
+    }
+    const CBxTemporaryPlace place(folder.c_str(), CBxTemporaryPlace::EKind::FolderWithFiles);
+    BX_RemoveTemporaryPlaces();
+    EXPECT_EQ(m_Folder.Count(), 0);
+}
+
 TEST_F(FileReplacement, LeavesAWholeFileWhereverItIsKilled) {
     if (!CanTraceChildren()) {
         GTEST_SKIP() << "this machine does not let a process trace its child";

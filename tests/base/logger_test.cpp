@@ -122,6 +122,23 @@ TEST_F(Logger, PrintsMessagesVerbatimAndCutsLongOnes) {
     EXPECT_THAT(Lines(), testing::ElementsAre(kStarted, "|ERROR| 100%s%n.jpg", "|ERROR| " + std::string(1999, 'x')));
 }
 
+// A name of a file can hold any byte but two.
+TEST_F(Logger, LetsNoMessageSteerATerminalOrForgeALine) {
+    CBxLogger logger;
+    ASSERT_EQ(logger.OpenNewLog(m_Path.c_str(), false, true), 0);
+    EXPECT_EQ(logger.LogInfo("Cannot read %s", "a\n2026/01/01 00:00:00|ERROR| b\033[2J\r\x7f\xC2\x9Bm\t\xC3\xA4.jpg"),
+              0);
+    EXPECT_EQ(logger.LogInfo("%s", std::string(1999, '\a').c_str()), 0);
+    std::string bells;
+    for (int i = 0; i < 1999; ++i) {
+        bells += "\\x07";
+    }
+    EXPECT_THAT(Lines(), testing::ElementsAre(kStarted,
+                                              "|INFO | Cannot read a\\n2026/01/01 00:00:00|ERROR| b\\x1b[2J\\x0d\\x7f"
+                                              "\\xc2\\x9bm\\t\xC3\xA4.jpg",
+                                              "|INFO | " + bells));
+}
+
 TEST_F(Logger, NoticesALineThatCannotBeWritten) {
     CBxLogger logger;
     ASSERT_EQ(logger.OpenLog("/dev/full", false, true), 0);

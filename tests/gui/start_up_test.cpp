@@ -33,6 +33,7 @@ public:
     }
 
     bool IsStarted() const { return m_IsStarted; }
+    qint64 Id() const { return m_Process.processId(); }
 
     // Waits until the log has this many lines with the text.
     bool WaitForLog(const CTemporaryFolder& home, const char* text, int count = 1) {
@@ -137,6 +138,24 @@ TEST(Program, EndsCleanlyWhenAskedToAndRemembersACrash) {
     ASSERT_TRUE(crashing.WaitForLog(home, "GUI started.", 2));
     EXPECT_EQ(crashing.End(SIGKILL), -1);
     EXPECT_THAT(SettingsOf(home), testing::HasSubstr(kMarkerSet));
+}
+
+TEST(Program, HasNoMemoryThatIsBothWritableAndExecutableAndClearsAwayWhatAKilledOneLeft) {
+    const CTemporaryFolder home;
+    const std::string leftover = home / ".Veridane/.veridane-0123456789abcdef.conf";
+    std::filesystem::create_directory(home / ".Veridane");
+    WriteBytes(leftover, "[General]\n");
+    CProgram program(home, {VERIDANE_SAMPLES "/cat.png"});
+    ASSERT_TRUE(program.WaitForLog(home, "Reading the image"));
+    std::ifstream maps("/proc/" + std::to_string(program.Id()) + "/maps");
+    int count = 0;
+    for (std::string line; std::getline(maps, line); ++count) {
+        const std::string rights = line.substr(line.find(' ') + 1, 3);
+        EXPECT_FALSE(rights[1] == 'w' && rights[2] == 'x') << line;
+    }
+    EXPECT_GT(count, 50);
+    EXPECT_FALSE(std::filesystem::exists(leftover));
+    EXPECT_EQ(program.End(SIGTERM), 0);
 }
 
 // The first one's end leaves the marker to the one that still runs.

@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -102,6 +104,27 @@ TEST_F(ChildProcess, ACancelEndsIt) {
     const SBxChildResult result = BX_RunChild(script, {}, [this] { return !ReadBytes(m_Folder / "parent").empty(); });
     EXPECT_EQ(result.end, EBxChildEnd::kCancelled);
     EXPECT_TRUE(IsGone("parent"));
+}
+
+// Orphans come to this process, which can then wait for their end.
+TEST_F(ChildProcess, EndsWithAParentThatIsKilled) {
+    ASSERT_EQ(::prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
+    const std::string script = WriteScript("echo $$ > " + m_Folder / "pid; exec sleep 1000");
+    const pid_t parent = ::fork();
+    if (parent == 0) {
+        BX_RunChild(script, {}, [this] {
+            const bool isAtWork = ReadBytes(m_Folder / "pid").find('\n') != std::string::npos;
+            return isAtWork && ::raise(SIGKILL) == 0;
+        });
+        ::_exit(1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(parent, &status, 0), parent);
+    ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+    const pid_t orphan = std::stoi(ReadBytes(m_Folder / "pid"));
+    ASSERT_EQ(::waitpid(orphan, &status, 0), orphan);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+    ::prctl(PR_SET_CHILD_SUBREAPER, 0);
 }
 
 TEST_F(ChildProcess, ACrashIsToldFromAnExit) {

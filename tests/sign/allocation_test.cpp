@@ -1,10 +1,13 @@
-// Every allocation of a detection and of an insertion fails once: the result is 6, and nothing is lost or leaked (which
-// the address sanitizer would tell).
+// Every allocation of a detection, of an insertion and of a deep search fails once: the result is 6, and nothing is
+// lost or leaked (which the address sanitizer would tell).
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdlib>
+#include <memory>
+#include <new>
 
+#include "deep_search.h"
 #include "sign_op.h"
 #include "test_pictures.h"
 
@@ -34,14 +37,21 @@ void* __wrap_calloc(std::size_t count, std::size_t size) {
 void* __wrap_realloc(void* old, std::size_t size) {
     return Fails() ? nullptr : __real_realloc(old, size);
 }
+// operator new(std::size_t, const std::nothrow_t&)
+void* __real__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag);
+void* __wrap__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag) {
+    return Fails() ? nullptr : __real__ZnwmRKSt9nothrow_t(size, tag);
+}
 }
 
 namespace {
 
 // Runs `work` with the n-th allocation failing, for n = 0, 1, .. until one run needs no more than n. Returns how many
-// runs failed.
+// runs failed. A sort that gets no buffer does without and changes nothing.
 template <typename Work>
 int FailEach(Work work) {
+    const unsigned char undisturbed = work();
+    EXPECT_NE(undisturbed, 6);
     int failed = 0;
     for (long n = 0;; ++n) {
         g_allocations = 0;
@@ -49,12 +59,12 @@ int FailEach(Work work) {
         const unsigned char result = work();
         const bool reached = g_allocations.load() > n;
         g_failAt = -1;
+        EXPECT_TRUE(result == 6 || result == undisturbed) << "allocation " << n << ": " << static_cast<int>(result);
+        failed += result == 6 ? 1 : 0;
         if (!reached) {
-            EXPECT_NE(result, 6) << "nothing failed";
+            EXPECT_EQ(result, undisturbed);
             return failed;
         }
-        EXPECT_EQ(result, 6) << "allocation " << n;
-        ++failed;
     }
 }
 
@@ -107,4 +117,29 @@ TEST(AllocationFailure, OfTheChoiceOfCarriersIsResultSix) {
                   return CBxSignOp::GetMaxNoOfRectangles(rects, count);
               }),
               2);
+}
+
+// On one thread, so that allocation n is the same in each run; beyond the first, every 29th.
+TEST(AllocationFailure, OfADeepSearchIsResultSixOrChangesNothing) {
+    CBxOwnedPic picture = MakeTexturedPicture(96, 80, 5);
+    const auto search = [&](long failAt) {
+        const auto archive = std::make_unique<CBxCornerArchive>();
+        SBxSignRun run;
+        SBxDeepFinding finding;
+        g_allocations = 0;
+        g_failAt = failAt;
+        const unsigned char result = BX_SearchDeep(run, picture.Pic(), *archive, 1, finding, nullptr);
+        g_failAt = -1;
+        return result;
+    };
+    const unsigned char undisturbed = search(-1);
+    const long allocations = g_allocations;
+    int failed = 0;
+    for (long n = 0; n < allocations; n += n < 30 ? 1 : 29) {
+        const unsigned char result = search(n);
+        EXPECT_TRUE(result == 6 || result == undisturbed) << "allocation " << n << ": " << static_cast<int>(result);
+        failed += result == 6 ? 1 : 0;
+    }
+    EXPECT_EQ(undisturbed, 1);
+    EXPECT_GT(failed, 40);
 }

@@ -25,6 +25,7 @@
 #include "sign_op.h"
 #include "splash.h"
 #include "stop_signals.h"
+#include "temporary_places.h"
 #include "veridane_gui.h"
 
 namespace {
@@ -106,6 +107,9 @@ private:
         BX_BuildFolders(m_Config);
         BX_JoinPath(m_szSettingsPath, m_Config.m_szDataFolder, "veridaneapp.conf");
         m_Marker.Begin(m_Config.m_szDataFolder);
+        if (!m_Marker.DoOthersRun()) {
+            BX_RemoveLeftoverFiles(m_Config.m_szDataFolder);  // of a copy that was killed while it saved its settings
+        }
         SBxVRDConfig::LoadConfiguration(m_Config, m_szSettingsPath);
         // The marker of a copy that still runs is no crash.
         m_Config.m_bCrashedAtLastRun = m_Config.m_bCrashedLastTime && !m_Marker.DoOthersRun();
@@ -255,6 +259,8 @@ void BX_StartLocalization(SBxVRDConfig& config, bool logMissing) {
 }
 
 int BX_RunApplication(int argc, char** argv) {
+    // The toolkit would compile patterns into memory that is writable and executable at once.
+    ::setenv("QT_ENABLE_REGEXP_JIT", "0", 0);
     CBxLogger logger;
     int code = kExceptionCode;
     try {
