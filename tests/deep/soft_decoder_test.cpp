@@ -26,9 +26,9 @@ std::string RandomText(std::mt19937& random, std::size_t length) {
 void MakeSoft(float* soft, const std::string& text, double deviation, std::mt19937& random) {
     int cells[kCellCount];
     BX_EncodeSign(cells, text.c_str());
-    std::normal_distribution<double> noise(0.0, deviation);
+    std::normal_distribution<double> noise(0.0, 1.0);
     for (int cell = 0; cell < kCellCount; ++cell) {
-        const double mean = 90.0 + (cells[cell] == 0 ? 1.5 : 4.5) + noise(random);
+        const double mean = 90.0 + (cells[cell] == 0 ? 1.5 : 4.5) + deviation * noise(random);
         soft[cell] = static_cast<float>(std::sin(mean * 3.14159265358979 / 3.0));
     }
 }
