@@ -70,19 +70,24 @@ TEST_F(BatchSign, GoesOnPastWhatIsNoPictureInTheOrderOfTheListing) {
     EXPECT_STREQ(BX_GetMessage(Run()), "Batch sign finished.");
 }
 
+// The change of each pixel is drawn by chance, and so is, within limits, the first quality that carries the sign.
 TEST_F(BatchSign, RaisesTheQualityUntilTheSignSurvives) {
-    WritePiece("photo.jpg", pieces::kNeedsFullQuality);
-    const SBxBatchSignOutcome outcome = Run(1, 60);
-    EXPECT_FALSE(outcome.notAllSigned);
+    WritePiece("photo.jpg", pieces::kGood);
+    EXPECT_FALSE(Run(1, 10).notAllSigned);
     const std::string output = m_Folder / "signed/photo.jpg";
+    const std::vector<std::string> lines = LinesOf(Log());
     std::vector<std::string> expected = {"INFO | *** LOG SESSION STARTED  ***"};
-    for (const char* quality : {"60", "70", "80", "90", "100"}) {
+    for (const char* quality : {"10", "33", "55", "78", "100"}) {
         expected.push_back("INFO | Saving the " + output + " with JPEG quality=" + quality);
+        if (lines.size() == expected.size() + 2) {
+            break;
+        }
         expected.push_back("ERROR| Sign is corrupted because of the JPEG comression.");
     }
-    expected.back() = "INFO | The " + output + " was successfully written.";
+    EXPECT_GT(expected.size(), 2u);
+    expected.push_back("INFO | The " + output + " was successfully written.");
     expected.push_back("INFO | *** LOG SESSION FINISHED ***");
-    EXPECT_EQ(LinesOf(Log()), expected);
+    EXPECT_EQ(lines, expected);
     EXPECT_EQ(SignIn(output), kSign);
 }
 
@@ -107,13 +112,13 @@ TEST_F(BatchSign, FallsBackToABitmapUnderANameThatNobodyElseHas) {
 }
 
 TEST_F(BatchSign, LeavesNoOlderResultOfTheOtherFormatBehind) {
-    WritePiece("photo.jpg", pieces::kNeedsFullQuality);
+    WritePiece("photo.jpg", pieces::kGood);
     const std::string jpeg = m_Folder / "signed/photo.jpg";
     const std::string bitmap = m_Folder / "signed/photo.jpg.bmp";
     ASSERT_EQ(Run(1, 100).signedFiles, 1u);
     QImage signedPicture(QString::fromStdString(jpeg));
     // As if the run had fallen back to a bitmap.
-    WritePiece("photo.jpg", pieces::kNeedsFullQuality);
+    WritePiece("photo.jpg", pieces::kGood);
     ASSERT_TRUE(signedPicture.save(QString::fromStdString(bitmap)));
     ASSERT_EQ(SignIn(bitmap), kSign);
     std::filesystem::remove(jpeg);

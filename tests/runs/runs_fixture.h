@@ -20,10 +20,9 @@
 
 // Pieces of a sample photograph, small enough to be signed in no time, that take a sign in different ways.
 namespace pieces {
-inline constexpr QRect kGood(60, 20, 220, 200);              // a JPEG of quality 90 carries it
-inline constexpr QRect kNeedsFullQuality(100, 100, 96, 80);  // only a JPEG of quality 100 carries it
-inline constexpr QRect kNeedsBitmap(200, 60, 48, 48);        // no JPEG carries it
-inline constexpr QRect kCarriesNothing(100, 100, 60, 60);    // not even without loss
+inline constexpr QRect kGood(60, 20, 220, 200);            // a JPEG of quality 90 carries it
+inline constexpr QRect kNeedsBitmap(200, 60, 48, 48);      // no JPEG carries it
+inline constexpr QRect kCarriesNothing(100, 100, 60, 60);  // not even without loss
 }  // namespace pieces
 
 class CRunsTest : public testing::Test {
