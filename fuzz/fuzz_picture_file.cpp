@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::size_t kMostInputBytes = 1 << 18;
 constexpr int kMostSideSearched = 200;
+constexpr int kMostSideOfAllZooms = 40;  // larger ones at one zoom
 constexpr std::int64_t kMostPixelsOfQuickRead = 1 << 20;
 
 // Pictures between a megapixel and the most that is read take long and show nothing new.
@@ -51,7 +52,8 @@ void Search(SBxPicBuf& picture) {
         return;
     }
     SBxSignRun run;
-    const SBxSearchResult result = BX_SearchPicture(run, picture, 1);
+    const SBxSearchResult result =
+        side > kMostSideOfAllZooms ? BX_CheckPicture(run, picture, 1) : BX_SearchPicture(run, picture, 1);
     Require(result.code == 0 || result.code == 1);
     if (result.code == 0) {
         Require(result.sign.size() >= 6 && result.sign.size() <= 10 && std::isfinite(result.zoom));
