@@ -74,7 +74,7 @@ check_fuzz() {
 check_coverage() {
     tools/install_packages.sh tools
     cmake -G Ninja -S . -B build/coverage -DCMAKE_BUILD_TYPE=Debug -DVERIDANE_BENCHMARKS=OFF \
-        -DCMAKE_CXX_FLAGS="--coverage -O1" >/dev/null
+        -DCMAKE_CXX_FLAGS="--coverage -fprofile-update=atomic -O1" >/dev/null
     cmake --build build/coverage
     find build/coverage -name '*.gcda' -delete
     QT_QPA_PLATFORM=offscreen ctest --test-dir build/coverage -j "$(nproc)" --no-tests=error --output-on-failure
