@@ -43,7 +43,7 @@ fuzz_options() {
     case $1 in
         localization_file) echo "-max_len=4096" ;;
         settings_file) echo "-max_len=8192" ;;
-        picture_file) echo "-max_len=20000 -timeout=60" ;;
+        picture_file) echo "-max_len=20000 -timeout=60 -close_fd_mask=2" ;;
         command_line) echo "-max_len=2048 -close_fd_mask=3" ;;
     esac
 }
