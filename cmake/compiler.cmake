@@ -1,6 +1,9 @@
 # Flags that every target gets.
 
 add_compile_options(-Wall -Wextra -Wshadow -Wno-unused-result)
+if(VERIDANE_WARNINGS_AS_ERRORS)
+  add_compile_options(-Werror)
+endif()
 
 # A sign is read from cell means that differ in the last bits between machines as soon as the compiler may fuse a
 # product and a sum. Contraction stays off everywhere, and nothing here may ever turn fast-math on.

@@ -1,21 +1,13 @@
 // Takes any bytes apart as a JPEG stream and puts them together again.
-#include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
+#include "fuzz_target.h"
 #include "jpeg_segments.h"
 
 namespace {
 
 constexpr unsigned int kMostInputBytes = 1U << 24;
-
-// Ends the program, for the fuzzer and the tests to see.
-void Require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
 
 // What was read to its end is written so that it reads as the same sections with the same image data.
 void RequireSameAgain(const JPEGData* data, const unsigned char* bytes, unsigned int size) {

@@ -3,15 +3,15 @@
 #
 #   tools/check.sh format          clang-format has nothing to change
 #   tools/check.sh files           desktop entry, metainfo, manual pages and scripts are well formed
-#   tools/check.sh tidy [FILE..]   clang-tidy has nothing to say, of the engine and the command unless told
+#   tools/check.sh tidy [FILE..]   clang-tidy has nothing to say, of all sources unless told
 #   tools/check.sh asan            all tests with the address and undefined-behaviour sanitizers
 #   tools/check.sh tsan            all tests with the thread sanitizer
-#   tools/check.sh fuzz SECONDS    each fuzz target for so long, from its corpus
+#   tools/check.sh fuzz SECONDS [TARGET..]  each fuzz target for so long, from its corpus, or those that are named
 #   tools/check.sh faults [SAMPLES]   lets allocations fail all over the command (300 places in each use of it)
 #   tools/check.sh kills [COUNT]      kills the command and a program that saves settings (200 times each)
 #   tools/check.sh load FOLDER MINUTES   keeps the command busy with the pictures of FOLDER and watches memory and answers
 #   tools/check.sh hardening       what makes faults of memory harmless is in the programs
-#   tools/check.sh coverage        how many lines of the product the tests reach; pages in build/coverage/html
+#   tools/check.sh coverage        how many lines and branches of each folder the tests reach; build/coverage/html
 #   tools/check.sh bench           the benchmarks; results are checked before they are timed
 #   tools/check.sh tarball         a tarball that is unpacked and tried elsewhere
 #   tools/check.sh deb             the Debian packages, with their tests and lintian
@@ -34,31 +34,58 @@ check_files() {
 check_tidy() {
     tools/install_packages.sh tools
     cmake --preset release >/dev/null
-    if [ $# -gt 0 ]; then printf '%s\0' "$@"; else git ls-files -z 'bx/*.cpp' 'vrd_cli/*.cpp' 'vrd_runs/*.cpp'; fi |
-        xargs -0 -P "$(nproc)" -n 4 clang-tidy -p build --quiet --warnings-as-errors='*'
+    # What sources include and the build makes.
+    made=$(ninja -C build -t targets all | sed -n 's/^\(vrd_gui\/ui_[a-z_]*\.h\):.*/\1/p' | sort -u)
+    # shellcheck disable=SC2086
+    ninja -C build $made >/dev/null
+    if [ $# -gt 0 ]; then printf '%s\0' "$@"; else git ls-files -z 'bx/*.cpp' 'vrd_*/*.cpp'; fi |
+        xargs -0 -P "$(nproc)" -n 2 clang-tidy -p build --quiet --warnings-as-errors='*'
 }
 
+# What else a target is told.
+fuzz_options() {
+    case $1 in
+        localization_file) echo "-max_len=4096" ;;
+        settings_file) echo "-max_len=8192" ;;
+        picture_file) echo "-max_len=20000 -timeout=60 -close_fd_mask=2" ;;
+        command_line) echo "-max_len=2048 -close_fd_mask=3" ;;
+    esac
+}
+
+# What the fuzzer finds stays in build/fuzz/corpus; an input that makes a target fail lies in build/fuzz.
 check_fuzz() {
     seconds=${1:?how many seconds?}
+    shift
     tools/install_packages.sh tools
     cmake -G Ninja -S . -B build/fuzz -DCMAKE_CXX_COMPILER=clang++ -DVERIDANE_FUZZ=ON -DVERIDANE_TESTS=OFF >/dev/null
-    cmake --build build/fuzz --target fuzz_jpeg_segments write_jpeg_corpus
-    mkdir -p build/fuzz/corpus
-    build/fuzz/bin/write_jpeg_corpus build/fuzz/corpus
-    build/fuzz/bin/fuzz_jpeg_segments -max_total_time="$seconds" -print_final_stats=1 build/fuzz/corpus
+    cmake --build build/fuzz --target fuzz_targets
+    # shellcheck disable=SC2046
+    [ $# -gt 0 ] || set -- $(sed -n 's/^veridane_fuzz_target(\([a-z_]*\).*/\1/p' fuzz/CMakeLists.txt)
+    # Targets that write files write many.
+    [ ! -w /dev/shm ] || export TMPDIR=/dev/shm
+    for target in "$@"; do
+        echo "== $target"
+        corpus=build/fuzz/corpus/$target
+        mkdir -p "$corpus"
+        build/fuzz/bin/replay_"$target" --write "$corpus"
+        [ ! -d fuzz/corpus/"$target" ] || cp fuzz/corpus/"$target"/* "$corpus"
+        # shellcheck disable=SC2046
+        build/fuzz/bin/fuzz_"$target" -max_total_time="$seconds" -print_final_stats=1 -verbosity=0 \
+            -artifact_prefix=build/fuzz/"$target"- $(fuzz_options "$target") "$corpus" </dev/null
+    done
 }
 
 check_coverage() {
     tools/install_packages.sh tools
     cmake -G Ninja -S . -B build/coverage -DCMAKE_BUILD_TYPE=Debug -DVERIDANE_BENCHMARKS=OFF \
-        -DCMAKE_CXX_FLAGS="--coverage -O1" >/dev/null
+        -DCMAKE_CXX_FLAGS="--coverage -fprofile-update=atomic -O1" >/dev/null
     cmake --build build/coverage
     find build/coverage -name '*.gcda' -delete
     QT_QPA_PLATFORM=offscreen ctest --test-dir build/coverage -j "$(nproc)" --no-tests=error --output-on-failure
     mkdir -p build/coverage/html
-    gcovr -r . --filter 'bx/' --filter 'vrd_' --exclude '.*autogen.*' --print-summary \
-        --html-details build/coverage/html/index.html build/coverage >build/coverage/table.txt
-    tail -3 build/coverage/table.txt
+    gcovr -r . --filter 'bx/' --filter 'vrd_' --exclude '.*autogen.*' --exclude-throw-branches \
+        --html-details build/coverage/html/index.html --json-summary build/coverage/summary.json build/coverage
+    tools/coverage_table.py build/coverage/summary.json
 }
 
 verb=${1:-}

@@ -39,7 +39,7 @@ int ShrinkFile(const char* source, double percent, const char* target) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const double percent = argc == 4 ? std::atof(argv[2]) : 0.0;
+    const double percent = argc == 4 ? std::strtod(argv[2], nullptr) : 0.0;
     if (!(percent >= 1.0 && percent <= 100.0)) {
         std::fputs("usage: vrd_demo PHOTO PERCENT OUT\n", stderr);
         return 2;

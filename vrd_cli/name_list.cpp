@@ -49,7 +49,7 @@ std::string BX_ReadNames(std::vector<std::string>& names, const std::string& lis
         return std::strerror(errno);
     }
     std::string text;
-    const std::string fault = ReadAll(text, descriptor);
+    std::string fault = ReadAll(text, descriptor);
     if (isFile) {
         ::close(descriptor);
     }

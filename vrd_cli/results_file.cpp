@@ -100,7 +100,7 @@ std::string CBxResultsFile::Open(const std::string& path, bool resume) {
         return "it is not a regular file";
     }
     m_iDescriptor = descriptor;
-    const std::string fault = ReadLines();
+    std::string fault = ReadLines();
     if (!fault.empty()) {
         m_iDescriptor = -1;
     }

@@ -170,7 +170,7 @@ private:
     }
 
     void LeaveBehind(const char* what, const std::string& note) {
-        m_Outcome.leftBehind.push_back(what);
+        m_Outcome.leftBehind.emplace_back(what);
         if (!note.empty()) {
             m_Outcome.notes.push_back({m_Request.output, note});
         }

@@ -159,7 +159,7 @@ private:
     // Another file of the folder may have this very name.
     std::string FreeBitmapName() const {
         std::string name = m_strName + ".bmp";
-        while (m_Batch.allFiles.count(name) > 0) {
+        while (m_Batch.allFiles.contains(name)) {
             name += ".bmp";
         }
         return m_Batch.outputFolder + name;

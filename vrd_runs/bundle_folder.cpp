@@ -53,7 +53,7 @@ std::string FindInstalledBundle(const std::string& program) {
 }
 
 std::string FindBundle(const std::string& program) {
-    const std::string installed = FindInstalledBundle(program);
+    std::string installed = FindInstalledBundle(program);
     if (program.empty() || !installed.empty()) {
         return installed;
     }

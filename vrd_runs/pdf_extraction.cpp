@@ -31,6 +31,7 @@ std::vector<std::string> FilesOfKind(const std::string& folder, const char* patt
     std::vector<QString> files;
     BX_GetFilesInDirectory(files, folder.substr(0, folder.rfind('/')).c_str(), pattern);
     std::vector<std::string> names;
+    names.reserve(files.size());
     for (const QString& file : files) {
         names.push_back(file.toStdString());
     }
@@ -48,6 +49,7 @@ bool IsWhole(const std::string& path) {
     long long width = 0;
     long long height = 0;
     long long most = 0;
+    // NOLINTNEXTLINE(cert-err34-c): numbers of so few digits fit
     if (std::fscanf(file.get(), "P6 %9lld %9lld %5lld", &width, &height, &most) != 3) {
         return true;
     }

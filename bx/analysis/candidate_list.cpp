@@ -54,7 +54,7 @@ void CBxCandidateList::RaiseBar() {
     float* strengths = m_Strengths.Data();
     std::transform(m_Candidates.Data(), m_Candidates.Data() + m_uiCount, strengths,
                    [](const SBxCornerCandidate& candidate) { return candidate.strength; });
-    std::nth_element(strengths, strengths + kBarRank - 1, strengths + m_uiCount, std::greater<float>());
+    std::nth_element(strengths, strengths + kBarRank - 1, strengths + m_uiCount, std::greater<>());
     m_fBar = std::max(m_fBar, strengths[kBarRank - 1]);
     SBxCornerCandidate* end =
         std::remove_if(m_Candidates.Data(), m_Candidates.Data() + m_uiCount,

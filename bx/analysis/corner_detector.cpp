@@ -27,6 +27,7 @@ void SortByStrength(SBxPointANMS* candidates, std::size_t count) {
 
 // Walks a sorted list and keeps the strongest corners that lie inside the border and apart from each other.
 template <typename Accepts>
+// NOLINTNEXTLINE(readability-non-const-parameter): they are written through the record
 unsigned int Select(CBxPoint<double>* points, float* strengths, const SBxPointANMS* candidates, std::size_t count,
                     int width, int height, Accepts accepts) {
     SBxKeptCorners kept{points, strengths, CBxCornerDetector::kMostCorners, 0};

@@ -70,7 +70,7 @@ CBxMatrix::CBxMatrix(const double* values, unsigned int count) {
 
 CBxMatrix::CBxMatrix(const CBxMatrix& other) {
     Build(other.m_uiRows, other.m_uiColumns);
-    if (IsValid()) {
+    if (IsValid() && other.IsValid()) {
         std::memcpy(m_ppRows[0], other.m_ppRows[0], std::size_t{m_uiRows} * m_uiColumns * sizeof(double));
     }
 }

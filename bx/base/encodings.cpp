@@ -36,7 +36,7 @@ char* Convert(char* dst, unsigned int dstSize, const char* src, const char* code
         CopyUtf8(dst, dstSize, src);
         return dst;
     }
-    const iconv_t converter = toUtf8 ? iconv_open(kUtf8, codePage) : iconv_open(codePage, kUtf8);
+    iconv_t converter = toUtf8 ? iconv_open(kUtf8, codePage) : iconv_open(codePage, kUtf8);
     if (converter == reinterpret_cast<iconv_t>(-1)) {
         return dst;
     }

@@ -257,12 +257,11 @@ unsigned char CBxFileReplacement::FinishTemporary() {
         return Fail(what, errno);
     }
     struct stat status = {};
+    const bool isKnown = fstat(descriptor, &status) == 0;
     int reason = 0;
-    if (fstat(descriptor, &status) != 0) {
-        reason = errno;
-    } else if (!S_ISREG(status.st_mode)) {
+    if (isKnown && !S_ISREG(status.st_mode)) {
         reason = EINVAL;
-    } else if (!TakeOverPermissions(descriptor) || !SyncDescriptor(descriptor)) {
+    } else if (!isKnown || !TakeOverPermissions(descriptor) || !SyncDescriptor(descriptor)) {
         reason = errno;
     }
     if (close(descriptor) != 0 && errno != EINTR && reason == 0) {
@@ -271,7 +270,7 @@ unsigned char CBxFileReplacement::FinishTemporary() {
     return reason == 0 ? 0 : Fail(what, reason);
 }
 
-bool CBxFileReplacement::TakeOverPermissions(int descriptor) {
+bool CBxFileReplacement::TakeOverPermissions(int descriptor) const {
     if (!m_bHasPredecessor) {
         return fchmod(descriptor, m_FreshMode) == 0;
     }

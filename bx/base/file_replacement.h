@@ -76,7 +76,7 @@ private:
     bool ExamineTarget(const char* what);
     unsigned char CreateTemporary();
     unsigned char FinishTemporary();
-    bool TakeOverPermissions(int descriptor);
+    bool TakeOverPermissions(int descriptor) const;
     unsigned char CommitWith(bool mayReplace);
     bool Rename(bool mayReplace);
     bool SyncFolder();

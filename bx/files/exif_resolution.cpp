@@ -33,7 +33,10 @@ bool BX_GetExifResolution(const char* fileName, int& dotsPerMeterX, int& dotsPer
     CBxOwnedMetadata metadata;
     SBxMetadataBlocks ignored;
     CBxImageMetadata::LoadByRule(fileName, EBxMetadataRule::kAny, metadata, ignored);
-    const double metersPerUnit = metadata.exif != nullptr ? MetersPerUnit(metadata.exif) : 0.0;
+    if (metadata.exif == nullptr) {
+        return false;
+    }
+    const double metersPerUnit = MetersPerUnit(metadata.exif);
     if (metersPerUnit == 0.0) {
         return false;
     }

@@ -35,7 +35,7 @@ void CBxBCH157::gen_poly() {
             isRoot[member] = true;
         }
     }
-    std::fill(g, g + length - k + 1, 0);
+    std::fill(g, g + (length - k + 1), 0);
     g[0] = 1;
     int degree = 0;
     for (int power = 0; power < n; ++power) {
@@ -65,7 +65,7 @@ void CBxBCH157::encode_bch() {
 
 void CBxBCH157::GetBCHCodeFromData() {
     encode_bch();
-    std::copy(bb, bb + length - k, recd);
+    std::copy(bb, bb + (length - k), recd);
     std::copy(data, data + k, recd + length - k);
 }
 

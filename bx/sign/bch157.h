@@ -20,9 +20,11 @@ public:
     int recd[15] = {};      // code word: redundancy, then data
     int data[7] = {};       // data bits
 
+    // NOLINTBEGIN(readability-identifier-naming): small letters, as in formulas
     void read_p();
     void generate_gf();
     void gen_poly();
+    // NOLINTEND(readability-identifier-naming)
 
     // Encodes `data` into `recd`.
     void GetBCHCodeFromData();
@@ -31,7 +33,7 @@ public:
     int GetDataFromBCHCode();
 
 private:
-    void encode_bch();
-    int decode_bch();
+    void encode_bch();  // NOLINT(readability-identifier-naming)
+    int decode_bch();   // NOLINT(readability-identifier-naming)
     int Multiply(int a, int b) const;
 };

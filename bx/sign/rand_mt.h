@@ -11,6 +11,7 @@ public:
     RandMT(const RandMT&) = delete;
     RandMT& operator=(const RandMT&) = delete;
 
+    // NOLINTBEGIN(readability-identifier-naming): small letters, as in formulas
     void seedMT(unsigned long s);
     // Makes the next 624 words and returns the first of them.
     std::uint32_t reloadMT();
@@ -21,4 +22,5 @@ private:
     std::uint32_t* next;
     std::uint32_t seed;  // the last seed given
     std::int32_t left;   // words left before the next reload
+    // NOLINTEND(readability-identifier-naming)
 };

@@ -50,7 +50,7 @@ void BX_EncodeSign(int* cells, const char* text) {
     int codes[kTextCodes] = {};
     for (int position = 0; position < kTextCodes && text[position] != 0; ++position) {
         char character = text[position];
-        codes[position] = CBxSignOp::MapCharTo6Bit(character);
+        codes[position] = CBxSignOp::MapCharTo6Bit(character);  // NOLINT(bugprone-signed-char-misuse): 0 to 63
     }
     BX_EncodeTextCodes(cells, codes);
 }

@@ -37,8 +37,8 @@ void Shrink(SBxPicBuf& target, const SBxPicBuf& source, double step) {
                     weights += weight;
                 }
             }
-            for (int component = 0; component < 3; ++component) {
-                *out++ = static_cast<float>(sums[component] / weights);
+            for (const double sum : sums) {
+                *out++ = static_cast<float>(sum / weights);
             }
         }
     }

@@ -58,7 +58,7 @@ void SProgressData::SetText(const char* text) {
 void SProgressData::GetText(char* text) {
     const CLocked locked(m_Mutex);
     if (text != nullptr) {
-        std::strcpy(text, m_szText);
+        std::memcpy(text, m_szText, std::strlen(m_szText) + 1);
     }
 }
 

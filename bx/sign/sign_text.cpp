@@ -60,7 +60,7 @@ signed char CBxSignOp::MapCharTo6Bit(char& character) {
 }
 
 char CBxSignOp::Map6BitToChar(char& code) {
-    const int value = static_cast<signed char>(code);
+    const int value = static_cast<signed char>(code);  // NOLINT(bugprone-signed-char-misuse): below 0 there is no code
     if (value >= 1 && value <= 26) {
         return static_cast<char>(value + 96);
     }

@@ -213,9 +213,9 @@ unsigned char CBxSignOp::ExtractTextFromPicture(SBxSignRun& run, SBxPicBuf* pict
     std::memset(text, 0, kBlockCodes + 1);
     const unsigned char result = run.m_uiNoOfThreads == 1 ? ExtractTextFromPicture_1thread(run, picture, text)
                                                           : ExtractTextFromPicture_Nthread(run, picture, text);
-    char signText[100] = {};
+    char signText[kTextCodes + 1] = {};
     std::strncpy(signText, text + kCheckCodes, kTextCodes);
-    std::strcpy(text, signText);
+    std::memcpy(text, signText, sizeof signText);
     if (result != kBxSuccess && result != kBxOutOfMemory && Aborted(run)) {
         return kBxFailure;
     }

@@ -197,7 +197,7 @@ unsigned char CBxSignOp::ExtractTextFromPictureWithZoom(SBxSignRun& run, SBxPicB
     char block[kTextBytes] = {};
     const unsigned char result = ExtractTextFromPictureWithZoom(run, picture, block, zoom);
     if (result == kBxSuccess && text != nullptr) {
-        std::strcpy(text, block + kCheckCodes);
+        std::memcpy(text, block + kCheckCodes, kTextCodes + 1);
     }
     return result;
 }

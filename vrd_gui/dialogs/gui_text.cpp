@@ -18,7 +18,7 @@ QString BX_Text(const char* english) {
 QString BX_FilledText(const char* english, std::initializer_list<QString> values) {
     const QString text = BX_Text(english);
     QString filled;
-    auto value = values.begin();
+    const QString* value = values.begin();
     for (qsizetype i = 0; i < text.size(); ++i) {
         const QChar next = text.at(i) == '%' && i + 1 < text.size() ? text.at(i + 1) : QChar();
         const bool isPlace = (next == 'd' || next == 's') && value != values.end();

@@ -53,7 +53,7 @@ QString CBxVeridaneGui::AskForTarget() {
         if (chosen.isEmpty()) {
             return QString();
         }
-        const QString completed = BX_GetCompletedPath(chosen, proposal, BX_GetSaveKindOfFilter(filter));
+        QString completed = BX_GetCompletedPath(chosen, proposal, BX_GetSaveKindOfFilter(filter));
         if (!IsTargetGood(completed)) {
             continue;
         }

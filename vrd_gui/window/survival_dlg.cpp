@@ -21,7 +21,7 @@ constexpr QSize kUsualSize(1000, 760);
 constexpr double kPageMargin = 16.0;
 
 std::string WriteFile(const std::string& path, const std::string& bytes) {
-    const std::string fault = BX_GetPageFault(path, std::string(), true);
+    std::string fault = BX_GetPageFault(path, std::string(), true);
     if (!fault.empty()) {
         return fault;
     }

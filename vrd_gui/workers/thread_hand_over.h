@@ -5,6 +5,7 @@
 
 #include <QThread>
 
+// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming): the sanitizer's own names
 #if defined(__SANITIZE_THREAD__)
 extern "C" void __tsan_acquire(void* address);
 extern "C" void __tsan_release(void* address);
@@ -12,6 +13,7 @@ extern "C" void __tsan_release(void* address);
 inline void __tsan_acquire(void*) {}
 inline void __tsan_release(void*) {}
 #endif
+// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
 
 // Starts the thread with the priority of the caller.
 inline void BX_StartThread(QThread& thread) {

@@ -16,6 +16,7 @@ namespace {
 constexpr int kWeightSteps = 2000;  // soft values as whole numbers, for the comparison of many texts
 constexpr int kBestKept = 8;        // texts looked at until one can be a sign
 constexpr double kSlack = 3.5;      // what turning over two bits can add to an agreement worth following
+constexpr float kMostSoft = 16.0f;  // times kWeightSteps it is a whole number of 16 bits
 
 // The code in terms of its surest independent data bits: row i has a 1 at pivot i and at no other pivot.
 struct SBasis {
@@ -190,7 +191,9 @@ SBxCodeRow RowOfCandidate(const SBasis& basis, const SBxCodeRow& base, const SCa
 SBxSoftReading BX_DecodeSoft(const float* soft, double leastAgreement) {
     SBxSoftReading reading;
     const double length = BX_LengthOfSoft(soft);
-    if (length < 1e-6) {
+    const bool isInRange =
+        std::all_of(soft, soft + kCellCount, [](float value) { return std::fabs(value) <= kMostSoft; });
+    if (!isInRange || length < 1e-6) {
         return reading;
     }
     CBxBeliefMessages messages(soft);

@@ -29,8 +29,9 @@ double BX_ChanceOfAgreement(double agreement);
 // Bits by which an agreement exceeds chance, for one text: -log2 of the bound exp(-t t / 2); 0 for none.
 double BX_BitsOfAgreement(double agreement);
 
-// `soft` holds 256 values from -1 (surely 1) to 1 (surely 0); 0 for a cell that says nothing. Decodings that cannot
-// reach `leastAgreement` may end early, with an empty text.
+// `soft` holds 256 values from -1 (surely 1) to 1 (surely 0), or sums of a few such; 0 for a cell that says nothing.
+// Decodings that cannot reach `leastAgreement` may end early, with an empty text; so does one with a value that is no
+// number or beyond 16.
 SBxSoftReading BX_DecodeSoft(const float* soft, double leastAgreement);
 
 // The length of the soft values as a vector.

@@ -16,8 +16,7 @@ constexpr double kLargestAngle = 12.0;
 constexpr double kAngleStep = 0.25;
 constexpr double kPi = 3.141592653589793;
 
-constexpr double kLargestCut = 0.14;  // of a side, against what is left of it
-constexpr double kCutStep = 0.0125;   // a fifth of a cell
+constexpr double kCutStep = 0.0125;  // of a side, against what is left of it: a fifth of a cell
 constexpr int kCutSteps = 12;
 constexpr std::size_t kCuts = kCutSteps * kCutSteps * kCutSteps * kCutSteps;
 constexpr std::size_t kSlice = 64;
