@@ -110,7 +110,7 @@ case $verb in
     tarball) tools/build_tarball.sh ;;
     deb) tools/build_deb.sh --check ;;
     *)
-        sed -n '2,17s/^# \{0,1\}//p' "$0" >&2
+        sed -n '2,/^set/s/^# \{0,1\}//p' "$0" >&2
         exit 2
         ;;
 esac
