@@ -9,9 +9,7 @@
 #include "corner_search.h"
 #include "float_filters.h"
 #include "kernels.h"
-#include "owned_pic.h"
 #include "result.h"
-#include "sign_op.h"
 
 namespace {
 

@@ -186,9 +186,10 @@ CBxRowSource::SRange CBxScaledRows::RangeOf(int left, int right) const {
     const CBxSearchPicture::SRange range = m_Ranges.RangeOf(FirstSource(left), EndSource(right - 1));
     const float low = static_cast<float>(range.low) / 2.0f;
     const float high = static_cast<float>(range.high) / 2.0f;
-    // Neighbours of a scaled picture are made of samples, or parts of samples, that lie a step apart in the source;
-    // along an enlarged row the places are rounded to thousandths.
-    const auto apart = static_cast<float>(m_dStep + 0.002);
+    // Neighbours of an enlargement lie a step apart in the source; along a row the places are rounded to thousandths.
+    // The samples of a reduction take their last, partly covered source sample whole, which moves their middles by up
+    // to half a sample against each other.
+    const auto apart = static_cast<float>(m_dStep + (m_Columns.Enlarges() ? 0.002 : 0.502));
     return {low, high, std::min(high - low, apart * static_cast<float>(range.alongRows) / 2.0f),
             std::min(high - low, apart * static_cast<float>(range.alongColumns) / 2.0f)};
 }

@@ -62,7 +62,8 @@ void CBxClippedPixels::LeaveOut(float* means, const SBxGridPose& pose) const {
     float shares[kCellCount];
     m_Shares.MeansOfShare(shares, scaled, kEllipseShare, kMostRows, false);
     for (int cell = 0; cell < kCellCount; ++cell) {
-        if (!(shares[cell] <= kMostClipped)) {
+        // Cells of a grid that is too fine for the reduced plane have no share, and stay.
+        if (shares[cell] > kMostClipped) {
             means[cell] = std::numeric_limits<float>::quiet_NaN();
         }
     }
