@@ -1,25 +1,39 @@
-// The blocks of a band of rows, and what decides whether a block can hold a corner that matters.
+// The blocks of a strip, and what decides whether a block can hold a corner that matters.
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 
 #include "corner_selection.h"
 
-inline constexpr int kStripWidth = 1024;  // columns that are searched at a time
-inline constexpr int kBandHeight = 64;    // rows that are searched at a time
+inline constexpr int kBlock = 16;  // pixels along a block that is searched or left out
+inline constexpr int kStripBlocks =
+    63;  // blocks side by side that are searched at a time: bits of a word, with one left
+inline constexpr int kStripWidth = kStripBlocks * kBlock;
 inline constexpr int kReachBefore = 6;  // pixels in front of a maximum that its fit depends on, in rows and in columns
 inline constexpr int kReachBehind = 7;  // and behind it
-inline constexpr int kMargin = 8;       // room for them around a band of a strip
-inline constexpr int kBoundsCell = 8;   // pixels along a cell of the gradient bounds
-inline constexpr int kBlock = 16;       // pixels along a block that is searched or left out
-inline constexpr int kBlockCells = kBlock / kBoundsCell;
+inline constexpr int kMargin = 8;       // columns of a buffer in front of the first block
 
-inline constexpr int kBufferWidth = kStripWidth + 2 * kMargin;
-inline constexpr int kBufferHeight = kBandHeight + 2 * kMargin;
-inline constexpr int kCellColumns = kBufferWidth / kBoundsCell;
-inline constexpr int kCellRows = kBufferHeight / kBoundsCell;
-inline constexpr int kBlockColumns = kStripWidth / kBlock;
-inline constexpr int kBlockRows = kBandHeight / kBlock;
+// The spans of 16 columns of a buffer that the pixels which some blocks depend on lie in: of block b, these are columns
+// 16 b + 2 to 16 b + 30.
+inline constexpr std::uint64_t BX_SpansOf(std::uint64_t blocks) {
+    static_assert(kMargin >= kReachBefore && kMargin + kBlock + kReachBehind <= 2 * kBlock);
+    return blocks | blocks << 1;
+}
+
+// The marked blocks of three neighbouring rows of blocks.
+struct SBxMarks {
+    std::uint64_t before = 0;
+    std::uint64_t here = 0;
+    std::uint64_t behind = 0;
+
+    void Advance(std::uint64_t next) {
+        before = here;
+        here = behind;
+        behind = next;
+    }
+    bool Any() const { return (before | here | behind) != 0; }
+};
 
 // The fitted surface rises above its centre v by at most this share of v minus its lowest neighbour: half of what the
 // sum of the absolute weights of bi-quadratic interpolation, (5 / 4)^2, exceeds 1.
@@ -44,47 +58,3 @@ inline float BX_LeastMaximum(double trace, double bar) {
                          ((1.0 + kFitOvershoot) * kRoundingSlack);
     return std::max(kCornerThreshold, static_cast<float>(least));
 }
-
-// A half-open rectangle of blocks.
-struct SBxBlocks {
-    int left;
-    int right;
-    int top;
-    int bottom;
-};
-
-// Which blocks of a band have to be looked at.
-class CBxBlockMap {
-public:
-    void Mark(int row, int column) {
-        m_bMarked[row][column] = true;
-        m_bColumnMarked[column] = true;
-    }
-    bool IsMarked(int row, int column) const { return m_bMarked[row][column]; }
-
-    // Calls `visit` for runs of neighbouring marked columns from `first` up to `end`, each with the rows that its marks
-    // span.
-    template <typename Visit>
-    void ForEachRun(int first, int end, Visit visit) const {
-        for (int column = first; column < end; ++column) {
-            if (!m_bColumnMarked[column]) {
-                continue;
-            }
-            SBxBlocks run{column, column, kBlockRows, 0};
-            for (; run.right < end && m_bColumnMarked[run.right]; ++run.right) {
-                for (int row = 0; row < kBlockRows; ++row) {
-                    if (m_bMarked[row][run.right]) {
-                        run.top = std::min(run.top, row);
-                        run.bottom = std::max(run.bottom, row + 1);
-                    }
-                }
-            }
-            visit(run);
-            column = run.right;
-        }
-    }
-
-private:
-    bool m_bMarked[kBlockRows][kBlockColumns] = {};
-    bool m_bColumnMarked[kBlockColumns] = {};
-};

@@ -5,105 +5,94 @@
 #include "corner_detector.h"
 #include "float_filters.h"
 
-CBxCornerPlanes::CBxCornerPlanes(double zoom) : m_Kernels(BX_Kernels()) {
+CBxCornerPlanes::CBxCornerPlanes(double zoom, const SBxTones& tones) : m_Kernels(BX_Kernels()), m_Tones(tones) {
+    static_assert(static_cast<int>(SBxKernels::kGroup) == kBlock);
     BX_KernelTaps(m_fSmoothingTaps, kSmoothingKernel, 7, zoom);
     BX_KernelTaps(m_fTensorTaps, kTensorKernel, 5, zoom);
     m_dLargestTap = *std::max_element(m_fSmoothingTaps, m_fSmoothingTaps + 7);
 }
 
 bool CBxCornerPlanes::Prepare() {
-    // One row more than is used: the loops read past the end of the last.
-    constexpr std::size_t kPlane = std::size_t{kBufferHeight + 1} * kRowPitch;
-    return m_Plane.AllocateZeroed(kPlane) && m_Smoothed.AllocateZeroed(kPlane) &&
-           m_Rows.AllocateZeroed(std::size_t{kShortRows + 1} * kRowPitch);
+    return m_Rows.AllocateZeroed(kLead + std::size_t{kAllRows} * kRowPitch);
 }
 
-void CBxCornerPlanes::Smooth(const CBxRect<int>& area, const SBxTones& tones) {
-    m_Area = area;
-    const int first = area.left - 3;
-    const int count = area.Width() + 7;
-    const std::size_t groups = GroupsOf(count);
-    const auto along = [this](int row) { return ShortRow(row % kRing); };
-    for (int row = area.top - 6; row < area.bottom + 7; ++row) {
-        m_Kernels.SmoothAlong(along(row), PlaneRow(row) + first - 3, groups, m_fSmoothingTaps, tones.low, tones.high);
-        const int centre = row - 3;
-        if (centre < area.top - 3) {
-            continue;
-        }
-        const float* rows[7];
-        for (int tap = 0; tap < 7; ++tap) {
-            rows[tap] = along(centre - 3 + tap);
-        }
-        float* smoothed = SmoothedRow(centre);
-        m_Kernels.FilterAcross(smoothed + first, rows, groups * SBxKernels::kGroup, m_fSmoothingTaps, 7);
-        // No gradients in the rest of the first and of the last cell.
-        std::fill(smoothed + first / kBoundsCell * kBoundsCell, smoothed + first, smoothed[first]);
-        std::fill_n(smoothed + first + count, kBoundsCell, smoothed[first + count - 1]);
+void CBxCornerPlanes::Smooth(const float* const* plane, int blockRow, const SBxMarks& marks) {
+    if (!marks.Any()) {
+        return;
     }
-}
-
-void CBxCornerPlanes::BoundGradients() {
-    const int firstCell = (m_Area.left - 3) / kBoundsCell;
-    const int columns = m_Area.right + 3 - firstCell * kBoundsCell;
-    for (int cellRow = (m_Area.top - 3) / kBoundsCell; cellRow <= (m_Area.bottom + 2) / kBoundsCell; ++cellRow) {
-        const int top = std::max(cellRow * kBoundsCell, m_Area.top - 3);
-        const int bottom = std::min((cellRow + 1) * kBoundsCell, m_Area.bottom + 3);
-        const float* rows[kBoundsCell + 1];
-        for (int row = top; row <= bottom; ++row) {
-            rows[row - top] = SmoothedRow(row) + firstCell * kBoundsCell;
-        }
-        SGradientRow& cells = m_Gradients[cellRow];
-        m_Kernels.GradientBounds({cells.xx + firstCell, cells.yy + firstCell, cells.trace + firstCell}, rows,
-                                 bottom - top, GroupsOf(columns));
+    const std::uint64_t both = marks.before | marks.here;
+    for (int i = 0; i < kBlock; ++i) {
+        const int row = kBlock * blockRow + i;
+        float* along = AlongRow(row);
+        const std::uint64_t needed = i < kReachBehind            ? both
+                                     : i < kBlock - kReachBefore ? marks.here
+                                                                 : marks.here | marks.behind;
+        BX_ForEachRun(BX_SpansOf(needed), [&](int first, int end) {
+            m_Kernels.SmoothAlong(along + kBlock * first, plane[i] + kBlock * first - 3,
+                                  static_cast<std::size_t>(end - first), m_fSmoothingTaps, m_Tones.low, m_Tones.high);
+        });
+        float* smoothed = SmoothedRow(row - kSmoothedBefore);
+        BX_ForEachRun(BX_SpansOf(i < kReachBehind ? both : marks.here), [&](int first, int end) {
+            const float* rows[7];
+            for (int tap = 0; tap < 7; ++tap) {
+                rows[tap] = AlongRow(row - 6 + tap) + kBlock * first;
+            }
+            m_Kernels.FilterAcross(smoothed + kBlock * first, rows, static_cast<std::size_t>(kBlock * (end - first)),
+                                   m_fSmoothingTaps, 7);
+        });
     }
 }
 
-SBxGradients CBxCornerPlanes::GradientsOfBlock(int blockRow, int blockColumn) const {
-    SBxGradients largest{0.0f, 0.0f, 0.0f};
-    const int firstRow = std::max(blockRow * kBlockCells, (m_Area.top - 3) / kBoundsCell);
-    const int endRow = std::min((blockRow + 1) * kBlockCells + 2, (m_Area.bottom + 2) / kBoundsCell + 1);
-    const int firstColumn = std::max(blockColumn * kBlockCells, (m_Area.left - 3) / kBoundsCell);
-    const int endColumn = std::min((blockColumn + 1) * kBlockCells + 2, (m_Area.right + 2) / kBoundsCell + 1);
-    for (int row = firstRow; row < endRow; ++row) {
-        const SGradientRow& cells = m_Gradients[row];
-        for (int column = firstColumn; column < endColumn; ++column) {
-            largest.xx = std::max(largest.xx, cells.xx[column]);
-            largest.yy = std::max(largest.yy, cells.yy[column]);
-            largest.trace = std::max(largest.trace, cells.trace[column]);
+void CBxCornerPlanes::BoundRows(SGradientRows& bounds, int firstRow, int rowCount, std::uint64_t blocks) {
+    BX_ForEachRun(BX_SpansOf(blocks), [&](int first, int end) {
+        const float* rows[kBlock + 1];
+        const int column = kBlock * first;
+        for (int i = 0; i <= rowCount; ++i) {
+            rows[i] = SmoothedRow(firstRow + i) + column;
         }
-    }
-    return largest;
+        m_Kernels.LargestGradients({bounds.xx + column, bounds.yy + column, bounds.trace + column}, rows, rowCount,
+                                   static_cast<std::size_t>(end - first));
+    });
 }
 
-CBxCornerPlanes::CResponse::CResponse(CBxCornerPlanes& planes, const CBxRect<int>& area)
-    : m_Planes(planes),
-      m_iFirst(area.left - 1),
-      m_iNextTensorRow(area.top - 3),
-      m_iNextRow(area.top - 1),
-      m_uiGroups(GroupsOf(area.Width() + 2)) {}
-
-void CBxCornerPlanes::CResponse::MakeNextRow() {
-    const SBxKernels& kernels = m_Planes.m_Kernels;
-    for (; m_iNextTensorRow <= m_iNextRow + 2; ++m_iNextTensorRow) {
-        float* const parts[3] = {TensorRow(0, m_iNextTensorRow), TensorRow(1, m_iNextTensorRow),
-                                 TensorRow(2, m_iNextTensorRow)};
-        kernels.TensorAlong(parts, m_Planes.SmoothedRow(m_iNextTensorRow) + m_iFirst - 2,
-                            m_Planes.SmoothedRow(m_iNextTensorRow + 1) + m_iFirst - 2, m_uiGroups,
-                            m_Planes.m_fTensorTaps);
-    }
-    const float* rows[3][5];
-    for (int part = 0; part < 3; ++part) {
-        for (int tap = 0; tap < 5; ++tap) {
-            rows[part][tap] = TensorRow(part, m_iNextRow - 2 + tap);
-        }
-    }
-    kernels.ResponseAcross(Row(m_iNextRow), rows[0], rows[1], rows[2], m_uiGroups, m_Planes.m_fTensorTaps);
-    ++m_iNextRow;
+// A row of blocks depends on 22 rows of gradients from 3 above it on: it shares the first 6 with the row of blocks
+// above and the last 6 with the one below.
+void CBxCornerPlanes::BoundGradients(SBxGradients& bounds, int smoothedBlockRow, const SBxMarks& marks) {
+    const int seam = kBlock * smoothedBlockRow - kSmoothedBefore;
+    constexpr int kSharedRows = 2 * kSmoothedBefore;
+    BoundRows(m_Own, seam - kBlock + kSharedRows, kBlock - kSharedRows, marks.before);
+    BoundRows(m_Shared[smoothedBlockRow & 1], seam, kSharedRows, marks.before | marks.here);
+    BX_ForEachRun(marks.before, [&](int first, int end) {
+        const int column = kMargin - kSmoothedBefore + kBlock * first;
+        const auto largest = [&](float* out, float(SGradientRows::*part)[kRowPitch]) {
+            const float* rows[3] = {m_Shared[0].*part + column, m_Own.*part + column, m_Shared[1].*part + column};
+            m_Kernels.LargestOfBlocks(out + first, rows, 3, static_cast<std::size_t>(end - first));
+        };
+        largest(bounds.xx, &SGradientRows::xx);
+        largest(bounds.yy, &SGradientRows::yy);
+        largest(bounds.trace, &SGradientRows::trace);
+    });
 }
 
-CBxCornerPlanes::SResponseRows CBxCornerPlanes::CResponse::Around(int row) {
-    while (m_iNextRow <= row + 1) {
-        MakeNextRow();
-    }
-    return {Row(row - 1), Row(row), Row(row + 1)};
+void CBxCornerPlanes::MakeTensorRow(int row, std::uint64_t blocks) {
+    BX_ForEachRun(BX_SpansOf(blocks), [&](int first, int end) {
+        const int column = kBlock * first;
+        float* const parts[3] = {TensorRow(0, row) + column, TensorRow(1, row) + column, TensorRow(2, row) + column};
+        m_Kernels.TensorAlong(parts, SmoothedRow(row) + column - 2, SmoothedRow(row + 1) + column - 2,
+                              static_cast<std::size_t>(end - first), m_fTensorTaps);
+    });
+}
+
+void CBxCornerPlanes::MakeResponseRow(int row, std::uint64_t blocks) {
+    BX_ForEachRun(BX_SpansOf(blocks), [&](int first, int end) {
+        const int column = kBlock * first;
+        const float* rows[3][5];
+        for (int part = 0; part < 3; ++part) {
+            for (int tap = 0; tap < 5; ++tap) {
+                rows[part][tap] = TensorRow(part, row - 2 + tap) + column;
+            }
+        }
+        m_Kernels.ResponseAcross(ResponseRow(row) + column, rows[0], rows[1], rows[2],
+                                 static_cast<std::size_t>(end - first), m_fTensorTaps);
+    });
 }

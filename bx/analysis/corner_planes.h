@@ -1,13 +1,15 @@
-// The planes of one band of rows in which corners are searched: the pixels, smoothed, and their response.
+// The rows of one half of a strip on their way to corners: smoothed, bounded, and their response.
 //
-// Column 0 of the buffers is kMargin pixels left of the strip, row 0 kMargin above the band; areas and rows are given
-// in these. One thread at a time.
+// The strip is walked once, from top to bottom, a row of blocks at a time. Of every row only the spans are made that
+// marked blocks depend on, and only the last few rows of every step are kept. Row y of the plane is row y here; column
+// 0 is kMargin pixels left of the strip. What has not been made holds something finite. One thread at a time.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
+#include "bit_runs.h"
 #include "corner_blocks.h"
-#include "geometry.h"
 #include "heap_array.h"
 #include "kernels.h"
 
@@ -17,109 +19,117 @@ struct SBxTones {
     float high;
 };
 
-// The largest dx^2, dy^2 and dx^2 + dy^2 of some pixels.
+// The largest dx^2, dy^2 and dx^2 + dy^2 of what the corners of each block of a row of blocks depend on.
 struct SBxGradients {
-    float xx;
-    float yy;
-    float trace;
+    float xx[kStripBlocks];
+    float yy[kStripBlocks];
+    float trace[kStripBlocks];
+};
+
+// The blocks of a row of blocks that are searched for maxima.
+struct SBxSearchedBlocks {
+    std::uint64_t blocks = 0;
+    float least[kStripBlocks];  // of a run of blocks, at its first one: the response that a maximum has to exceed
 };
 
 class CBxCornerPlanes {
 public:
-    explicit CBxCornerPlanes(double zoom);
+    CBxCornerPlanes(double zoom, const SBxTones& tones);
 
     // False without memory.
     [[nodiscard]] bool Prepare();
 
-    // Where the pixels of a row are to be written before anything below is asked for.
-    float* PlaneRow(int row) { return m_Plane.Data() + std::ptrdiff_t{row} * kRowPitch; }
+    // Floats from one row of a buffer to the next, and those in front of column 0 that are read.
+    static constexpr int kRowPitch = kStripWidth + 7 * kBlock;
+    static constexpr int kLead = kBlock;
 
     // The largest tap of the smoothing.
     double LargestTap() const { return m_dLargestTap; }
 
-    // Smooths an area and the three pixels around it, in tones of one half: from the six pixels around it and the
-    // seventh behind.
-    void Smooth(const CBxRect<int>& area, const SBxTones& tones);
-    // Bounds the gradients of the area that was smoothed last.
-    void BoundGradients();
-    // The bounds of what the corners of a block inside that area depend on.
-    SBxGradients GradientsOfBlock(int blockRow, int blockColumn) const;
+    // Takes the pixels of a row of blocks, rows 16 blockRow to 16 blockRow + 15, and smooths as far as they reach: to
+    // three rows above their end. Rows of blocks come in ascending order, from -1 on.
+    void Smooth(const float* const* plane, int blockRow, const SBxMarks& marks);
+    // Bounds the gradients of the blocks marked as `before`, in the row of blocks above that which was smoothed last.
+    void BoundGradients(SBxGradients& bounds, int smoothedBlockRow, const SBxMarks& marks);
 
-    // Calls `visit(column, row, upper, middle, lower)` for the strict maxima above the threshold of the response inside
-    // an area, which lies inside that which was smoothed: row by row, from left to right; the pointers are to the first
-    // of three samples of the response. Ends with false when a visit returns false.
+    // Searches a row of blocks, which lies above that which was smoothed last, and the end of the one before it. Calls
+    // `visit(column, row, upper, middle, lower)` for the strict maxima of the response above what they have to exceed,
+    // row by row and from left to right; the pointers are to the first of three samples of the response. Ends with
+    // false when a visit returns false.
     template <typename Visit>
-    bool ForEachMaximum(const CBxRect<int>& area, float threshold, Visit visit) {
-        CResponse response(*this, area);
-        for (int row = area.top; row < area.bottom; ++row) {
-            const SResponseRows rows = response.Around(row);
-            m_Kernels.StrictMaxima(m_usMaxima, rows.upper, rows.middle, rows.lower, GroupsOf(area.Width()), threshold);
-            for (int left = 0, group = 0; left < area.Width(); left += kGroup, ++group) {
-                for (unsigned int flags = m_usMaxima[group]; flags != 0; flags &= flags - 1) {
-                    const int i = left + __builtin_ctz(flags);
-                    if (i < area.Width() &&
-                        !visit(area.left + i, row, rows.upper + i, rows.middle + i, rows.lower + i)) {
-                        return false;
-                    }
-                }
+    bool ForEachMaximum(int blockRow, const SBxSearchedBlocks& before, const SBxSearchedBlocks& here, Visit visit) {
+        if ((before.blocks | here.blocks) == 0) {
+            return true;
+        }
+        for (int i = 0; i < kBlock; ++i) {
+            const int tensorRow = kBlock * blockRow - kTensorBefore + i;
+            MakeTensorRow(tensorRow, here.blocks | (i < 2 * kTensorBefore ? before.blocks : 0));
+            MakeResponseRow(tensorRow - 2, (i >= 4 ? here.blocks : 0) | (i < 2 * kTensorBefore ? before.blocks : 0));
+            if (!VisitMaxima(tensorRow - 3, i < 2 * kTensorBefore ? before : here, visit)) {
+                return false;
             }
         }
         return true;
     }
 
 private:
-    static constexpr int kGroup = static_cast<int>(SBxKernels::kGroup);
-    // The loops read up to two groups more than an area and its surroundings need.
-    static constexpr int kRowPitch = kBufferWidth + 4 * kGroup;
-    static constexpr int kRing = 8;  // filtered rows that are kept
-    static constexpr int kShortRows = 3 * kRing + 4;
+    static constexpr int kSmoothedBefore = 3;  // smoothed rows above a row of blocks that it depends on
+    static constexpr int kTensorBefore = 3;    // and rows of the tensor, which reach as far below it
+    // Rows that are kept, powers of two.
+    static constexpr int kAlongRows = 8;
+    static constexpr int kSmoothedRows = 32;
+    static constexpr int kTensorRows = 8;
+    static constexpr int kResponseRows = 4;
+    static constexpr int kAllRows = kAlongRows + kSmoothedRows + 3 * kTensorRows + kResponseRows;
 
-    static std::size_t GroupsOf(int count) { return static_cast<std::size_t>((count + kGroup - 1) / kGroup); }
+    float* Row(int place) { return m_Rows.Data() + kLead + std::ptrdiff_t{place} * kRowPitch; }
+    float* AlongRow(int row) { return Row(row & (kAlongRows - 1)); }
+    float* SmoothedRow(int row) { return Row(kAlongRows + (row & (kSmoothedRows - 1))); }
+    float* TensorRow(int part, int row) {
+        return Row(kAlongRows + kSmoothedRows + part * kTensorRows + (row & (kTensorRows - 1)));
+    }
+    float* ResponseRow(int row) {
+        return Row(kAlongRows + kSmoothedRows + 3 * kTensorRows + (row & (kResponseRows - 1)));
+    }
 
-    struct SResponseRows {
-        const float* upper;
-        const float* middle;
-        const float* lower;
+    // The gradients of some rows, column by column.
+    struct SGradientRows {
+        float xx[kRowPitch];
+        float yy[kRowPitch];
+        float trace[kRowPitch];
     };
+    void BoundRows(SGradientRows& bounds, int firstRow, int rowCount, std::uint64_t blocks);
+    void MakeTensorRow(int row, std::uint64_t blocks);
+    void MakeResponseRow(int row, std::uint64_t blocks);
 
-    // The rows of the response of an area and of one pixel around it, made one after the other.
-    class CResponse {
-    public:
-        CResponse(CBxCornerPlanes& planes, const CBxRect<int>& area);
-        // Rows are asked for in ascending order, without gaps.
-        SResponseRows Around(int row);
-
-    private:
-        void MakeNextRow();
-        float* TensorRow(int part, int row) { return m_Planes.ShortRow(kRing * part + row % kRing); }
-        float* Row(int row) { return m_Planes.ShortRow(3 * kRing + row % 4); }
-
-        CBxCornerPlanes& m_Planes;
-        int m_iFirst;          // column
-        int m_iNextTensorRow;  // that is filtered along
-        int m_iNextRow;
-        std::size_t m_uiGroups;
-    };
-
-    float* SmoothedRow(int row) { return m_Smoothed.Data() + std::ptrdiff_t{row} * kRowPitch; }
-    float* ShortRow(int row) { return m_Rows.Data() + std::ptrdiff_t{row} * kRowPitch; }
-
-    // The bounds of a row of cells.
-    struct SGradientRow {
-        float xx[kCellColumns + 2];
-        float yy[kCellColumns + 2];
-        float trace[kCellColumns + 2];
-    };
+    template <typename Visit>
+    bool VisitMaxima(int row, const SBxSearchedBlocks& searched, Visit visit) {
+        bool goesOn = true;
+        BX_ForEachRun(searched.blocks, [&](int first, int end) {
+            const int left = kMargin + kBlock * first;
+            const float* upper = ResponseRow(row - 1) + left - 1;
+            const float* middle = ResponseRow(row) + left - 1;
+            const float* lower = ResponseRow(row + 1) + left - 1;
+            m_Kernels.StrictMaxima(m_usMaxima, upper, middle, lower, static_cast<std::size_t>(end - first),
+                                   searched.least[first]);
+            for (int block = 0; block < end - first; ++block) {
+                for (unsigned int flags = m_usMaxima[block]; flags != 0 && goesOn; flags &= flags - 1) {
+                    const int i = kBlock * block + std::countr_zero(flags);
+                    goesOn = visit(left + i, row, upper + i, middle + i, lower + i);
+                }
+            }
+        });
+        return goesOn;
+    }
 
     const SBxKernels& m_Kernels;
+    SBxTones m_Tones;
     float m_fSmoothingTaps[7];
     float m_fTensorTaps[5];
     double m_dLargestTap;
 
-    CBxHeapArray<float> m_Plane;
-    CBxHeapArray<float> m_Smoothed;
-    CBxHeapArray<float> m_Rows;       // short-lived
-    CBxRect<int> m_Area{0, 0, 0, 0};  // that was smoothed last
-    SGradientRow m_Gradients[kCellRows];
-    unsigned short m_usMaxima[kBufferWidth / kGroup + 1];
+    CBxHeapArray<float> m_Rows;
+    SGradientRows m_Shared[2];  // of the rows that two rows of blocks depend on: of even and of odd seams
+    SGradientRows m_Own;        // of the rows that only one depends on
+    unsigned short m_usMaxima[kStripBlocks];
 };

@@ -1,14 +1,18 @@
 #include "corner_search.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <new>
 
+#include "bit_runs.h"
 #include "candidate_list.h"
 #include "corner_blocks.h"
 #include "corner_planes.h"
 #include "corner_selection.h"
+#include "heap_array.h"
 #include "result.h"
 #include "surface_fit.h"
 
@@ -16,25 +20,36 @@ namespace {
 
 // A corner lies at least 10 pixels from every edge, and at most one pixel from the maximum that it was fitted to.
 constexpr int kEdge = 9;
+constexpr int kPlaneWidth = kStripWidth + kBlock;
 constexpr SBxTones kTonesOfHalf[2] = {{0.0f, 128.0f}, {128.0f, 256.0f}};
 
 class CCornerWalk {
 public:
     CCornerWalk(CBxRowSource& source, int width, int height, double zoom, const CBxStopCheck* stop)
-        : m_Source(source), m_iWidth(width), m_iHeight(height), m_pStop(stop), m_Planes(zoom) {}
+        : m_Source(source),
+          m_iWidth(width),
+          m_iHeight(height),
+          m_pStop(stop),
+          m_Halves{{zoom, kTonesOfHalf[0]}, {zoom, kTonesOfHalf[1]}} {}
 
     bool Prepare() {
         const CBxMatrix inverse = BX_BiquadraticDesign().Inv();
-        if (!inverse.IsValid() || !m_Planes.Prepare()) {
+        if (!inverse.IsValid() || !m_Plane.AllocateZeroed(CBxCornerPlanes::kLead + kBlock * kPitch) ||
+            !m_Halves[0].m_Planes.Prepare() || !m_Halves[1].m_Planes.Prepare()) {
             return false;
         }
         std::copy(inverse[0], inverse[0] + 81, m_dInverse);
+        for (int i = 0; i < kBlock; ++i) {
+            m_pPlaneRows[i] = m_Plane.Data() + CBxCornerPlanes::kLead + i * std::ptrdiff_t{kPitch};
+        }
         return true;
     }
 
     // Walks the plane for one half or for both (null lists are left out). 0, 1 or 6.
     unsigned char Run(CBxCandidateList* const (&lists)[2]) {
-        std::copy(lists, lists + 2, m_pLists);
+        for (int half = 0; half < 2; ++half) {
+            m_Halves[half].m_pList = lists[half];
+        }
         for (int left = 0; left < m_iWidth; left += kStripWidth) {
             const unsigned char result = RunStrip(left);
             if (result != kBxSuccess) {
@@ -45,84 +60,88 @@ public:
     }
 
 private:
+    static constexpr int kPitch = CBxCornerPlanes::kRowPitch;
+    static constexpr int kBarRows = 4;  // rows of blocks after which the bars are raised
+
+    struct SHalf {
+        SHalf(double zoom, const SBxTones& tones) : m_Tones(tones), m_Planes(zoom, tones) {}
+
+        SBxTones m_Tones;
+        CBxCandidateList* m_pList = nullptr;
+        CBxCornerPlanes m_Planes;
+        SBxMarks m_Marks;                 // what the range of the pixels leaves
+        SBxSearchedBlocks m_Searched[2];  // what the gradients leave, of even and of odd rows of blocks
+        SBxGradients m_Gradients;
+    };
+
+    // Rows of blocks pass three stations, one after the other: marked by the range of their pixels, smoothed, searched.
     unsigned char RunStrip(int left) {
         m_iLeft = left;
-        for (m_iTop = 0; m_iTop < m_iHeight; m_iTop += kBandHeight) {
+        const int blockRows = (m_iHeight + kBlock - 1) / kBlock;
+        for (SHalf& half : m_Halves) {
+            half.m_Marks = {};
+            half.m_Searched[0].blocks = 0;
+            half.m_Searched[1].blocks = 0;
+        }
+        m_Source.BeginStrip(m_iLeft - kMargin, kPlaneWidth);
+        for (int row = -1; row <= blockRows + 1; ++row) {
             if (m_pStop != nullptr && m_pStop->Stopped()) {
                 return kBxFailure;
             }
-            if (!SearchBand()) {
-                return kBxOutOfMemory;
+            MarkBlocks(row + 1);
+            FillPlane(row);
+            for (SHalf& half : m_Halves) {
+                half.m_Planes.Smooth(m_pPlaneRows, row, half.m_Marks);
+                if (!SearchBlocks(row - 1, half)) {
+                    return kBxOutOfMemory;
+                }
+                if (half.m_pList != nullptr && row % kBarRows == 0) {
+                    half.m_pList->RaiseBar();
+                }
             }
         }
         return kBxSuccess;
     }
 
-    // Looks at the blocks of one band of the strip.
-    bool SearchBand() {
-        CBxBlockMap maps[2];
-        CBxBlockMap either;
-        for (int row = 0; row < kBlockRows; ++row) {
-            const CBxRect<int> rowArea = PlaneAreaOf({0, kBlockColumns, row, row + 1});
-            if (rowArea.IsEmpty()) {
+    // Moves the marks on, to those of a row of blocks: where the range of the pixels lets a corner be.
+    void MarkBlocks(int blockRow) {
+        std::uint64_t marks[2] = {0, 0};
+        const CBxRect<int> area = MaximaOf(0, kStripBlocks, blockRow);
+        if (!area.IsEmpty()) {
+            m_Source.BeginRanges(WithReach(area));
+        }
+        for (int block = 0; !area.IsEmpty() && block < kStripBlocks; ++block) {
+            const CBxRect<int> maxima = MaximaOf(block, block + 1, blockRow);
+            if (maxima.IsEmpty()) {
                 continue;
             }
-            m_Source.BeginRanges(rowArea);
-            for (int column = 0; column < kBlockColumns; ++column) {
-                const CBxRect<int> area = PlaneAreaOf({column, column + 1, row, row + 1});
-                if (area.IsEmpty()) {
-                    continue;
-                }
-                const CBxRowSource::SRange range = m_Source.RangeOf(area.left, area.right);
-                for (int half = 0; half < 2; ++half) {
-                    if (m_pLists[half] != nullptr && RangeMayHoldCorner(range, half, m_pLists[half]->Bar())) {
-                        maps[half].Mark(row, column);
-                        either.Mark(row, column);
-                    }
-                }
-            }
-        }
-        bool memory = true;
-        either.ForEachRun(0, kBlockColumns, [&](const SBxBlocks& run) {
-            FillRun(run);
+            const CBxRect<int> pixels = WithReach(maxima);
+            const CBxRowSource::SRange range = m_Source.RangeOf(pixels.left, pixels.right);
             for (int half = 0; half < 2; ++half) {
-                maps[half].ForEachRun(run.left, run.right, [&](const SBxBlocks& part) {
-                    memory = memory && SearchRun(part, maps[half], half, *m_pLists[half]);
-                });
-            }
-        });
-        for (CBxCandidateList* list : m_pLists) {
-            if (list != nullptr) {
-                list->RaiseBar();
+                const bool marked = m_Halves[half].m_pList != nullptr && RangeMayHoldCorner(range, m_Halves[half]);
+                marks[half] |= std::uint64_t{marked} << block;
             }
         }
-        return memory;
-    }
-
-    // The pixels that the corners of some blocks depend on; empty for blocks outside the area of maxima.
-    CBxRect<int> PlaneAreaOf(const SBxBlocks& blocks) const {
-        const CBxRect<int> area = BufferArea(blocks);
-        if (area.IsEmpty()) {
-            return area;
-        }
-        const int x = m_iLeft - kMargin;
-        const int y = m_iTop - kMargin;
-        return {x + area.left - kReachBefore, y + area.top - kReachBefore, x + area.right + kReachBehind,
-                y + area.bottom + kReachBehind};
-    }
-
-    // Brings the pixels that a run depends on into the buffer.
-    void FillRun(const SBxBlocks& run) {
-        const CBxRect<int> area = BufferArea(run);
-        const int first = area.left - kReachBefore;
-        m_Source.BeginStrip(m_iLeft - kMargin + first, area.Width() + kReachBefore + kReachBehind);
-        for (int row = area.top - kReachBefore; row < area.bottom + kReachBehind; ++row) {
-            m_Source.Row(m_Planes.PlaneRow(row) + first, m_iTop - kMargin + row);
+        for (int half = 0; half < 2; ++half) {
+            m_Halves[half].m_Marks.Advance(marks[half]);
         }
     }
 
-    bool RangeMayHoldCorner(const CBxRowSource::SRange& bounds, int half, float bar) const {
-        const SBxTones tones = kTonesOfHalf[half];
+    // Where maxima may lie in some blocks of a row of blocks.
+    CBxRect<int> MaximaOf(int firstBlock, int endBlock, int blockRow) const {
+        return {std::max(m_iLeft + kBlock * firstBlock, kEdge), std::max(kBlock * blockRow, kEdge),
+                std::min(m_iLeft + kBlock * endBlock, m_iWidth - kEdge + 1),
+                std::min(kBlock * (blockRow + 1), m_iHeight - kEdge + 1)};
+    }
+
+    // The pixels that maxima depend on.
+    static CBxRect<int> WithReach(const CBxRect<int>& maxima) {
+        return {maxima.left - kReachBefore, maxima.top - kReachBefore, maxima.right + kReachBehind,
+                maxima.bottom + kReachBehind};
+    }
+
+    static bool RangeMayHoldCorner(const CBxRowSource::SRange& bounds, const SHalf& half) {
+        const SBxTones& tones = half.m_Tones;
         const double range = static_cast<double>(std::clamp(bounds.high, tones.low, tones.high)) -
                              static_cast<double>(std::clamp(bounds.low, tones.low, tones.high));
         if (!(range > 0.0)) {
@@ -130,10 +149,10 @@ private:
         }
         // A difference of neighbours in the smoothed plane is a sum of differences of the taps, times pixels; and it is
         // a mean of the differences of neighbours in the plane.
-        const double gradient = m_Planes.LargestTap() * range;
+        const double gradient = half.m_Planes.LargestTap() * range;
         const double dx = std::min<double>(gradient, bounds.alongRows);
         const double dy = std::min<double>(gradient, bounds.alongColumns);
-        return Matters(dx * dx, dy * dy, dx * dx + dy * dy, bar);
+        return Matters(dx * dx, dy * dy, dx * dx + dy * dy, half.m_pList->Bar());
     }
 
     static bool Matters(double xx, double yy, double trace, float bar) {
@@ -141,62 +160,67 @@ private:
         return strength > kCornerThreshold && strength >= bar;
     }
 
-    // The buffer rows and columns of a run, cut to where a maximum may lie.
-    CBxRect<int> BufferArea(const SBxBlocks& run) const {
-        const auto cut = [](int first, int end, int origin, int length) {
-            return CBxPoint<int>{std::max(first, kEdge - origin), std::min(end, length - kEdge + 1 - origin)};
+    // Brings the pixels of a row of blocks into the buffer that marked blocks depend on. Outside the plane, where no
+    // maximum reaches, its edges go on.
+    void FillPlane(int blockRow) {
+        const auto either = [this](std::uint64_t SBxMarks::*part) {
+            return m_Halves[0].m_Marks.*part | m_Halves[1].m_Marks.*part;
         };
-        const CBxPoint<int> columns =
-            cut(kMargin + run.left * kBlock, kMargin + run.right * kBlock, m_iLeft - kMargin, m_iWidth);
-        const CBxPoint<int> rows =
-            cut(kMargin + run.top * kBlock, kMargin + run.bottom * kBlock, m_iTop - kMargin, m_iHeight);
-        return {columns.x, rows.x, columns.y, rows.y};
-    }
-
-    // Smooths a run of blocks, bounds its gradients, and searches what may still hold a corner.
-    bool SearchRun(const SBxBlocks& run, const CBxBlockMap& map, int half, CBxCandidateList& list) {
-        const CBxRect<int> area = BufferArea(run);
-        if (area.IsEmpty()) {
-            return true;
+        const SBxMarks marks{either(&SBxMarks::before), either(&SBxMarks::here), either(&SBxMarks::behind)};
+        if (!marks.Any()) {
+            return;
         }
-        m_Planes.Smooth(area, kTonesOfHalf[half]);
-        m_Planes.BoundGradients();
-        CBxBlockMap gradientMap;
-        for (int row = run.top; row < run.bottom; ++row) {
-            for (int column = run.left; column < run.right; ++column) {
-                const SBxGradients gradients = m_Planes.GradientsOfBlock(row, column);
-                m_fTrace[row][column] = gradients.trace;
-                if (Matters(gradients.xx, gradients.yy, gradients.trace, list.Bar()) && map.IsMarked(row, column)) {
-                    gradientMap.Mark(row, column);
-                }
+        const int firstColumn = std::max(0, kMargin - m_iLeft);
+        const int endColumn = m_iWidth - m_iLeft + kMargin;
+        for (int i = 0; i < kBlock; ++i) {
+            const std::uint64_t needed = i < kReachBehind            ? marks.before | marks.here
+                                         : i < kBlock - kReachBefore ? marks.here
+                                                                     : marks.here | marks.behind;
+            float* row = m_pPlaneRows[i];
+            m_Source.Spans(row, std::clamp(kBlock * blockRow + i, 0, m_iHeight - 1), BX_SpansOf(needed));
+            std::fill(row, row + firstColumn, row[firstColumn]);
+            if (endColumn < kPlaneWidth) {
+                std::fill(row + endColumn, row + std::min(endColumn + kBlock, kPlaneWidth), row[endColumn - 1]);
             }
         }
-        bool memory = true;
-        gradientMap.ForEachRun(run.left, run.right, [&](const SBxBlocks& inner) {
-            const CBxRect<int> innerArea = BufferArea(inner);
-            memory = memory && (innerArea.IsEmpty() || SearchArea(innerArea, inner, list));
-        });
-        return memory;
     }
 
-    // Fits and keeps the maxima of an area.
-    bool SearchArea(const CBxRect<int>& area, const SBxBlocks& blocks, CBxCandidateList& list) {
-        float trace = 0.0f;
-        for (int row = blocks.top; row < blocks.bottom; ++row) {
-            for (int column = blocks.left; column < blocks.right; ++column) {
-                trace = std::max(trace, m_fTrace[row][column]);
-            }
+    // Searches a row of blocks, once the one below it is smoothed, where its gradients let a corner be.
+    bool SearchBlocks(int blockRow, SHalf& half) {
+        SBxSearchedBlocks& searched = half.m_Searched[blockRow & 1];
+        searched.blocks = 0;
+        if ((half.m_Marks.before | half.m_Marks.here) != 0) {
+            half.m_Planes.BoundGradients(half.m_Gradients, blockRow + 1, half.m_Marks);
+            ChooseBlocks(searched, half);
         }
-        return m_Planes.ForEachMaximum(
-            area, BX_LeastMaximum(trace, list.Bar()),
+        return half.m_Planes.ForEachMaximum(
+            blockRow, half.m_Searched[~blockRow & 1], searched,
             [&](int column, int row, const float* upper, const float* middle, const float* lower) {
-                return FitMaximum(column, row, upper, middle, lower, list);
+                return FitMaximum(m_iLeft - kMargin + column, row, upper, middle, lower, *half.m_pList);
             });
     }
 
+    static void ChooseBlocks(SBxSearchedBlocks& searched, const SHalf& half) {
+        const SBxGradients& gradients = half.m_Gradients;
+        const float bar = half.m_pList->Bar();
+        for (std::uint64_t rest = half.m_Marks.before; rest != 0; rest &= rest - 1) {
+            const int block = std::countr_zero(rest);
+            if (Matters(gradients.xx[block], gradients.yy[block], gradients.trace[block], bar)) {
+                searched.blocks |= std::uint64_t{1} << block;
+            }
+        }
+        BX_ForEachRun(searched.blocks, [&](int first, int end) {
+            searched.least[first] =
+                BX_LeastMaximum(*std::max_element(gradients.trace + first, gradients.trace + end), bar);
+        });
+    }
+
     // The neighbourhood starts at upper[0], middle[0], lower[0].
-    bool FitMaximum(int bufferColumn, int bufferRow, const float* upper, const float* middle, const float* lower,
+    bool FitMaximum(int column, int row, const float* upper, const float* middle, const float* lower,
                     CBxCandidateList& list) {
+        if (column < kEdge || column > m_iWidth - kEdge || row < kEdge || row > m_iHeight - kEdge) {
+            return true;
+        }
         const float* rows[3] = {upper, middle, lower};
         double neighbourhood[9];
         double lowest = middle[1];
@@ -214,8 +238,6 @@ private:
         BX_FitSurface(coefficients, m_dInverse, neighbourhood);
         CBxPoint<double> position;
         const auto strength = static_cast<float>(BX_SurfaceMaximum(position, coefficients));
-        const int column = m_iLeft - kMargin + bufferColumn;
-        const int row = m_iTop - kMargin + bufferRow;
         return list.Add({column + position.x - 1.0, row + position.y - 1.0, strength, row, column});
     }
 
@@ -224,12 +246,10 @@ private:
     int m_iHeight;
     const CBxStopCheck* m_pStop;
     double m_dInverse[81];
-    CBxCandidateList* m_pLists[2] = {nullptr, nullptr};
-
-    CBxCornerPlanes m_Planes;
-    float m_fTrace[kBlockRows][kBlockColumns];  // bounds of the blocks of the run that was smoothed last
-    int m_iLeft = 0;                            // of the strip, in the plane
-    int m_iTop = 0;                             // of the band
+    SHalf m_Halves[2];
+    CBxHeapArray<float> m_Plane;
+    float* m_pPlaneRows[kBlock];
+    int m_iLeft = 0;  // of the strip, in the plane
 };
 
 float WeakestOfFullList(const SBxCornerList& list) {

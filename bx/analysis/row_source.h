@@ -1,6 +1,8 @@
 // Where the rows of a plane come from: a plane in memory, or one that is made piece by piece and never held.
 #pragma once
 
+#include <cstdint>
+
 #include "geometry.h"
 
 // Gives parts of the rows of a plane of floats. One object serves one thread.
@@ -16,10 +18,15 @@ public:
 
     virtual ~CBxRowSource() = default;
 
-    // Starts a strip of `width` columns from `left`; the rows of a strip are asked for in ascending order.
+    static constexpr int kSpan = 16;  // columns
+
+    // Starts a strip of `width` columns from `left`, of which columns outside the plane are never written; the rows of
+    // a strip are asked for in ascending order, some perhaps again.
     virtual void BeginStrip(int left, int width) = 0;
     // Writes the strip's part of a row.
     virtual void Row(float* out, int row) = 0;
+    // Writes some of the first 64 spans of it: span i are the columns from kSpan * i on, written where bit i is set.
+    virtual void Spans(float* out, int row, std::uint64_t spans) = 0;
     // The rows and columns in which ranges are asked for next.
     virtual void BeginRanges(const CBxRect<int>& area) = 0;
     // Bounds for some columns of that area, in all of its rows; they may be wider than the values.

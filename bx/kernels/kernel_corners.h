@@ -61,24 +61,37 @@ inline SProducts ProductsAt(const float* row, const float* next) {
     return {_mm512_mul_ps(dx, dx), _mm512_mul_ps(dx, dy), _mm512_mul_ps(dy, dy)};
 }
 
-void GradientBounds(const SBxGradientBounds& out, const float* const* rows, int rowCount, std::size_t groups) {
-    for (std::size_t group = 0; group < groups; ++group) {
-        const std::size_t i = group * kWide;
+void LargestGradients(const SBxGradientRows& out, const float* const* rows, int rowCount, std::size_t groups) {
+    for (std::size_t i = 0; i < groups * kWide; i += kWide) {
         __m512 xx = _mm512_setzero_ps();
         __m512 yy = xx;
         __m512 trace = xx;
+        __m512 here = _mm512_loadu_ps(rows[0] + i);
         for (int row = 0; row < rowCount; ++row) {
-            const SProducts products = ProductsAt(rows[row] + i, rows[row + 1] + i);
-            xx = _mm512_max_ps(xx, products.xx);
-            yy = _mm512_max_ps(yy, products.yy);
-            trace = _mm512_max_ps(trace, _mm512_add_ps(products.xx, products.yy));
+            const __m512 next = _mm512_loadu_ps(rows[row + 1] + i);
+            const __m512 dx = _mm512_sub_ps(_mm512_loadu_ps(rows[row] + i + 1), here);
+            const __m512 dy = _mm512_sub_ps(next, here);
+            const __m512 dx2 = _mm512_mul_ps(dx, dx);
+            const __m512 dy2 = _mm512_mul_ps(dy, dy);
+            xx = _mm512_max_ps(xx, dx2);
+            yy = _mm512_max_ps(yy, dy2);
+            trace = _mm512_max_ps(trace, _mm512_add_ps(dx2, dy2));
+            here = next;
         }
-        out.xx[2 * group] = _mm512_mask_reduce_max_ps(0x00FF, xx);
-        out.xx[2 * group + 1] = _mm512_mask_reduce_max_ps(0xFF00, xx);
-        out.yy[2 * group] = _mm512_mask_reduce_max_ps(0x00FF, yy);
-        out.yy[2 * group + 1] = _mm512_mask_reduce_max_ps(0xFF00, yy);
-        out.trace[2 * group] = _mm512_mask_reduce_max_ps(0x00FF, trace);
-        out.trace[2 * group + 1] = _mm512_mask_reduce_max_ps(0xFF00, trace);
+        _mm512_storeu_ps(out.xx + i, xx);
+        _mm512_storeu_ps(out.yy + i, yy);
+        _mm512_storeu_ps(out.trace + i, trace);
+    }
+}
+
+void LargestOfBlocks(float* out, const float* const* rows, int rowCount, std::size_t blocks) {
+    for (std::size_t block = 0; block < blocks; ++block) {
+        __m512 largest = _mm512_setzero_ps();
+        for (int row = 0; row < rowCount; ++row) {
+            const float* from = rows[row] + block * kWide;
+            largest = _mm512_max_ps(largest, _mm512_max_ps(_mm512_loadu_ps(from), _mm512_loadu_ps(from + 7)));
+        }
+        out[block] = _mm512_reduce_max_ps(largest);
     }
 }
 
@@ -149,14 +162,14 @@ void SmoothAlong(float* __restrict out, const float* __restrict in, std::size_t 
     }
 }
 
-void GradientBounds(const SBxGradientBounds& out, const float* const* rows, int rowCount, std::size_t groups) {
-    for (std::size_t group = 0; group < groups; ++group) {
+void LargestGradients(const SBxGradientRows& out, const float* const* rows, int rowCount, std::size_t groups) {
+    for (std::size_t i = 0; i < groups * kWide; i += kWide) {
         float xx[kWide] = {};
         float yy[kWide] = {};
         float trace[kWide] = {};
         for (int row = 0; row < rowCount; ++row) {
-            const float* here = rows[row] + group * kWide;
-            const float* next = rows[row + 1] + group * kWide;
+            const float* here = rows[row] + i;
+            const float* next = rows[row + 1] + i;
             for (std::size_t k = 0; k < kWide; ++k) {
                 const float dx = here[k + 1] - here[k];
                 const float dy = next[k] - here[k];
@@ -168,18 +181,27 @@ void GradientBounds(const SBxGradientBounds& out, const float* const* rows, int 
                 trace[k] = sum > trace[k] ? sum : trace[k];
             }
         }
-        const auto largestOfEight = [](float* to, const float* of) {
-            float largest = of[0];
-            for (int k = 1; k < 8; ++k) {
-                largest = of[k] > largest ? of[k] : largest;
+        __builtin_memcpy(out.xx + i, xx, sizeof xx);
+        __builtin_memcpy(out.yy + i, yy, sizeof yy);
+        __builtin_memcpy(out.trace + i, trace, sizeof trace);
+    }
+}
+
+void LargestOfBlocks(float* out, const float* const* rows, int rowCount, std::size_t blocks) {
+    for (std::size_t block = 0; block < blocks; ++block) {
+        float largest[kWide] = {};
+        for (int row = 0; row < rowCount; ++row) {
+            const float* from = rows[row] + block * kWide;
+            for (std::size_t k = 0; k < kWide; ++k) {
+                const float larger = from[k] > from[k + 7] ? from[k] : from[k + 7];
+                largest[k] = larger > largest[k] ? larger : largest[k];
             }
-            *to = largest;
-        };
-        for (std::size_t half = 0; half < 2; ++half) {
-            largestOfEight(out.xx + 2 * group + half, xx + 8 * half);
-            largestOfEight(out.yy + 2 * group + half, yy + 8 * half);
-            largestOfEight(out.trace + 2 * group + half, trace + 8 * half);
         }
+        float most = largest[0];
+        for (std::size_t k = 1; k < kWide; ++k) {
+            most = largest[k] > most ? largest[k] : most;
+        }
+        out[block] = most;
     }
 }
 

@@ -174,7 +174,8 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.EnlargeAlong = EnlargeAlong;
     kernels.ResampleAcross = ResampleAcross;
     kernels.SmoothAlong = SmoothAlong;
-    kernels.GradientBounds = GradientBounds;
+    kernels.LargestGradients = LargestGradients;
+    kernels.LargestOfBlocks = LargestOfBlocks;
     kernels.TensorAlong = TensorAlong;
     kernels.ResponseAcross = ResponseAcross;
     kernels.StrictMaxima = StrictMaxima;

@@ -48,8 +48,8 @@ struct SBxEllipses {
     float centresY[kColumns];
 };
 
-// One value for each 8 columns.
-struct SBxGradientBounds {
+// One value for each column.
+struct SBxGradientRows {
     float* xx;
     float* yy;
     float* trace;
@@ -91,9 +91,11 @@ struct SBxKernels {
     // out[i] = taps[0] * in[i] + ... + taps[6] * in[i + 6], of samples below `low` as if they were low, above `high`
     // high.
     void (*SmoothAlong)(float* out, const float* in, std::size_t groups, const float* taps, float low, float high);
-    // With dx = row[i + 1] - row[i] and dy = next[i] - row[i]: the largest dx^2, dy^2 and dx^2 + dy^2 of each 8 columns
+    // With dx = row[i + 1] - row[i] and dy = next[i] - row[i]: the largest dx^2, dy^2 and dx^2 + dy^2 of each column
     // over `rowCount` rows; the row behind them is read too.
-    void (*GradientBounds)(const SBxGradientBounds& out, const float* const* rows, int rowCount, std::size_t groups);
+    void (*LargestGradients)(const SBxGradientRows& out, const float* const* rows, int rowCount, std::size_t groups);
+    // out[i] = the largest of rows[r][16 i .. 16 i + 22] of `rowCount` rows.
+    void (*LargestOfBlocks)(float* out, const float* const* rows, int rowCount, std::size_t blocks);
     // The products dx * dx, dx * dy, dy * dy of the same differences, each filtered along the row with five taps:
     // out[0][i] = taps[0] * xx[i] + ... + taps[4] * xx[i + 4], and so on.
     void (*TensorAlong)(float* const* out, const float* row, const float* next, std::size_t groups, const float* taps);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
+#include "bit_runs.h"
 #include "scale_geometry.h"
 
 namespace {
@@ -14,6 +15,7 @@ int TapsOfStep(double step) {
 
 constexpr int kRowsAhead = 4;
 constexpr int kCacheLine = 64;
+constexpr std::uint64_t kAllSpans = ~std::uint64_t{0};  // and all columns behind them
 
 // The taps of one sample of a scaled line, and the source sample of the first.
 struct STaps {
@@ -102,68 +104,111 @@ void CBxScaledRows::BeginStrip(int left, int width) {
     std::fill(m_iRingRow, m_iRingRow + kMostTaps, -1);
 }
 
-// Resamples one source row along the strip, unless it stands in the ring.
-void CBxScaledRows::MakeSourceRow(int sourceRow) {
-    if (m_iRingRow[PlaceOf(sourceRow)] == sourceRow) {
+// Visits the columns of runs of spans that lie in the picture.
+template <typename Visit>
+void CBxScaledRows::ForEachPart(std::uint64_t spans, Visit visit) const {
+    const int end = std::min(m_iLeft + m_iWidth, Width());
+    if (spans == kAllSpans) {
+        visit(std::max(0, m_iLeft), end);
         return;
     }
-    m_iRingRow[PlaceOf(sourceRow)] = sourceRow;
-    const int* first = m_Columns.First() + m_iLeft;
-    const auto width = static_cast<std::size_t>(m_iWidth);
-    for (int component = 0; component < Components(); ++component) {
-        const auto plane = static_cast<CBxSearchPicture::EComponent>(
-            m_eChannel == EChannel::Blue ? CBxSearchPicture::Blue : CBxSearchPicture::Green + component);
-        const unsigned char* source = m_Picture.Row(plane, sourceRow);
-        const std::ptrdiff_t place = RingOffset(component, sourceRow);
-        // Strips are narrow: the machine does not foresee the rows of the next few samples by itself.
-        const int ahead = sourceRow + kRowsAhead;
-        if (ahead < m_Picture.Height()) {
-            const unsigned char* next = m_Picture.Row(plane, ahead);
-            for (int x = first[0]; x < first[m_iWidth - 1] + kCacheLine; x += kCacheLine) {
-                __builtin_prefetch(next + x);
-            }
+    BX_ForEachRun(spans, [&](int firstSpan, int endSpan) {
+        const int first = std::max(0, m_iLeft + kSpan * firstSpan);
+        const int last = std::min(m_iLeft + kSpan * endSpan, end);
+        if (first < last) {
+            visit(first, last);
         }
-        if (m_Columns.Enlarges()) {
-            m_Kernels.EnlargeAlong(m_Ring.Data() + place, source, first, m_Columns.Shares() + m_iLeft, width);
-            continue;
-        }
-        const double* weights[kMostTaps];
-        for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
-            weights[tap] = m_Columns.OfTap(tap) + m_iLeft;
-        }
-        m_Kernels.ResampleAlong(m_Ring.Data() + place, source, first, weights, m_Columns.Taps(), width);
-    }
+    });
 }
 
-// Makes a row of one component out of the ring; `taps` are those of the row.
-void CBxScaledRows::BlendRows(float* out, int component, const int* sourceRows, const double* weights) {
+// Resamples those spans of a source row that do not stand in the ring.
+void CBxScaledRows::MakeSourceRow(int sourceRow, std::uint64_t spans) {
+    const int place = PlaceOf(sourceRow);
+    if (m_iRingRow[place] != sourceRow) {
+        m_iRingRow[place] = sourceRow;
+        m_uiRingSpans[place] = 0;
+    }
+    std::uint64_t missing = spans & ~m_uiRingSpans[place];
+    if (missing == 0) {
+        return;
+    }
+    missing = spans == kAllSpans ? spans : missing;
+    m_uiRingSpans[place] |= missing;
+    ForEachPart(missing, [&](int first, int end) {
+        for (int component = 0; component < Components(); ++component) {
+            ResampleSourceRow(component, sourceRow, first, end);
+        }
+    });
+}
+
+void CBxScaledRows::ResampleSourceRow(int component, int sourceRow, int first, int end) {
+    const auto plane = static_cast<CBxSearchPicture::EComponent>(
+        m_eChannel == EChannel::Blue ? CBxSearchPicture::Blue : CBxSearchPicture::Green + component);
+    const int* columns = m_Columns.First();
+    // Strips are narrow: the machine does not foresee the rows of the next few samples by itself.
+    const int ahead = sourceRow + kRowsAhead;
+    if (ahead < m_Picture.Height()) {
+        const unsigned char* next = m_Picture.Row(plane, ahead);
+        for (int x = columns[first]; x < columns[end - 1] + kCacheLine; x += kCacheLine) {
+            __builtin_prefetch(next + x);
+        }
+    }
+    const unsigned char* source = m_Picture.Row(plane, sourceRow);
+    double* out = m_Ring.Data() + RingOffset(component, sourceRow) + first;
+    const auto count = static_cast<std::size_t>(end - first);
+    if (m_Columns.Enlarges()) {
+        m_Kernels.EnlargeAlong(out, source, columns + first, m_Columns.Shares() + first, count);
+        return;
+    }
+    const double* weights[kMostTaps];
+    for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
+        weights[tap] = m_Columns.OfTap(tap) + first;
+    }
+    m_Kernels.ResampleAlong(out, source, columns + first, weights, m_Columns.Taps(), count);
+}
+
+// Makes some columns of a row of one component out of the ring.
+void CBxScaledRows::BlendRows(float* out, int component, const SSourceRows& source, int first, int end) {
     const double* rows[kMostTaps];
     for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
-        rows[tap] = m_Ring.Data() + RingOffset(component, sourceRows[tap]);
+        rows[tap] = m_Ring.Data() + RingOffset(component, source.rows[tap]) + first;
     }
-    m_Kernels.ResampleAcross(out, rows, weights, m_Columns.Taps(), static_cast<std::size_t>(m_iWidth));
+    m_Kernels.ResampleAcross(out, rows, source.weights, m_Columns.Taps(), static_cast<std::size_t>(end - first));
 }
 
-void CBxScaledRows::Row(float* out, int row) {
-    STaps vertical = RowTaps(row, m_dStep, m_Picture.Height(), m_Columns.Taps());
-    if (m_Columns.Enlarges()) {
-        vertical.weights[0] /= kScaleWeightSteps;
-        vertical.weights[1] /= kScaleWeightSteps;
-    }
-    int sourceRows[kMostTaps];
-    for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
-        sourceRows[tap] = std::min(vertical.first + tap, m_Picture.Height() - 1);
-        MakeSourceRow(sourceRows[tap]);
-    }
+void CBxScaledRows::BlendParts(float* out, const SSourceRows& source, int first, int end) {
+    float* target = out + (first - m_iLeft);
     if (m_eChannel == EChannel::Blue) {
-        BlendRows(out, 0, sourceRows, vertical.weights);
+        BlendRows(target, 0, source, first, end);
         return;
     }
     float* green = m_Scratch.Data();
-    float* red = green + m_iWidth;
-    BlendRows(green, 0, sourceRows, vertical.weights);
-    BlendRows(red, 1, sourceRows, vertical.weights);
-    m_Kernels.Mean(out, green, red, static_cast<std::size_t>(m_iWidth));
+    float* red = green + (end - first);
+    BlendRows(green, 0, source, first, end);
+    BlendRows(red, 1, source, first, end);
+    m_Kernels.Mean(target, green, red, static_cast<std::size_t>(end - first));
+}
+
+CBxScaledRows::SSourceRows CBxScaledRows::SourceRowsOf(int row) const {
+    const STaps taps = RowTaps(row, m_dStep, m_Picture.Height(), m_Columns.Taps());
+    SSourceRows source;
+    for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
+        source.rows[tap] = std::min(taps.first + tap, m_Picture.Height() - 1);
+        source.weights[tap] = m_Columns.Enlarges() ? taps.weights[tap] / kScaleWeightSteps : taps.weights[tap];
+    }
+    return source;
+}
+
+void CBxScaledRows::Row(float* out, int row) {
+    Spans(out, row, kAllSpans);
+}
+
+void CBxScaledRows::Spans(float* out, int row, std::uint64_t spans) {
+    const SSourceRows source = SourceRowsOf(row);
+    for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
+        MakeSourceRow(source.rows[tap], spans);
+    }
+    ForEachPart(spans, [&](int first, int end) { BlendParts(out, source, first, end); });
 }
 
 // A sample lies between the source samples that it is made of, except in front of the first row, where no corner is.

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "heap_array.h"
 #include "kernels.h"
@@ -50,6 +51,7 @@ public:
 
     void BeginStrip(int left, int width) override;
     void Row(float* out, int row) override;
+    void Spans(float* out, int row, std::uint64_t spans) override;
     // For the mean of green and red only.
     void BeginRanges(const CBxRect<int>& area) override;
     SRange RangeOf(int left, int right) const override;
@@ -63,8 +65,19 @@ private:
     int PlaceOf(int sourceRow) const { return sourceRow & (m_iRing - 1); }
     int FirstSource(int target) const;
     int EndSource(int target) const;
-    void MakeSourceRow(int sourceRow);
-    void BlendRows(float* out, int component, const int* sourceRows, const double* weights);
+    // The source rows of a sample row, and what each counts.
+    struct SSourceRows {
+        int rows[kMostTaps];
+        double weights[kMostTaps];
+    };
+    SSourceRows SourceRowsOf(int row) const;
+    // Columns first .. end - 1 of the picture from here on.
+    template <typename Visit>
+    void ForEachPart(std::uint64_t spans, Visit visit) const;
+    void MakeSourceRow(int sourceRow, std::uint64_t spans);
+    void ResampleSourceRow(int component, int sourceRow, int first, int end);
+    void BlendRows(float* out, int component, const SSourceRows& source, int first, int end);
+    void BlendParts(float* out, const SSourceRows& source, int first, int end);
 
     const CBxSearchPicture& m_Picture;
     const CBxColumnWeights& m_Columns;
@@ -76,8 +89,9 @@ private:
     // Source rows resampled along the strip: in thousandths where the picture is enlarged.
     CBxHeapArray<double> m_Ring;
     CBxHeapArray<float> m_Scratch;
-    int m_iRing = kMostTaps;    // source rows that are kept
-    int m_iRingRow[kMostTaps];  // which source row stands in each place
+    int m_iRing = kMostTaps;                 // source rows that are kept
+    int m_iRingRow[kMostTaps];               // which source row stands in each place
+    std::uint64_t m_uiRingSpans[kMostTaps];  // and which spans of it
     int m_iLeft = 0;
     int m_iWidth = 0;
     CBxSearchPicture::CColumnRanges m_Ranges;  // of the source

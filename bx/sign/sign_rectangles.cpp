@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <limits>
 
+#include "bit_runs.h"
 #include "carrier_choice.h"
 #include "corner_detector.h"
 #include "corner_search.h"
@@ -119,9 +120,9 @@ public:
         m_iLeft = left;
         m_iWidth = width;
     }
-    void Row(float* out, int row) override {
-        const float* from = BX_PicRow<float>(m_Plane, row) + m_iLeft;
-        std::copy(from, from + m_iWidth, out);
+    void Row(float* out, int row) override { Columns(out, row, 0, m_iWidth); }
+    void Spans(float* out, int row, std::uint64_t spans) override {
+        BX_ForEachRun(spans, [&](int first, int end) { Columns(out, row, kSpan * first, kSpan * end); });
     }
     void BeginRanges(const CBxRect<int>& area) override { m_Area = area; }
     SRange RangeOf(int left, int right) const override {
@@ -138,6 +139,15 @@ public:
     }
 
 private:
+    void Columns(float* out, int row, int first, int end) const {
+        first = std::max(first, -m_iLeft);
+        end = std::min(end, m_Plane.m_iWidth - m_iLeft);
+        const float* from = BX_PicRow<float>(m_Plane, row);
+        if (first < end) {
+            std::copy(from + m_iLeft + first, from + m_iLeft + end, out + first);
+        }
+    }
+
     const SBxPicBuf& m_Plane;
     int m_iLeft = 0;
     int m_iWidth = 0;
