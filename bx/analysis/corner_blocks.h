@@ -40,12 +40,22 @@ struct SBxMarks {
 inline constexpr double kFitOvershoot = 0.28125;
 // Rounding in float cannot lift a response above its bound by more than this.
 inline constexpr double kRoundingSlack = 1.001;
+// Nor above what the exact tensor gives by more than this share of the trace's square.
+inline constexpr double kResponseRounding = 1e-5;
 
-// The greatest strength that a corner can have where dx^2 <= xx, dy^2 <= yy and dx^2 + dy^2 <= trace: the response is
-// at most xx * yy, and at most (1 / 4 - 0.08) trace^2; it is at least -0.08 trace^2.
+// The greatest response a b - 0.08 (a + b)^2 with a <= xx, b <= yy, a + b <= trace: it grows with the larger of the two
+// up to (1 - 0.16) / 0.16 times the smaller.
+inline double BX_GreatestResponse(double xx, double yy, double trace) {
+    const double smaller = std::min({xx, yy, 0.5 * trace});
+    const double larger = std::min({std::max(xx, yy), trace - smaller, (1.0 / 0.16 - 1.0) * smaller});
+    return smaller * larger - 0.08 * (smaller + larger) * (smaller + larger);
+}
+
+// The greatest strength that a corner can have where dx^2 <= xx, dy^2 <= yy and dx^2 + dy^2 <= trace: its response is
+// at least -0.08 trace^2.
 inline double BX_GreatestStrength(double xx, double yy, double trace) {
-    const double response = std::min(xx * yy, 0.17 * trace * trace);
-    if (response * kRoundingSlack <= kCornerThreshold) {
+    const double response = BX_GreatestResponse(xx, yy, trace) + kResponseRounding * trace * trace;
+    if (response <= kCornerThreshold) {
         return 0.0;
     }
     return kRoundingSlack * (response + kFitOvershoot * (response + 0.08 * trace * trace));
