@@ -37,28 +37,42 @@ struct SBxMarks {
 
 // The fitted surface rises above its centre v by at most this share of v minus its lowest neighbour: half of what the
 // sum of the absolute weights of bi-quadratic interpolation, (5 / 4)^2, exceeds 1.
-inline constexpr double kFitOvershoot = 0.28125;
+inline constexpr float kFitOvershoot = 0.28125;
 // Rounding in float cannot lift a response above its bound by more than this.
-inline constexpr double kRoundingSlack = 1.001;
+inline constexpr float kRoundingSlack = 1.001f;
 // Nor above what the exact tensor gives by more than this share of the trace's square.
-inline constexpr double kResponseRounding = 1e-5;
+inline constexpr float kResponseRounding = 1e-5f;
 
-// The greatest response a b - 0.08 (a + b)^2 with a <= xx, b <= yy, a + b <= trace: it grows with the larger of the two
-// up to (1 - 0.16) / 0.16 times the smaller.
-inline double BX_GreatestResponse(double xx, double yy, double trace) {
-    const double smaller = std::min({xx, yy, 0.5 * trace});
-    const double larger = std::min({std::max(xx, yy), trace - smaller, (1.0 / 0.16 - 1.0) * smaller});
-    return smaller * larger - 0.08 * (smaller + larger) * (smaller + larger);
-}
+// For each block of a row of blocks: the largest dx^2, dy^2 and dx^2 + dy^2 of what its corners depend on.
+struct SBxGradients {
+    static constexpr int kRoom = kStripBlocks + 1;
+    float xx[kRoom];
+    float yy[kRoom];
+    float trace[kRoom];
+};
 
-// The greatest strength that a corner can have where dx^2 <= xx, dy^2 <= yy and dx^2 + dy^2 <= trace: its response is
-// at least -0.08 trace^2.
-inline double BX_GreatestStrength(double xx, double yy, double trace) {
-    const double response = BX_GreatestResponse(xx, yy, trace) + kResponseRounding * trace * trace;
-    if (response <= kCornerThreshold) {
-        return 0.0;
+// The blocks that may hold a corner of strength `bar`.
+//
+// The response a b - 0.08 (a + b)^2 with a <= xx, b <= yy and a + b <= trace grows with the smaller of a and b, and
+// with the larger up to (1 - 0.16) / 0.16 times the smaller; it is at least -0.08 trace^2.
+inline std::uint64_t BX_BlocksThatMatter(const SBxGradients& gradients, float bar) {
+    float strengths[SBxGradients::kRoom];
+    for (int block = 0; block < SBxGradients::kRoom; ++block) {
+        const float xx = gradients.xx[block];
+        const float yy = gradients.yy[block];
+        const float trace = gradients.trace[block];
+        const float smaller = std::min(std::min(xx, yy), 0.5f * trace);
+        const float larger = std::min(std::min(std::max(xx, yy), trace - smaller), (1.0f / 0.16f - 1.0f) * smaller);
+        const float response =
+            smaller * larger - 0.08f * (smaller + larger) * (smaller + larger) + kResponseRounding * trace * trace;
+        const float strength = kRoundingSlack * (response + kFitOvershoot * (response + 0.08f * trace * trace));
+        strengths[block] = response > kCornerThreshold ? strength : 0.0f;
     }
-    return kRoundingSlack * (response + kFitOvershoot * (response + 0.08 * trace * trace));
+    std::uint64_t blocks = 0;
+    for (int block = 0; block < kStripBlocks; ++block) {
+        blocks |= std::uint64_t{strengths[block] > 0.0f && strengths[block] >= bar} << block;
+    }
+    return blocks;
 }
 
 // A response at or below this cannot become a corner of strength `bar` where dx^2 + dy^2 <= trace: its neighbours are

@@ -9,7 +9,7 @@ CBxCornerPlanes::CBxCornerPlanes(double zoom, const SBxTones& tones) : m_Kernels
     static_assert(static_cast<int>(SBxKernels::kGroup) == kBlock);
     BX_KernelTaps(m_fSmoothingTaps, kSmoothingKernel, 7, zoom);
     BX_KernelTaps(m_fTensorTaps, kTensorKernel, 5, zoom);
-    m_dLargestTap = *std::max_element(m_fSmoothingTaps, m_fSmoothingTaps + 7);
+    m_fLargestTap = *std::max_element(m_fSmoothingTaps, m_fSmoothingTaps + 7);
 }
 
 bool CBxCornerPlanes::Prepare() {

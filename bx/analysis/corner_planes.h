@@ -19,13 +19,6 @@ struct SBxTones {
     float high;
 };
 
-// The largest dx^2, dy^2 and dx^2 + dy^2 of what the corners of each block of a row of blocks depend on.
-struct SBxGradients {
-    float xx[kStripBlocks];
-    float yy[kStripBlocks];
-    float trace[kStripBlocks];
-};
-
 // The blocks of a row of blocks that are searched for maxima.
 struct SBxSearchedBlocks {
     std::uint64_t blocks = 0;
@@ -44,7 +37,7 @@ public:
     static constexpr int kLead = kBlock;
 
     // The largest tap of the smoothing.
-    double LargestTap() const { return m_dLargestTap; }
+    float LargestTap() const { return m_fLargestTap; }
 
     // Takes the pixels of a row of blocks, rows 16 blockRow to 16 blockRow + 15, and smooths as far as they reach: to
     // three rows above their end. Rows of blocks come in ascending order, from -1 on.
@@ -126,7 +119,7 @@ private:
     SBxTones m_Tones;
     float m_fSmoothingTaps[7];
     float m_fTensorTaps[5];
-    double m_dLargestTap;
+    float m_fLargestTap;
 
     CBxHeapArray<float> m_Rows;
     SGradientRows m_Shared[2];  // of the rows that two rows of blocks depend on: of even and of odd seams

@@ -71,7 +71,7 @@ private:
         CBxCornerPlanes m_Planes;
         SBxMarks m_Marks;                 // what the range of the pixels leaves
         SBxSearchedBlocks m_Searched[2];  // what the gradients leave, of even and of odd rows of blocks
-        SBxGradients m_Gradients;
+        SBxGradients m_Gradients{};
     };
 
     // Rows of blocks pass three stations, one after the other: marked by the range of their pixels, smoothed, searched.
@@ -105,59 +105,37 @@ private:
 
     // Moves the marks on, to those of a row of blocks: where the range of the pixels lets a corner be.
     void MarkBlocks(int blockRow) {
-        std::uint64_t marks[2] = {0, 0};
-        const CBxRect<int> area = MaximaOf(0, kStripBlocks, blockRow);
-        if (!area.IsEmpty()) {
-            m_Source.BeginRanges(WithReach(area));
+        const CBxRect<int> area{std::max(m_iLeft - kReachBefore, kEdge - kReachBefore),
+                                std::max(kBlock * blockRow, kEdge) - kReachBefore,
+                                std::min(m_iLeft + kStripWidth, m_iWidth - kEdge + 1) + kReachBehind,
+                                std::min(kBlock * (blockRow + 1), m_iHeight - kEdge + 1) + kReachBehind};
+        const bool mayHoldMaxima =
+            area.Width() > kReachBefore + kReachBehind && area.Height() > kReachBefore + kReachBehind;
+        if (mayHoldMaxima) {
+            m_Source.Ranges(m_Ranges, area, m_iLeft - kReachBefore, kReachBefore + kBlock + kReachBehind, kStripBlocks);
         }
-        for (int block = 0; !area.IsEmpty() && block < kStripBlocks; ++block) {
-            const CBxRect<int> maxima = MaximaOf(block, block + 1, blockRow);
-            if (maxima.IsEmpty()) {
-                continue;
-            }
-            const CBxRect<int> pixels = WithReach(maxima);
-            const CBxRowSource::SRange range = m_Source.RangeOf(pixels.left, pixels.right);
-            for (int half = 0; half < 2; ++half) {
-                const bool marked = m_Halves[half].m_pList != nullptr && RangeMayHoldCorner(range, m_Halves[half]);
-                marks[half] |= std::uint64_t{marked} << block;
-            }
-        }
-        for (int half = 0; half < 2; ++half) {
-            m_Halves[half].m_Marks.Advance(marks[half]);
+        for (SHalf& half : m_Halves) {
+            half.m_Marks.Advance(mayHoldMaxima && half.m_pList != nullptr ? MarksOf(half) : 0);
         }
     }
 
-    // Where maxima may lie in some blocks of a row of blocks.
-    CBxRect<int> MaximaOf(int firstBlock, int endBlock, int blockRow) const {
-        return {std::max(m_iLeft + kBlock * firstBlock, kEdge), std::max(kBlock * blockRow, kEdge),
-                std::min(m_iLeft + kBlock * endBlock, m_iWidth - kEdge + 1),
-                std::min(kBlock * (blockRow + 1), m_iHeight - kEdge + 1)};
-    }
-
-    // The pixels that maxima depend on.
-    static CBxRect<int> WithReach(const CBxRect<int>& maxima) {
-        return {maxima.left - kReachBefore, maxima.top - kReachBefore, maxima.right + kReachBehind,
-                maxima.bottom + kReachBehind};
-    }
-
-    static bool RangeMayHoldCorner(const CBxRowSource::SRange& bounds, const SHalf& half) {
+    // A difference of neighbours in the smoothed plane is a sum of differences of the taps, times pixels; and it is a
+    // mean of the differences of neighbours in the plane.
+    std::uint64_t MarksOf(SHalf& half) const {
         const SBxTones& tones = half.m_Tones;
-        const double range = static_cast<double>(std::clamp(bounds.high, tones.low, tones.high)) -
-                             static_cast<double>(std::clamp(bounds.low, tones.low, tones.high));
-        if (!(range > 0.0)) {
-            return false;
+        SBxGradients& gradients = half.m_Gradients;
+        for (int block = 0; block < kStripBlocks; ++block) {
+            const CBxRowSource::SRange& bounds = m_Ranges[block];
+            const float high = std::min(std::max(bounds.high, tones.low), tones.high);
+            const float low = std::min(std::max(bounds.low, tones.low), tones.high);
+            const float gradient = half.m_Planes.LargestTap() * (high - low);
+            const float dx = std::min(gradient, bounds.alongRows);
+            const float dy = std::min(gradient, bounds.alongColumns);
+            gradients.xx[block] = dx * dx;
+            gradients.yy[block] = dy * dy;
+            gradients.trace[block] = dx * dx + dy * dy;
         }
-        // A difference of neighbours in the smoothed plane is a sum of differences of the taps, times pixels; and it is
-        // a mean of the differences of neighbours in the plane.
-        const double gradient = half.m_Planes.LargestTap() * range;
-        const double dx = std::min<double>(gradient, bounds.alongRows);
-        const double dy = std::min<double>(gradient, bounds.alongColumns);
-        return Matters(dx * dx, dy * dy, dx * dx + dy * dy, half.m_pList->Bar());
-    }
-
-    static bool Matters(double xx, double yy, double trace, float bar) {
-        const double strength = BX_GreatestStrength(xx, yy, trace);
-        return strength > kCornerThreshold && strength >= bar;
+        return BX_BlocksThatMatter(gradients, half.m_pList->Bar());
     }
 
     // Brings the pixels of a row of blocks into the buffer that marked blocks depend on. Outside the plane, where no
@@ -203,12 +181,7 @@ private:
     static void ChooseBlocks(SBxSearchedBlocks& searched, const SHalf& half) {
         const SBxGradients& gradients = half.m_Gradients;
         const float bar = half.m_pList->Bar();
-        for (std::uint64_t rest = half.m_Marks.before; rest != 0; rest &= rest - 1) {
-            const int block = std::countr_zero(rest);
-            if (Matters(gradients.xx[block], gradients.yy[block], gradients.trace[block], bar)) {
-                searched.blocks |= std::uint64_t{1} << block;
-            }
-        }
+        searched.blocks = half.m_Marks.before & BX_BlocksThatMatter(gradients, bar);
         BX_ForEachRun(searched.blocks, [&](int first, int end) {
             searched.least[first] =
                 BX_LeastMaximum(*std::max_element(gradients.trace + first, gradients.trace + end), bar);
@@ -247,6 +220,7 @@ private:
     const CBxStopCheck* m_pStop;
     double m_dInverse[81];
     SHalf m_Halves[2];
+    CBxRowSource::SRange m_Ranges[kStripBlocks];
     CBxHeapArray<float> m_Plane;
     float* m_pPlaneRows[kBlock];
     int m_iLeft = 0;  // of the strip, in the plane

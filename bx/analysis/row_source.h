@@ -27,8 +27,7 @@ public:
     virtual void Row(float* out, int row) = 0;
     // Writes some of the first 64 spans of it: span i are the columns from kSpan * i on, written where bit i is set.
     virtual void Spans(float* out, int row, std::uint64_t spans) = 0;
-    // The rows and columns in which ranges are asked for next.
-    virtual void BeginRanges(const CBxRect<int>& area) = 0;
-    // Bounds for some columns of that area, in all of its rows; they may be wider than the values.
-    virtual SRange RangeOf(int left, int right) const = 0;
+    // Bounds for `count` windows of an area: window i are those of its columns that lie in the `width` columns from
+    // left + kSpan * i on. They may be wider than the values; those of an empty window are 0.
+    virtual void Ranges(SRange* ranges, const CBxRect<int>& area, int left, int width, int count) = 0;
 };

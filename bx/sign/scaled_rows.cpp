@@ -213,28 +213,32 @@ void CBxScaledRows::Spans(float* out, int row, std::uint64_t spans) {
 
 // A sample lies between the source samples that it is made of, except in front of the first row, where no corner is.
 int CBxScaledRows::FirstSource(int target) const {
-    return static_cast<int>(m_Columns.Enlarges() ? std::floor((target + 0.5) * m_dStep - 0.5)
-                                                 : std::floor(target * m_dStep));
+    return static_cast<int>(m_Columns.Enlarges() ? (target + 0.5) * m_dStep - 0.5 : target * m_dStep);
 }
 
 int CBxScaledRows::EndSource(int target) const {
-    return static_cast<int>(m_Columns.Enlarges() ? std::floor((target + 0.5) * m_dStep - 0.5) + 2
-                                                 : std::ceil((target + 1) * m_dStep));
+    return m_Columns.Enlarges() ? static_cast<int>((target + 0.5) * m_dStep - 0.5) + 2
+                                : static_cast<int>((target + 1) * m_dStep) + 1;
 }
 
-void CBxScaledRows::BeginRanges(const CBxRect<int>& area) {
+void CBxScaledRows::Ranges(SRange* ranges, const CBxRect<int>& area, int left, int width, int count) {
     m_Ranges.Begin(m_Picture, {FirstSource(area.left), FirstSource(area.top), EndSource(area.right - 1),
                                EndSource(area.bottom - 1)});
-}
-
-CBxRowSource::SRange CBxScaledRows::RangeOf(int left, int right) const {
-    const CBxSearchPicture::SRange range = m_Ranges.RangeOf(FirstSource(left), EndSource(right - 1));
-    const float low = static_cast<float>(range.low) / 2.0f;
-    const float high = static_cast<float>(range.high) / 2.0f;
     // Neighbours of an enlargement lie a step apart in the source; along a row the places are rounded to thousandths.
-    // The samples of a reduction take their last, partly covered source sample whole, which moves their middles by up
-    // to half a sample against each other.
-    const auto apart = static_cast<float>(m_dStep + (m_Columns.Enlarges() ? 0.002 : 0.502));
-    return {low, high, std::min(high - low, apart * static_cast<float>(range.alongRows) / 2.0f),
-            std::min(high - low, apart * static_cast<float>(range.alongColumns) / 2.0f)};
+    // The samples of a reduction weigh their first source sample by the part that they cover and the others whole,
+    // which moves their middles by up to half a sample against each other.
+    const auto apart = static_cast<float>(m_dStep + (m_Columns.Enlarges() ? 0.002 : 0.502)) / 2.0f;
+    for (int i = 0; i < count; ++i) {
+        const int first = std::max(area.left, left + kSpan * i);
+        const int end = std::min(area.right, left + kSpan * i + width);
+        if (first >= end) {
+            ranges[i] = {0.0f, 0.0f, 0.0f, 0.0f};
+            continue;
+        }
+        const CBxSearchPicture::SRange range = m_Ranges.RangeOf(FirstSource(first), EndSource(end - 1));
+        const float low = static_cast<float>(range.low) / 2.0f;
+        const float high = static_cast<float>(range.high) / 2.0f;
+        ranges[i] = {low, high, std::min(high - low, apart * static_cast<float>(range.alongRows)),
+                     std::min(high - low, apart * static_cast<float>(range.alongColumns))};
+    }
 }

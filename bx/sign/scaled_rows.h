@@ -53,8 +53,7 @@ public:
     void Row(float* out, int row) override;
     void Spans(float* out, int row, std::uint64_t spans) override;
     // For the mean of green and red only.
-    void BeginRanges(const CBxRect<int>& area) override;
-    SRange RangeOf(int left, int right) const override;
+    void Ranges(SRange* ranges, const CBxRect<int>& area, int left, int width, int count) override;
 
 private:
     static constexpr int kMostTaps = 16;

@@ -27,6 +27,8 @@ struct CBxSearchPicture::SBoundRows {
 
 namespace {
 
+constexpr std::int16_t kNothing = -0x7FFF;  // below every bound
+
 void WidenBounds(std::uint16_t* __restrict low, std::uint16_t* __restrict high, const std::uint16_t* __restrict values,
                  int count) {
     for (int i = 0; i < count; ++i) {
@@ -114,13 +116,15 @@ void CBxSearchPicture::BoundCells(int cellRow, SBoundRows& rows) {
         WidenDifference(rows.alongColumns, rows.sums, rows.nextSums, m_iWidth);
         std::swap(rows.sums, rows.nextSums);
     }
-    const auto largest = [](const std::uint16_t* of) { return std::max({of[0], of[1], of[2], of[3]}); };
-    std::uint16_t* cells = m_Cells.Data() + static_cast<std::ptrdiff_t>(cellRow) * m_iCellsPerRow * kBounds;
+    const auto largest = [](const std::uint16_t* of) {
+        return static_cast<std::int16_t>(std::max({of[0], of[1], of[2], of[3]}));
+    };
+    std::int16_t* cells = m_Cells.Data() + static_cast<std::ptrdiff_t>(cellRow) * m_iCellsPerRow * kBounds;
     for (int cell = 0; cell < m_iCellsPerRow; ++cell) {
         const int x = cell * kCell;
         const std::uint16_t* low = rows.low + x;
         const int lowest = std::min({low[0], low[1], low[2], low[3]});
-        *cells++ = static_cast<std::uint16_t>(0xFFFF - lowest);
+        *cells++ = static_cast<std::int16_t>(-lowest);
         *cells++ = largest(rows.high + x);
         *cells++ = largest(rows.alongRows + x);
         *cells++ = largest(rows.alongColumns + x);
@@ -138,10 +142,10 @@ void CBxSearchPicture::CColumnRanges::Begin(const CBxSearchPicture& picture, con
     const int firstRow = std::max(0, area.top) / kCell;
     const int lastRow = (std::min(picture.m_iHeight, area.bottom) - 1) / kCell;
     const int count = (lastColumn - m_iFirstColumn + 1) * kBounds;
-    std::uint16_t* __restrict largest = m_Largest.Data();
-    std::fill_n(largest, count, std::uint16_t{0});
+    std::int16_t* __restrict largest = m_Largest.Data();
+    std::fill_n(largest, count, kNothing);
     for (int row = firstRow; row <= lastRow; ++row) {
-        const std::uint16_t* cells =
+        const std::int16_t* cells =
             picture.m_Cells.Data() +
             (static_cast<std::ptrdiff_t>(row) * picture.m_iCellsPerRow + m_iFirstColumn) * kBounds;
         for (int i = 0; i < count; ++i) {
@@ -153,12 +157,12 @@ void CBxSearchPicture::CColumnRanges::Begin(const CBxSearchPicture& picture, con
 CBxSearchPicture::SRange CBxSearchPicture::CColumnRanges::RangeOf(int left, int right) const {
     const int firstColumn = std::max(0, left) / kCell - m_iFirstColumn;
     const int lastColumn = (std::min(m_iWidth, right) - 1) / kCell - m_iFirstColumn;
-    std::uint16_t largest[kBounds] = {};
-    for (int column = firstColumn; column <= lastColumn; ++column) {
-        const std::uint16_t* cell = m_Largest.Data() + static_cast<std::ptrdiff_t>(column) * kBounds;
+    std::int16_t largest[kBounds] = {kNothing, 0, 0, 0};
+    const std::int16_t* cell = m_Largest.Data() + static_cast<std::ptrdiff_t>(firstColumn) * kBounds;
+    for (int column = firstColumn; column <= lastColumn; ++column, cell += kBounds) {
         for (int bound = 0; bound < kBounds; ++bound) {
-            largest[bound] = std::max(largest[bound], cell[bound]);
+            largest[bound] = cell[bound] > largest[bound] ? cell[bound] : largest[bound];
         }
     }
-    return {static_cast<std::uint16_t>(0xFFFF - largest[0]), largest[1], largest[2], largest[3]};
+    return {-largest[0], largest[1], largest[2], largest[3]};
 }

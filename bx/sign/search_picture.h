@@ -14,10 +14,10 @@ public:
 
     // Bounds of green + red, and of its differences between neighbours.
     struct SRange {
-        std::uint16_t low;
-        std::uint16_t high;
-        std::uint16_t alongRows;
-        std::uint16_t alongColumns;
+        int low;
+        int high;
+        int alongRows;
+        int alongColumns;
     };
 
     static constexpr int kReadAhead = 48;
@@ -45,8 +45,8 @@ public:
         SRange RangeOf(int left, int right) const;
 
     private:
-        // The largest of every column of cells: 65535 - low, high, alongRows, alongColumns.
-        CBxHeapArray<std::uint16_t> m_Largest;
+        // The largest of every column of cells: -low, high, alongRows, alongColumns.
+        CBxHeapArray<std::int16_t> m_Largest;
         int m_iFirstColumn = 0;
         int m_iWidth = 0;  // of the picture
     };
@@ -65,6 +65,6 @@ private:
     int m_iPitch = 0;
     int m_iCellsPerRow = 0;
     CBxHeapArray<unsigned char> m_Planes;  // blue, green, red
-    // kBounds for each cell, the first of which is 65535 - low: the larger, the wider.
-    CBxHeapArray<std::uint16_t> m_Cells;
+    // kBounds for each cell, the first of which is -low: the larger, the wider.
+    CBxHeapArray<std::int16_t> m_Cells;
 };

@@ -124,18 +124,11 @@ public:
     void Spans(float* out, int row, std::uint64_t spans) override {
         BX_ForEachRun(spans, [&](int first, int end) { Columns(out, row, kSpan * first, kSpan * end); });
     }
-    void BeginRanges(const CBxRect<int>& area) override { m_Area = area; }
-    SRange RangeOf(int left, int right) const override {
-        SRange range{std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity(),
-                     std::numeric_limits<float>::infinity(), std::numeric_limits<float>::infinity()};
-        for (int y = m_Area.top; y < m_Area.bottom; ++y) {
-            const float* row = BX_PicRow<float>(m_Plane, y);
-            for (int x = left; x < right; ++x) {
-                range.low = std::min(range.low, row[x]);
-                range.high = std::max(range.high, row[x]);
-            }
+    void Ranges(SRange* ranges, const CBxRect<int>& area, int left, int width, int count) override {
+        for (int i = 0; i < count; ++i) {
+            ranges[i] = RangeOf({std::max(area.left, left + kSpan * i), area.top,
+                                 std::min(area.right, left + kSpan * i + width), area.bottom});
         }
-        return range;
     }
 
 private:
@@ -148,10 +141,25 @@ private:
         }
     }
 
+    SRange RangeOf(const CBxRect<int>& area) const {
+        if (area.IsEmpty()) {
+            return {0.0f, 0.0f, 0.0f, 0.0f};
+        }
+        float low = std::numeric_limits<float>::infinity();
+        float high = -low;
+        for (int y = area.top; y < area.bottom; ++y) {
+            const float* row = BX_PicRow<float>(m_Plane, y);
+            for (int x = area.left; x < area.right; ++x) {
+                low = std::min(low, row[x]);
+                high = std::max(high, row[x]);
+            }
+        }
+        return {low, high, high - low, high - low};
+    }
+
     const SBxPicBuf& m_Plane;
     int m_iLeft = 0;
     int m_iWidth = 0;
-    CBxRect<int> m_Area{0, 0, 0, 0};
 };
 
 }  // namespace

@@ -128,6 +128,7 @@ TEST_P(KernelForms, SearchCornersTheSame) {
             for (std::size_t row = 0; row < kRows; ++row) {
                 std::generate(rows[row].begin(), rows[row].end(),
                               [&random] { return static_cast<float>(random() % 9); });
+                rows[row][random() % kWidth] = 11.0f;
                 starts[row] = rows[row].data() + offset;
             }
             std::vector<float> out(count), xx(count), xy(count), yy(count);
@@ -165,24 +166,32 @@ TEST_P(KernelForms, SearchCornersTheSame) {
                 ASSERT_EQ(out[i], sums[0] * sums[2] - sums[1] * sums[1] - 0.08f * (trace * trace));
             }
             for (const int rowCount : {1, 3, 8}) {
-                std::vector<float> bounds[3] = {std::vector<float>(2 * groups), std::vector<float>(2 * groups),
-                                                std::vector<float>(2 * groups)};
-                m_pForm->GradientBounds({bounds[0].data(), bounds[1].data(), bounds[2].data()}, starts, rowCount,
-                                        groups);
-                for (std::size_t cell = 0; cell < 2 * groups; ++cell) {
+                std::vector<float> bounds[3] = {std::vector<float>(kWidth), std::vector<float>(kWidth),
+                                                std::vector<float>(kWidth)};
+                m_pForm->LargestGradients({bounds[0].data(), bounds[1].data(), bounds[2].data()}, starts, rowCount,
+                                          groups);
+                for (std::size_t x = 0; x < count; ++x) {
                     float largest[3] = {};
-                    for (std::size_t x = 8 * cell; x < 8 * cell + 8; ++x) {
-                        for (int row = 0; row < rowCount; ++row) {
-                            const float dx = starts[row][x + 1] - starts[row][x];
-                            const float dy = starts[row + 1][x] - starts[row][x];
-                            largest[0] = std::max(largest[0], dx * dx);
-                            largest[1] = std::max(largest[1], dy * dy);
-                            largest[2] = std::max(largest[2], dx * dx + dy * dy);
-                        }
+                    for (int row = 0; row < rowCount; ++row) {
+                        const float dx = starts[row][x + 1] - starts[row][x];
+                        const float dy = starts[row + 1][x] - starts[row][x];
+                        largest[0] = std::max(largest[0], dx * dx);
+                        largest[1] = std::max(largest[1], dy * dy);
+                        largest[2] = std::max(largest[2], dx * dx + dy * dy);
                     }
                     for (int part = 0; part < 3; ++part) {
-                        ASSERT_EQ(bounds[part][cell], largest[part]);
+                        ASSERT_EQ(bounds[part][x], largest[part]);
                     }
+                }
+                std::vector<float> blocks(groups);
+                m_pForm->LargestOfBlocks(blocks.data(), starts, rowCount, groups);
+                for (std::size_t block = 0; block < groups; ++block) {
+                    float largest = 0.0f;
+                    for (int row = 0; row < rowCount; ++row) {
+                        const float* first = starts[row] + 16 * block;
+                        largest = std::max(largest, *std::max_element(first, first + 23));
+                    }
+                    ASSERT_EQ(blocks[block], largest);
                 }
             }
             std::vector<unsigned short> flags(groups);

@@ -1,7 +1,10 @@
 // The engine's ways of searching a zoom against the plain ones: the same corners and candidates, the same means.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <random>
 #include <vector>
 
 #include "cell_reader.h"
@@ -21,10 +24,10 @@ struct SCase {
     double zoom;
 };
 
-// Odd sizes around the seams of tiles, strips and bands.
-const SCase kCases[] = {{333, 401, 1, 0.9}, {523, 347, 2, 1.0},  {641, 359, 3, 1.35}, {517, 389, 4, 2.05},
-                        {1101, 77, 5, 1.0}, {70, 700, 6, 0.95},  {41, 43, 7, 1.7},    {19, 300, 8, 1.0},
-                        {9, 9, 9, 2.0},     {1300, 340, 10, 0.9}};
+// Odd sizes around the seams of tiles, strips and blocks.
+const SCase kCases[] = {{333, 401, 1, 0.9}, {523, 347, 2, 1.0},   {641, 359, 3, 1.35},  {517, 389, 4, 2.05},
+                        {1101, 77, 5, 1.0}, {70, 700, 6, 0.95},   {41, 43, 7, 1.7},     {19, 300, 8, 1.0},
+                        {9, 9, 9, 2.0},     {1300, 340, 10, 0.9}, {1700, 130, 11, 1.2}, {1017, 50, 12, 1.0}};
 
 class SearchForms : public testing::TestWithParam<EBxKernelForm> {
 protected:
@@ -116,6 +119,82 @@ TEST_P(SearchForms, ReadTheMeansOfThePlainForm) {
                 ASSERT_EQ(std::isnan(means[cell]), std::isnan(plain[cell])) << i << ", " << cell;
                 if (!std::isnan(means[cell])) {
                     EXPECT_NEAR(means[cell], plain[cell], 1e-6) << i << ", " << cell;
+                }
+            }
+        }
+    }
+}
+
+TEST_P(SearchForms, MakeTheMarkedSpansOfARowAndNoMore) {
+    constexpr float kUntouched = -1.0f;
+    std::mt19937_64 random(4);
+    for (const SCase& test : kCases) {
+        SCOPED_TRACE(testing::Message() << test.width << " x " << test.height << " at " << test.zoom);
+        const CBxOwnedPic picture = MakePicture(test, false);
+        CBxSearchPicture shared;
+        CBxColumnWeights columns;
+        ASSERT_TRUE(shared.Prepare(picture.Pic()) && columns.Prepare(test.width, test.zoom));
+        CBxScaledRows whole(shared, columns, test.zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
+        CBxScaledRows parts(shared, columns, test.zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
+        ASSERT_TRUE(whole.Prepare() && parts.Prepare());
+        const int width = whole.Width();
+        std::vector<float> wholeRow(static_cast<std::size_t>(width));
+        whole.BeginStrip(0, width);
+        constexpr int kLeft = -8;
+        parts.BeginStrip(kLeft, 1024);
+        for (int row = 0; row < std::min(whole.Height(), 60); ++row) {
+            whole.Row(wholeRow.data(), row);
+            std::vector<float> part(1024, kUntouched);
+            const std::uint64_t spans = random() & random();
+            parts.Spans(part.data(), row, spans);
+            for (int i = 0; i < 1024; ++i) {
+                const int x = kLeft + i;
+                const bool made = ((spans >> (i / 16)) & 1) != 0 && x >= 0 && x < width;
+                ASSERT_EQ(part[static_cast<std::size_t>(i)], made ? wholeRow[static_cast<std::size_t>(x)] : kUntouched)
+                    << x << ", " << row;
+            }
+        }
+    }
+}
+
+TEST_P(SearchForms, BoundTheSamplesOfWindowsAndTheirDifferences) {
+    for (const SCase& test : kCases) {
+        SCOPED_TRACE(testing::Message() << test.width << " x " << test.height << " at " << test.zoom);
+        const CBxOwnedPic picture = MakePicture(test, true);
+        CBxSearchPicture shared;
+        CBxColumnWeights columns;
+        ASSERT_TRUE(shared.Prepare(picture.Pic()) && columns.Prepare(test.width, test.zoom));
+        CBxScaledRows rows(shared, columns, test.zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
+        ASSERT_TRUE(rows.Prepare());
+        const int width = rows.Width();
+        const int height = std::min(rows.Height(), 90);
+        std::vector<std::vector<float>> plane(static_cast<std::size_t>(height),
+                                              std::vector<float>(static_cast<std::size_t>(width)));
+        rows.BeginStrip(0, width);
+        for (int row = 0; row < height; ++row) {
+            rows.Row(plane[static_cast<std::size_t>(row)].data(), row);
+        }
+        const auto at = [&](int x, int y) { return plane[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)]; };
+        for (int top = 3; top + 29 <= height; top += 7) {
+            CBxRowSource::SRange ranges[80];
+            const CBxRect<int> area{3, top, std::min(width - 1, 1200), top + 29};
+            rows.Ranges(ranges, area, -6, 29, 80);
+            for (int window = 0; window < 80; ++window) {
+                const int left = std::max(3, 16 * window - 6);
+                const int right = std::min(area.right, 16 * window + 23);
+                // Sums of a hundred thousandths, rounded to floats.
+                constexpr float kRounding = 1e-4f;
+                for (int y = top; y < area.bottom; ++y) {
+                    for (int x = left; x < right; ++x) {
+                        ASSERT_GE(at(x, y) + kRounding, ranges[window].low) << x << ", " << y;
+                        ASSERT_LE(at(x, y) - kRounding, ranges[window].high) << x << ", " << y;
+                        if (x + 1 < right) {
+                            ASSERT_LE(std::fabs(at(x + 1, y) - at(x, y)) - kRounding, ranges[window].alongRows);
+                        }
+                        if (y + 1 < area.bottom) {
+                            ASSERT_LE(std::fabs(at(x, y + 1) - at(x, y)) - kRounding, ranges[window].alongColumns);
+                        }
+                    }
                 }
             }
         }
