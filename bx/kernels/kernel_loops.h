@@ -91,12 +91,6 @@ void Harris(float* __restrict out, const float* sxx, const float* syy, const flo
     }
 }
 
-void Mean(float* __restrict out, const float* a, const float* b, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        out[i] = (a[i] + b[i]) * 0.5f;
-    }
-}
-
 double SurfaceMaximum(int* x, int* y, const double* c) {
     constexpr int kSteps = 17;
     constexpr int kRoom = 24;
@@ -169,11 +163,12 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.Subtract = Subtract;
     kernels.Multiply = Multiply;
     kernels.Harris = Harris;
-    kernels.Mean = Mean;
     kernels.ResampleAlong = ResampleAlong;
     kernels.EnlargeAlong = EnlargeAlong;
     kernels.ResampleAcross = ResampleAcross;
+    kernels.ResampleMeanAcross = ResampleMeanAcross;
     kernels.SmoothAlong = SmoothAlong;
+    kernels.SmoothAcross = SmoothAcross;
     kernels.LargestGradients = LargestGradients;
     kernels.LargestOfBlocks = LargestOfBlocks;
     kernels.TensorAlong = TensorAlong;

@@ -116,36 +116,73 @@ void EnlargeAlong(double* __restrict out, const unsigned char* __restrict in, co
     }
 }
 
-void ResampleAcross2(float* __restrict out, const double* r0, const double* r1, double w0, double w1,
-                     std::size_t count) {
+// One sample of a column: the weighted sum of `Rows` rows, of `rowCount` where that is 0.
+template <int Rows>
+inline float Blended(const double* const* rows, const double* weights, int rowCount, std::size_t i) {
+    double sum = weights[0] * rows[0][i];
+    for (int row = 1; row < (Rows > 0 ? Rows : rowCount); ++row) {
+        sum += weights[row] * rows[row][i];
+    }
+    return static_cast<float>(sum);
+}
+
+// The pointers and weights as values of their own, which the compiler keeps in registers.
+template <int Rows>
+struct SRows {
+    const double* rows[Rows];
+    double weights[Rows];
+    SRows(const double* const* theRows, const double* theWeights) {
+        for (int row = 0; row < Rows; ++row) {
+            rows[row] = theRows[row];
+            weights[row] = theWeights[row];
+        }
+    }
+};
+
+template <int Rows>
+void BlendRows(float* __restrict out, const double* const* rows, const double* weights, std::size_t count) {
+    const SRows<Rows> own(rows, weights);
     for (std::size_t i = 0; i < count; ++i) {
-        out[i] = static_cast<float>(w0 * r0[i] + w1 * r1[i]);
+        out[i] = Blended<Rows>(own.rows, own.weights, Rows, i);
     }
 }
 
-void ResampleAcross3(float* __restrict out, const double* r0, const double* r1, const double* r2, double w0, double w1,
-                     double w2, std::size_t count) {
+template <int Rows>
+void BlendMean(float* __restrict out, const double* const* first, const double* const* second, const double* weights,
+               std::size_t count) {
+    const SRows<Rows> a(first, weights);
+    const SRows<Rows> b(second, weights);
     for (std::size_t i = 0; i < count; ++i) {
-        out[i] = static_cast<float>(w0 * r0[i] + w1 * r1[i] + w2 * r2[i]);
+        out[i] = (Blended<Rows>(a.rows, a.weights, Rows, i) + Blended<Rows>(b.rows, b.weights, Rows, i)) * 0.5f;
     }
 }
 
-void ResampleAcross(float* __restrict out, const double* const* rows, const double* weights, int rowCount,
-                    std::size_t count) {
+void ResampleAcross(float* out, const double* const* rows, const double* weights, int rowCount, std::size_t count) {
     if (rowCount == 2) {
-        ResampleAcross2(out, rows[0], rows[1], weights[0], weights[1], count);
+        BlendRows<2>(out, rows, weights, count);
         return;
     }
     if (rowCount == 3) {
-        ResampleAcross3(out, rows[0], rows[1], rows[2], weights[0], weights[1], weights[2], count);
+        BlendRows<3>(out, rows, weights, count);
         return;
     }
     for (std::size_t i = 0; i < count; ++i) {
-        double sum = weights[0] * rows[0][i];
-        for (int row = 1; row < rowCount; ++row) {
-            sum += weights[row] * rows[row][i];
-        }
-        out[i] = static_cast<float>(sum);
+        out[i] = Blended<0>(rows, weights, rowCount, i);
+    }
+}
+
+void ResampleMeanAcross(float* out, const double* const* first, const double* const* second, const double* weights,
+                        int rowCount, std::size_t count) {
+    if (rowCount == 2) {
+        BlendMean<2>(out, first, second, weights, count);
+        return;
+    }
+    if (rowCount == 3) {
+        BlendMean<3>(out, first, second, weights, count);
+        return;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = (Blended<0>(first, weights, rowCount, i) + Blended<0>(second, weights, rowCount, i)) * 0.5f;
     }
 }
 

@@ -69,8 +69,6 @@ struct SBxKernels {
     void (*Multiply)(float* out, const float* a, const float* b, std::size_t count);
     // out[i] = sxx[i] * syy[i] - sxy[i]^2 - 0.08 * (sxx[i] + syy[i])^2.
     void (*Harris)(float* out, const float* sxx, const float* syy, const float* sxy, std::size_t count);
-    // out[i] = (a[i] + b[i]) / 2.
-    void (*Mean)(float* out, const float* a, const float* b, std::size_t count);
 
     // out[i] = weights[0][i] * in[first[i]] + ... over `tapCount` neighbouring bytes, in double. `first` ascends; `in`
     // can be read, though it is not used, for 16 bytes from the first tap of every sample on.
@@ -84,6 +82,9 @@ struct SBxKernels {
     // out[i] = weights[0] * rows[0][i] + ... over `rowCount` rows, in double, rounded once.
     void (*ResampleAcross)(float* out, const double* const* rows, const double* weights, int rowCount,
                            std::size_t count);
+    // The mean of two such samples: out[i] = (a + b) / 2, each rounded before.
+    void (*ResampleMeanAcross)(float* out, const double* const* first, const double* const* second,
+                               const double* weights, int rowCount, std::size_t count);
     // The loops of the corner search work on whole groups of samples: `groups` of them are written, and each input can
     // be read, though it is not used, for one group more than that and a sample on either side.
     static constexpr std::size_t kGroup = 16;
@@ -91,6 +92,9 @@ struct SBxKernels {
     // out[i] = taps[0] * in[i] + ... + taps[6] * in[i + 6], of samples below `low` as if they were low, above `high`
     // high.
     void (*SmoothAlong)(float* out, const float* in, std::size_t groups, const float* taps, float low, float high);
+    // out[r][i] = taps[0] * rows[r][i] + ... + taps[6] * rows[r + 6][i] for `rowCount` rows.
+    void (*SmoothAcross)(float* const* out, const float* const* rows, int rowCount, std::size_t groups,
+                         const float* taps);
     // With dx = row[i + 1] - row[i] and dy = next[i] - row[i]: the largest dx^2, dy^2 and dx^2 + dy^2 of each column
     // over `rowCount` rows; the row behind them is read too.
     void (*LargestGradients)(const SBxGradientRows& out, const float* const* rows, int rowCount, std::size_t groups);

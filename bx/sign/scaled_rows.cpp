@@ -90,8 +90,7 @@ bool CBxScaledRows::Prepare() {
     const auto width = static_cast<std::size_t>(m_Columns.ScaledWidth());
     m_iRing = m_Columns.Taps() <= kFewTaps ? kFewTaps : kMostTaps;
     const auto ring = width * static_cast<std::size_t>(m_iRing * Components());
-    return m_Ring.Allocate(ring) && m_Scratch.Allocate(2 * width) &&
-           (m_eChannel == EChannel::Blue || m_Ranges.Prepare(m_Picture));
+    return m_Ring.Allocate(ring) && (m_eChannel == EChannel::Blue || m_Ranges.Prepare(m_Picture));
 }
 
 std::ptrdiff_t CBxScaledRows::RingOffset(int component, int sourceRow) const {
@@ -167,26 +166,22 @@ void CBxScaledRows::ResampleSourceRow(int component, int sourceRow, int first, i
     m_Kernels.ResampleAlong(out, source, columns + first, weights, m_Columns.Taps(), count);
 }
 
-// Makes some columns of a row of one component out of the ring.
-void CBxScaledRows::BlendRows(float* out, int component, const SSourceRows& source, int first, int end) {
-    const double* rows[kMostTaps];
-    for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
-        rows[tap] = m_Ring.Data() + RingOffset(component, source.rows[tap]) + first;
+// Makes some columns of a row out of the ring.
+void CBxScaledRows::BlendRows(float* out, const SSourceRows& source, int first, int end) {
+    const auto count = static_cast<std::size_t>(end - first);
+    const int taps = m_Columns.Taps();
+    const double* rows[2][kMostTaps];
+    for (int component = 0; component < Components(); ++component) {
+        for (int tap = 0; tap < taps; ++tap) {
+            rows[component][tap] = m_Ring.Data() + RingOffset(component, source.rows[tap]) + first;
+        }
     }
-    m_Kernels.ResampleAcross(out, rows, source.weights, m_Columns.Taps(), static_cast<std::size_t>(end - first));
-}
-
-void CBxScaledRows::BlendParts(float* out, const SSourceRows& source, int first, int end) {
     float* target = out + (first - m_iLeft);
     if (m_eChannel == EChannel::Blue) {
-        BlendRows(target, 0, source, first, end);
-        return;
+        m_Kernels.ResampleAcross(target, rows[0], source.weights, taps, count);
+    } else {
+        m_Kernels.ResampleMeanAcross(target, rows[0], rows[1], source.weights, taps, count);
     }
-    float* green = m_Scratch.Data();
-    float* red = green + (end - first);
-    BlendRows(green, 0, source, first, end);
-    BlendRows(red, 1, source, first, end);
-    m_Kernels.Mean(target, green, red, static_cast<std::size_t>(end - first));
 }
 
 CBxScaledRows::SSourceRows CBxScaledRows::SourceRowsOf(int row) const {
@@ -208,7 +203,7 @@ void CBxScaledRows::Spans(float* out, int row, std::uint64_t spans) {
     for (int tap = 0; tap < m_Columns.Taps(); ++tap) {
         MakeSourceRow(source.rows[tap], spans);
     }
-    ForEachPart(spans, [&](int first, int end) { BlendParts(out, source, first, end); });
+    ForEachPart(spans, [&](int first, int end) { BlendRows(out, source, first, end); });
 }
 
 // A sample lies between the source samples that it is made of, except in front of the first row, where no corner is.

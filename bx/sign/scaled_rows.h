@@ -75,8 +75,7 @@ private:
     void ForEachPart(std::uint64_t spans, Visit visit) const;
     void MakeSourceRow(int sourceRow, std::uint64_t spans);
     void ResampleSourceRow(int component, int sourceRow, int first, int end);
-    void BlendRows(float* out, int component, const SSourceRows& source, int first, int end);
-    void BlendParts(float* out, const SSourceRows& source, int first, int end);
+    void BlendRows(float* out, const SSourceRows& source, int first, int end);
 
     const CBxSearchPicture& m_Picture;
     const CBxColumnWeights& m_Columns;
@@ -87,7 +86,6 @@ private:
 
     // Source rows resampled along the strip: in thousandths where the picture is enlarged.
     CBxHeapArray<double> m_Ring;
-    CBxHeapArray<float> m_Scratch;
     int m_iRing = kMostTaps;                 // source rows that are kept
     int m_iRingRow[kMostTaps];               // which source row stands in each place
     std::uint64_t m_uiRingSpans[kMostTaps];  // and which spans of it

@@ -108,7 +108,6 @@ TEST_P(KernelForms, CalculateTheSame) {
     three([](const SBxKernels& k, float* out, const float* x, const float* y, std::size_t n) {
         k.Multiply(out, x, y, n);
     });
-    three([](const SBxKernels& k, float* out, const float* x, const float* y, std::size_t n) { k.Mean(out, x, y, n); });
     three([&](const SBxKernels& k, float* out, const float* x, const float* y, std::size_t n) {
         k.Harris(out, x, y, c.data(), n);
     });
@@ -153,6 +152,24 @@ TEST_P(KernelForms, SearchCornersTheSame) {
                 ASSERT_EQ(xx[i], sums[0]);
                 ASSERT_EQ(xy[i], sums[1]);
                 ASSERT_EQ(yy[i], sums[2]);
+            }
+            for (const int rowCount : {1, 4}) {
+                std::vector<float> smoothed[4];
+                float* outs[4];
+                for (int row = 0; row < 4; ++row) {
+                    smoothed[row].assign(kWidth, -1.0f);
+                    outs[row] = smoothed[row].data();
+                }
+                m_pForm->SmoothAcross(outs, starts, rowCount, groups, kTaps7);
+                for (int row = 0; row < rowCount; ++row) {
+                    for (std::size_t i = 0; i < kWidth; ++i) {
+                        float sum = kTaps7[0] * starts[row][i];
+                        for (int tap = 1; tap < 7; ++tap) {
+                            sum += kTaps7[tap] * starts[row + tap][i];
+                        }
+                        ASSERT_EQ(smoothed[row][i], i < count ? sum : -1.0f);
+                    }
+                }
             }
             m_pForm->ResponseAcross(out.data(), starts, starts + 2, starts + 4, groups, kTaps7);
             for (std::size_t i = 0; i < count; ++i) {
@@ -262,6 +279,24 @@ TEST_P(KernelForms, ResampleTheSame) {
             }
             const double rowWeights[4] = {0.31, 0.4, 0.29, 0.123};
             kernels.ResampleAcross(out.data() + offset, rows, rowWeights, rowCount, count);
+            return out;
+        });
+        ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+            std::vector<float> out(kRoom, -1.0f);
+            const double* first[4];
+            const double* second[4];
+            std::vector<float> samples[2] = {std::vector<float>(kRoom), std::vector<float>(kRoom)};
+            for (int row = 0; row < 4; ++row) {
+                first[row] = weights[row].data() + offset;
+                second[row] = weights[3 - row].data() + offset / 2;
+            }
+            const double rowWeights[4] = {0.31, 0.4, 0.29, 0.123};
+            kernels.ResampleMeanAcross(out.data() + offset, first, second, rowWeights, rowCount, count);
+            kernels.ResampleAcross(samples[0].data(), first, rowWeights, rowCount, count);
+            kernels.ResampleAcross(samples[1].data(), second, rowWeights, rowCount, count);
+            for (std::size_t i = 0; i < count; ++i) {
+                EXPECT_EQ(out[offset + i], (samples[0][i] + samples[1][i]) / 2);
+            }
             return out;
         });
     }
