@@ -26,6 +26,7 @@
 #include "scaled_rows.h"
 #include "sign_format.h"
 #include "sign_op.h"
+#include "sign_probe.h"
 
 namespace {
 
@@ -127,9 +128,14 @@ void EngineZoom(SStages& stages, const CBxSearchPicture& shared, double zoom, st
     });
     stages.cells += Seconds([&] {
         CBxScaledRows blue(shared, columns, zoom, CBxScaledRows::EChannel::Blue);
-        good = good && blue.Prepare() && cells.Prepare(rects, count, blue.Width(), blue.Height()) &&
-               cells.Read(blue, zoom, nullptr) == 0;
+        CBxCellReader probe;
+        good = good && blue.Prepare() && probe.Prepare(rects, count, blue.Width(), blue.Height(), BX_ProbeCells()) &&
+               probe.Read(blue, zoom, nullptr) == 0;
     });
+    // The search reads all cells only of candidates that pass the probe; here they are for the comparison.
+    CBxScaledRows blue(shared, columns, zoom, CBxScaledRows::EChannel::Blue);
+    good = good && blue.Prepare() && cells.Prepare(rects, count, blue.Width(), blue.Height(), BX_AllCells()) &&
+           cells.Read(blue, zoom, nullptr) == 0;
     if (!good) {
         std::fprintf(stderr, "out of memory\n");
         std::exit(2);

@@ -105,152 +105,142 @@ inline bool LinesAreClose(const SBxEllipseRow& row) {
     return least > 0.0 && most - least <= 3.0;
 }
 
-// Adds what lies between the bounds of eight cells on three lines; at once where the bounds of each cell are close.
-inline void AddLines(const SBxEllipseRow& row, const TDoubles* begins, const TDoubles* ends, bool close, double* sums,
-                     double* weights) {
-    TDoubles sum = LoadDoubles(sums);
-    TDoubles weight = LoadDoubles(weights);
+// A group of cells in one vector: where the cells begin in the lower half, where they end in the upper one. In a
+// mirrored vector the ends have changed their signs, so that "more to the right" is "more inside" for both.
+inline TDoubles Mirrored(TDoubles places) {
+    constexpr long long kSign = static_cast<long long>(1ULL << 63);
+    return reinterpret_cast<TDoubles>(reinterpret_cast<TMask>(places) ^ TMask{0, 0, 0, 0, kSign, kSign, kSign, kSign});
+}
+
+// Of a mirrored vector: the ends in the place of the begins and the begins in that of the ends.
+inline TDoubles Opposite(TDoubles mirrored) {
+    return -WithHalvesSwapped(mirrored);
+}
+
+// What the rows of a group of cells have in common.
+struct SGroup {
+    TDoubles centre;
+    TDoubles rim;  // the labels of the stamp, mirrored
+    TDoubles inner;
+};
+
+inline SGroup LoadGroup(const SBxEllipseRow& row, int first) {
+    const auto twice = [first](const double* from) {
+        const THalf half = LoadHalf(from + first);
+        return Joined(half, half);
+    };
+    const TDoubles left = twice(row.lefts);
+    const TDoubles visible = twice(row.visible);
+    const auto places = [left, visible](double begin, double end) {
+        const TDoubles bounds{begin, begin, begin, begin, end, end, end, end};
+        return Mirrored(left + Smaller(visible, bounds));
+    };
+    return {twice(row.centres), places(row.rimLeft, row.rimRight), places(row.innerLeft, row.innerRight)};
+}
+
+// Adds what lies between the places of a group on three lines; at once where the bounds of each cell are close.
+inline void AddLines(const SBxEllipseRow& row, const TDoubles* places, bool close, double* sums, double* weights) {
+    THalf sum = LoadHalf(sums);
+    THalf weight = LoadHalf(weights);
+    const auto between = [](TDoubles pairs) { return UpperHalf(pairs) - LowerHalf(pairs); };
     if (close) {
-        sum += SumsOfThreeLines(row.prefix, ends[0], ends[1], ends[2]) -
-               SumsOfThreeLines(row.prefix, begins[0], begins[1], begins[2]);
+        sum += between(SumsOfThreeLines(row.prefix, places[0], places[1], places[2]));
     }
     for (int line = 0; line < SBxEllipseRow::kLines; ++line) {
         if (!close && row.reach[line] > 0.0) {
-            sum += SumsOfThirds(row.prefix, ends[line]) - SumsOfThirds(row.prefix, begins[line]);
+            sum += between(SumsOfThirds(row.prefix, places[line]));
         }
-        weight += ends[line] - begins[line];
+        weight += between(places[line]);
     }
-    StoreDoubles(sums, sum);
-    StoreDoubles(weights, weight);
+    StoreHalf(sums, sum);
+    StoreHalf(weights, weight);
 }
+
+// Where the cells of a group begin and end on one line; bit i belongs to cell i.
+struct SBounds {
+    TDoubles places;    // 0 of cells that are open
+    unsigned int open;  // not decided
+    unsigned int empty;
+};
 
 #if defined(__AVX512F__)
 
 // With the instructions' own names: comparisons fill mask registers, which the compiler's own vectors do not use.
+inline SBounds BoundsOnLine(const SGroup& group, double reach, bool hasInner) {
+    const __m512d bound = group.centre - Mirrored(Splat(reach));
+    // Truncation rounds down here, since nothing lies more than half a sample in front of the frame.
+    const __m512d inside = _mm512_roundscale_pd(bound + 1.0, _MM_FROUND_TO_ZERO);
+    const __m512d behind = inside - bound;
+    unsigned int open = _mm512_cmp_pd_mask(behind, _mm512_set1_pd(SBxEllipseRow::kNear), _CMP_LT_OQ) |
+                        _mm512_cmp_pd_mask(behind, _mm512_set1_pd(1.0 - SBxEllipseRow::kNear), _CMP_GT_OQ);
+    __m512d places = _mm512_max_pd(Mirrored(inside), group.rim);
+    const __m512d opposite = Opposite(places);
+    const __mmask8 empty = _mm512_cmp_pd_mask(places, opposite, _CMP_GE_OQ);
+    if (hasInner) {
+        const __mmask8 apart = _mm512_cmp_pd_mask(places, Opposite(group.inner), _CMP_GT_OQ);
+        open |= apart & ~static_cast<unsigned int>(empty);
+        places = _mm512_mask_mov_pd(_mm512_min_pd(places, group.inner), empty, group.inner);
+    } else {
+        places = _mm512_mask_mov_pd(places, empty & 0xF0, opposite);
+    }
+    open = (open | open >> 4) & 0xF;
+    const auto decided = static_cast<__mmask8>(~(open | open << 4));
+    return {_mm512_maskz_mov_pd(decided, Mirrored(places)), open, empty & 0xFU};
+}
+
+#else
+
+// One bit for each cell of which either half is set.
+inline unsigned int BitsOfHalves(TMask mask) {
+    const TMask both = mask | __builtin_shufflevector(mask, mask, 4, 5, 6, 7, 0, 1, 2, 3);
+    const TMask bits = both & TMask{1, 2, 4, 8, 0, 0, 0, 0};
+    return static_cast<unsigned int>(bits[0] | bits[1] | bits[2] | bits[3]);
+}
+
+inline SBounds BoundsOnLine(const SGroup& group, double reach, bool hasInner) {
+    const TDoubles bound = group.centre - Mirrored(Splat(reach));
+    // Truncation rounds down here, since nothing lies more than half a sample in front of the frame.
+    const TDoubles inside = Truncated(bound + 1.0);
+    const TDoubles behind = inside - bound;
+    TMask open = (behind < SBxEllipseRow::kNear) | (behind > 1.0 - SBxEllipseRow::kNear);
+    TDoubles places = Larger(Mirrored(inside), group.rim);
+    const TDoubles opposite = Opposite(places);
+    const TMask empty = places >= opposite;
+    if (hasInner) {
+        open |= ~empty & (places > Opposite(group.inner));
+        places = empty ? group.inner : Smaller(places, group.inner);
+    } else {
+        places = empty & TMask{0, 0, 0, 0, -1, -1, -1, -1} ? opposite : places;
+    }
+    open |= __builtin_shufflevector(open, open, 4, 5, 6, 7, 0, 1, 2, 3);
+    return {open ? TDoubles{} : Mirrored(places), BitsOfHalves(open), BitsOfHalves(empty)};
+}
+
+#endif
+
 bool AddEllipseRow(const SBxEllipseRow& row, double* sums, double* weights, unsigned char* undecided) {
     const bool hasInner = row.innerLeft < row.innerRight;
     const bool close = LinesAreClose(row);
-    const __m512d one = _mm512_set1_pd(1.0);
-    const __m512d near = _mm512_set1_pd(SBxEllipseRow::kNear);
-    const __m512d far = _mm512_set1_pd(1.0 - SBxEllipseRow::kNear);
     unsigned int any = 0;
-    for (int first = 0; first < SBxEllipseRow::kColumns; first += kLanes) {
-        const __m512d centre = _mm512_loadu_pd(row.centres + first);
-        const __m512d left = _mm512_loadu_pd(row.lefts + first);
-        const __m512d visible = _mm512_loadu_pd(row.visible + first);
-        const auto place = [left, visible](double bound) {
-            return _mm512_add_pd(left, _mm512_min_pd(visible, _mm512_set1_pd(bound)));
-        };
-        const __m512d rimLeft = place(row.rimLeft);
-        const __m512d rimRight = place(row.rimRight);
-        const __m512d innerLeft = place(row.innerLeft);
-        const __m512d innerRight = place(row.innerRight);
-        TDoubles begins[SBxEllipseRow::kLines] = {};
-        TDoubles ends[SBxEllipseRow::kLines] = {};
+    for (int first = 0; first < row.cells; first += SBxEllipseRow::kGroup) {
+        const SGroup group = LoadGroup(row, first);
+        TDoubles places[SBxEllipseRow::kLines] = {};
         unsigned int special = 0;
         for (int line = 0; line < SBxEllipseRow::kLines; ++line) {
             if (row.reach[line] <= 0.0) {
                 continue;
             }
-            const __m512d reach = _mm512_set1_pd(row.reach[line]);
-            const __m512d from = _mm512_sub_pd(centre, reach);
-            const __m512d to = _mm512_add_pd(centre, reach);
-            const __m512d firstInside = _mm512_roundscale_pd(_mm512_add_pd(from, one), _MM_FROUND_TO_ZERO);
-            const __m512d endInside = _mm512_roundscale_pd(_mm512_add_pd(to, one), _MM_FROUND_TO_ZERO);
-            const __m512d behindFrom = _mm512_sub_pd(firstInside, from);
-            const __m512d behindTo = _mm512_sub_pd(endInside, to);
-            unsigned int open =
-                static_cast<unsigned int>(_mm512_cmp_pd_mask(_mm512_min_pd(behindFrom, behindTo), near, _CMP_LT_OQ)) |
-                _mm512_cmp_pd_mask(_mm512_max_pd(behindFrom, behindTo), far, _CMP_GT_OQ);
-            __m512d begin = _mm512_max_pd(firstInside, rimLeft);
-            __m512d end = _mm512_min_pd(endInside, rimRight);
-            const __mmask8 empty = _mm512_cmp_pd_mask(begin, end, _CMP_GE_OQ);
-            if (hasInner) {
-                open |= static_cast<unsigned int>(_mm512_cmp_pd_mask(begin, innerRight, _CMP_GT_OQ) |
-                                                  _mm512_cmp_pd_mask(end, innerLeft, _CMP_LT_OQ)) &
-                        ~static_cast<unsigned int>(empty);
-                begin = _mm512_mask_mov_pd(_mm512_min_pd(begin, innerLeft), empty, innerLeft);
-                end = _mm512_mask_mov_pd(_mm512_max_pd(end, innerRight), empty, innerRight);
-            } else {
-                end = _mm512_mask_mov_pd(end, empty, begin);
-            }
-            const auto decided = static_cast<__mmask8>(~open);
-            begins[line] = _mm512_maskz_mov_pd(decided, begin);
-            ends[line] = _mm512_maskz_mov_pd(decided, end);
-            any |= open;
-            special |= open | empty;
-            _mm_storel_epi64(reinterpret_cast<__m128i*>(undecided + line * SBxEllipseRow::kColumns + first),
-                             _mm_maskz_set1_epi8(static_cast<__mmask16>(open & 0xFF), 1));
+            const SBounds bounds = BoundsOnLine(group, row.reach[line], hasInner);
+            places[line] = bounds.places;
+            // Bit i becomes byte i.
+            const unsigned int bytes = bounds.open * 0x00204081U & 0x01010101U;
+            __builtin_memcpy(undecided + line * SBxEllipseRow::kColumns + first, &bytes, sizeof bytes);
+            any |= bounds.open;
+            special |= bounds.open | bounds.empty;
         }
-        AddLines(row, begins, ends, close && special == 0, sums + first, weights + first);
+        AddLines(row, places, close && special == 0, sums + first, weights + first);
     }
     return any != 0;
 }
-
-#else
-
-// Where eight cells begin and end on one line.
-struct SBounds {
-    TDoubles begin;
-    TDoubles end;
-    TMask open;  // not decided: begin and end are 0
-    TMask empty;
-};
-
-SBounds BoundsOnLine(const SBxEllipseRow& row, double halfWidth, int first) {
-    const TDoubles centre = LoadDoubles(row.centres + first);
-    const TDoubles left = LoadDoubles(row.lefts + first);
-    const TDoubles visible = LoadDoubles(row.visible + first);
-    const TDoubles from = centre - halfWidth;
-    const TDoubles to = centre + halfWidth;
-    // Truncation rounds down here, since nothing lies more than half a sample in front of the frame.
-    const TDoubles firstInside = Truncated(from + 1.0);
-    const TDoubles endInside = Truncated(to + 1.0);
-    const TDoubles behindFrom = firstInside - from;
-    const TDoubles behindTo = endInside - to;
-    TMask open = (Smaller(behindFrom, behindTo) < SBxEllipseRow::kNear) |
-                 (Larger(behindFrom, behindTo) > 1.0 - SBxEllipseRow::kNear);
-
-    TDoubles begin = Larger(firstInside, left + Smaller(visible, Splat(row.rimLeft)));
-    TDoubles end = Smaller(endInside, left + Smaller(visible, Splat(row.rimRight)));
-    const TMask empty = begin >= end;
-    if (row.innerLeft < row.innerRight) {
-        const TDoubles innerLeft = left + Smaller(visible, Splat(row.innerLeft));
-        const TDoubles innerRight = left + Smaller(visible, Splat(row.innerRight));
-        open |= ~empty & ((begin > innerRight) | (end < innerLeft));
-        begin = empty ? innerLeft : Smaller(begin, innerLeft);
-        end = empty ? innerRight : Larger(end, innerRight);
-    } else {
-        end = empty ? begin : end;
-    }
-    return {open ? TDoubles{} : begin, open ? TDoubles{} : end, open, empty};
-}
-
-bool AddEllipseRow(const SBxEllipseRow& row, double* sums, double* weights, unsigned char* undecided) {
-    const bool close = LinesAreClose(row);
-    bool any = false;
-    for (int first = 0; first < SBxEllipseRow::kColumns; first += kLanes) {
-        TDoubles begins[SBxEllipseRow::kLines] = {};
-        TDoubles ends[SBxEllipseRow::kLines] = {};
-        bool special = false;
-        for (int line = 0; line < SBxEllipseRow::kLines; ++line) {
-            if (row.reach[line] <= 0.0) {
-                continue;
-            }
-            const SBounds bounds = BoundsOnLine(row, row.reach[line], first);
-            begins[line] = bounds.begin;
-            ends[line] = bounds.end;
-            for (int lane = 0; lane < kLanes; ++lane) {
-                undecided[line * SBxEllipseRow::kColumns + first + lane] = bounds.open[lane] != 0;
-                any |= bounds.open[lane] != 0;
-                special |= (bounds.open[lane] | bounds.empty[lane]) != 0;
-            }
-        }
-        AddLines(row, begins, ends, close && !special, sums + first, weights + first);
-    }
-    return any;
-}
-
-#endif
 
 }  // namespace

@@ -20,6 +20,8 @@ typedef float TGroup __attribute__((vector_size(kWide * sizeof(float))));
 typedef double TDoubles __attribute__((vector_size(kLanes * sizeof(double))));
 typedef long long TMask __attribute__((vector_size(kLanes * sizeof(long long))));
 typedef int TInts __attribute__((vector_size(kLanes * sizeof(int))));
+// Half as many: of a pair of halves, the one or the other.
+typedef double THalf __attribute__((vector_size(kLanes / 2 * sizeof(double))));
 
 inline TGroup LoadGroup(const float* from) {
     TGroup value;
@@ -36,6 +38,26 @@ inline TDoubles LoadDoubles(const double* from) {
 }
 inline void StoreDoubles(double* to, TDoubles value) {
     __builtin_memcpy(to, &value, sizeof value);
+}
+inline THalf LoadHalf(const double* from) {
+    THalf value;
+    __builtin_memcpy(&value, from, sizeof value);
+    return value;
+}
+inline void StoreHalf(double* to, THalf value) {
+    __builtin_memcpy(to, &value, sizeof value);
+}
+inline THalf LowerHalf(TDoubles a) {
+    return __builtin_shufflevector(a, a, 0, 1, 2, 3);
+}
+inline THalf UpperHalf(TDoubles a) {
+    return __builtin_shufflevector(a, a, 4, 5, 6, 7);
+}
+inline TDoubles Joined(THalf lower, THalf upper) {
+    return __builtin_shufflevector(lower, upper, 0, 1, 2, 3, 4, 5, 6, 7);
+}
+inline TDoubles WithHalvesSwapped(TDoubles a) {
+    return __builtin_shufflevector(a, a, 4, 5, 6, 7, 0, 1, 2, 3);
 }
 inline TDoubles Splat(double value) {
     return value - TDoubles{};

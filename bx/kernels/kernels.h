@@ -10,16 +10,20 @@
 
 enum class EBxKernelForm { Portable, Avx2, Avx512 };
 
-// The three lines of samples of a row of pixels through a row of 16 cells: what of them lies inside the cells'
-// ellipses. Places along a line are counted in thirds of a pixel from the left end of the frame; a sample is the middle
-// of a third.
+// The three lines of samples of a row of pixels through a row of cells: what of them lies inside the cells' ellipses.
+// Places along a line are counted in thirds of a pixel from the left end of the frame; a sample is the middle of a
+// third.
 struct SBxEllipseRow {
     static constexpr int kColumns = 16;
     static constexpr int kLines = 3;
+    // Cells are looked at so many at a time: what is given for each can be read up to the next multiple, and there are
+    // places of the frame behind the last cell, too.
+    static constexpr int kGroup = 4;
     // A bound closer than this to a sample is not decided here.
     static constexpr double kNear = 1e-6;
 
     const double* prefix;   // sums of the row's pixels from the left end of the frame, readable three behind the last
+    int cells;              // 1 to kColumns
     const double* centres;  // of the ellipses, less half a third, so that sample s lies at s
     const double* lefts;    // of the stamps
     const double* visible;  // width of the stamps that the next ones leave
@@ -117,10 +121,10 @@ struct SBxKernels {
     double (*SurfaceMaximum)(int* x, int* y, const double* coefficients);
     // sums[r][i + 1] = sums[r][i] + rows[r][i] for four rows at once, in double; sums[r][0] = 0 is written too.
     void (*PrefixSums4)(double* const* sums, const float* const* rows, std::size_t count);
-    // Adds the samples of each cell, each with the value of its pixel, to sums[16] and their number to weights[16]: the
-    // inner part whole, the rim inside the ellipse. Cells whose bounds lie too close to a sample of a line, or whose
-    // ellipse does not meet their inner part, are left out and get undecided[16 line + cell] = 1, others of the line 0.
-    // Returns whether any was left out.
+    // Adds the samples of each cell, each with the value of its pixel, to sums[cell] and their number to weights[cell]:
+    // the inner part whole, the rim inside the ellipse. Cells whose bounds lie too close to a sample of a line, or
+    // whose ellipse does not meet their inner part, are left out and get undecided[16 line + cell] = 1, others of the
+    // line 0. Returns whether any was left out. What is written is read and written up to the next multiple of kGroup.
     bool (*AddEllipseRow)(const SBxEllipseRow& row, double* sums, double* weights, unsigned char* undecided);
     // sums[i] = what lies inside ellipse i, areas[i] = how many pixels of the plane that is; parts of pixels count.
     void (*SumEllipses)(const SBxEllipses& cells, float* sums, float* areas);

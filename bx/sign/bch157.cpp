@@ -112,3 +112,11 @@ int CBxBCH157::GetDataFromBCHCode() {
     std::copy(recd + length - k, recd + length, data);
     return corrected;
 }
+
+CBxBCH157 BX_MakeCoder() {
+    CBxBCH157 coder;
+    coder.read_p();
+    coder.generate_gf();
+    coder.gen_poly();
+    return coder;
+}

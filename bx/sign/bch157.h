@@ -37,3 +37,6 @@ private:
     int decode_bch();   // NOLINT(readability-identifier-naming)
     int Multiply(int a, int b) const;
 };
+
+// One that is ready for its first word.
+CBxBCH157 BX_MakeCoder();

@@ -70,13 +70,13 @@ SBxStampRow BX_StampRow(double cellWidth, double cellHeight, int y) {
 }
 
 void SBxCandidateCells::Place(const CBxRect<double>& candidate, const CBxSize<int>& stamp, const SBxStampRow* rows,
-                              const CBxSize<int>& plane) {
+                              const CBxSize<int>& plane, const SBxCellChoice& cells) {
     const SBxCellGrid grid(candidate);
     frame = grid.m_Frame;
     a = kEllipseShare * grid.m_dCellWidth;
     b = kEllipseShare * grid.m_dCellHeight;
     stampRows = rows;
-    cellRow = 0;
+    choice = &cells;
     std::fill(sums, sums + kCellCount, 0.0);
     std::fill(weights, weights + kCellCount, 0.0);
     const int frameWidth = std::min(frame.right, plane.width) - frame.left;
@@ -97,15 +97,26 @@ void SBxCandidateCells::Place(const CBxRect<double>& candidate, const CBxSize<in
         centreY[i] = grid.CentreOfCell(i * kGridSide).y;
         centreThirds[i] = 3.0 * centreX[i] - 0.5;
     }
+    EnterCellRow(0);
+}
+
+void SBxCandidateCells::EnterCellRow(int newCellRow) {
+    cellRow = newCellRow;
+    for (int place = 0; place < kGridSide; ++place) {
+        const int column = choice->columns[cellRow][place];
+        chosenLefts[place] = leftThirds[column];
+        chosenVisible[place] = visibleThirds[column];
+        chosenCentres[place] = centreThirds[column];
+    }
 }
 
 void SBxCandidateCells::AddRow(const double* prefix, int row) {
     const int rowInFrame = row - frame.top;
     while (cellRow + 1 < kGridSide && top[cellRow + 1] <= rowInFrame) {
-        ++cellRow;
+        EnterCellRow(cellRow + 1);
     }
     const int stampRow = rowInFrame - top[cellRow];
-    if (stampRow < 0 || stampRow >= visibleHeight[cellRow]) {
+    if (stampRow < 0 || stampRow >= visibleHeight[cellRow] || choice->counts[cellRow] == 0) {
         return;
     }
     const SBxStampRow& stamp = stampRows[stampRow];
@@ -118,10 +129,12 @@ void SBxCandidateCells::AddRow(const double* prefix, int row) {
 // Adds the three sample lines of a row of pixels, from firstLine on: the inner pixels whole, the rim as far as it lies
 // in the ellipse.
 void SBxCandidateCells::AddLines(const double* prefix, const SBxStampRow& stamp, int firstLine) {
+    const int cells = choice->counts[cellRow];
     SBxEllipseRow ellipses{prefix,
-                           centreThirds,
-                           leftThirds,
-                           visibleThirds,
+                           cells,
+                           chosenCentres,
+                           chosenLefts,
+                           chosenVisible,
                            {},
                            3.0 * stamp.rimLeft,
                            3.0 * stamp.innerLeft,
@@ -142,21 +155,22 @@ void SBxCandidateCells::AddLines(const double* prefix, const SBxStampRow& stamp,
     }
     const int firstCell = cellRow * kGridSide;
     any |= BX_Kernels().AddEllipseRow(ellipses, sums + firstCell, weights + firstCell, undecided[0]);
-    for (int i = 0; any && i < SBxEllipseRow::kLines * kGridSide; ++i) {
-        if (undecided[i / kGridSide][i % kGridSide] != 0) {
-            AddByFormula(prefix, stamp, firstLine + i / kGridSide, i % kGridSide);
+    for (int i = 0; any && i < SBxEllipseRow::kLines * cells; ++i) {
+        if (undecided[i / cells][i % cells] != 0) {
+            AddByFormula(prefix, stamp, firstLine + i / cells, i % cells);
         }
     }
 }
 
-// The same for one cell, sample by sample with the ellipse's own formula.
-void SBxCandidateCells::AddByFormula(const double* prefix, const SBxStampRow& stamp, int line, int column) {
+// The same for one of the chosen cells, sample by sample with the ellipse's own formula.
+void SBxCandidateCells::AddByFormula(const double* prefix, const SBxStampRow& stamp, int line, int place) {
+    const int column = choice->columns[cellRow][place];
     const SBxEllipse ellipse{{centreX[column], centreY[cellRow]}, a, b};
     const int left = static_cast<int>(leftThirds[column]);
     const int visible = static_cast<int>(visibleThirds[column]);
     const int innerLeft = left + std::min(3 * stamp.innerLeft, visible);
     const int innerRight = left + std::min(3 * stamp.innerRight, visible);
-    const int cell = cellRow * kGridSide + column;
+    const int cell = cellRow * kGridSide + place;
     for (int third = left + std::min(3 * stamp.rimLeft, visible); third < left + std::min(3 * stamp.rimRight, visible);
          ++third) {
         if ((third >= innerLeft && third < innerRight) || ellipse.HoldsSample(third, line)) {

@@ -14,14 +14,6 @@ constexpr int kTextBits = kTextCodes * kBitsPerCode;    // 60
 constexpr int kCheckBits = kCheckCodes * kBitsPerCode;  // 48
 constexpr int kStreamBits = kCodeWords * 7;             // 112: 108 block bits and 4 zeros
 
-CBxBCH157 MakeCoder() {
-    CBxBCH157 coder;
-    coder.read_p();
-    coder.generate_gf();
-    coder.gen_poly();
-    return coder;
-}
-
 // Bit `bit` of a run of 6-bit codes, the least significant bit of each first.
 int BitOfCodes(const int* codes, int bit) {
     return (codes[bit / kBitsPerCode] >> (bit % kBitsPerCode)) & 1;
@@ -61,7 +53,7 @@ void BX_EncodeTextCodes(int* cells, const int* textCodes) {
     std::copy(textCodes, textCodes + kTextCodes, codes + kCheckCodes);
     CheckCodes(codes, textCodes);
 
-    CBxBCH157 coder = MakeCoder();
+    CBxBCH157 coder = BX_MakeCoder();
     int frame[kFrameBits] = {};
     for (int word = 0; word < kCodeWords; ++word) {
         for (int i = 0; i < coder.k; ++i) {
@@ -80,7 +72,7 @@ void BX_EncodeTextCodes(int* cells, const int* textCodes) {
 SBxReadBlock BX_DecodeSign(const int* cells) {
     CBxSignOp::GenerateHashPole();
     SBxReadBlock read{};
-    static const CBxBCH157 kCoder = MakeCoder();
+    static const CBxBCH157 kCoder = BX_MakeCoder();
     CBxBCH157 coder = kCoder;
     int stream[kStreamBits];
     for (int word = 0; word < kCodeWords; ++word) {

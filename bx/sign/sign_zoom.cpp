@@ -11,6 +11,7 @@
 #include "sign_block.h"
 #include "sign_format.h"
 #include "sign_op.h"
+#include "sign_probe.h"
 #include "zoom_search.h"
 
 namespace {
@@ -47,13 +48,21 @@ unsigned char FindCandidates(SBxSignRun& run, CBxRect<double>* candidates, unsig
     return kBxSuccess;
 }
 
-// Reads the cells of all candidates.
-unsigned char ReadCells(SBxSignRun& run, CBxCellReader& cells, const CBxRect<double>* candidates, unsigned int count,
-                        const CBxSearchPicture& picture, const CBxColumnWeights& columns, double zoom) {
-    CBxScaledRows blue(picture, columns, zoom, CBxScaledRows::EChannel::Blue);
-    const CBxRunStop stop(run, EBxStopOn::AbortOrFound);
-    const unsigned char result = blue.Prepare() && cells.Prepare(candidates, count, blue.Width(), blue.Height())
-                                     ? cells.Read(blue, zoom, &stop)
+// Where a search stands, for what it does with the candidates.
+struct SZoom {
+    SBxSignRun& run;
+    const CBxSearchPicture& picture;
+    const CBxColumnWeights& columns;
+    double zoom;
+};
+
+// Reads the chosen cells of all candidates.
+unsigned char ReadCells(const SZoom& at, CBxCellReader& cells, const CBxRect<double>* candidates, unsigned int count,
+                        const SBxCellChoice& choice) {
+    CBxScaledRows blue(at.picture, at.columns, at.zoom, CBxScaledRows::EChannel::Blue);
+    const CBxRunStop stop(at.run, EBxStopOn::AbortOrFound);
+    const unsigned char result = blue.Prepare() && cells.Prepare(candidates, count, blue.Width(), blue.Height(), choice)
+                                     ? cells.Read(blue, at.zoom, &stop)
                                      : kBxOutOfMemory;
     if (result == kBxOutOfMemory) {
         CBxSignOp::LogErrorDetail("Out of memory.");
@@ -61,14 +70,32 @@ unsigned char ReadCells(SBxSignRun& run, CBxCellReader& cells, const CBxRect<dou
     return result;
 }
 
-SBxReadBlock DecodeCells(const double* means) {
-    int bits[kCellCount];
+// The 256 bits of a candidate; 0 for a cell that was not read.
+void BitsOfCells(int* bits, const CBxCellReader& cells, unsigned int candidate) {
+    double means[kCellCount];
+    cells.Means(means, candidate);
     for (int cell = 0; cell < kCellCount; ++cell) {
-        bits[cell] = std::fmod(means[cell], kPeriod) >= kThreshold ? 1 : 0;
+        bits[cell] = !std::isnan(means[cell]) && std::fmod(means[cell], kPeriod) >= kThreshold ? 1 : 0;
     }
-    int block[kCellCount];
-    CBxSignOp::TransformCurrentBytecode(block, bits, 0);
-    return BX_DecodeSign(block);
+}
+
+// Leaves out the candidates that a few of their cells refuse, and keeps the order of the others.
+unsigned char KeepPossible(const SZoom& at, CBxRect<double>* candidates, unsigned int& count) {
+    CBxCellReader cells;
+    const unsigned char result = ReadCells(at, cells, candidates, count, BX_ProbeCells());
+    if (result != kBxSuccess) {
+        return result;
+    }
+    unsigned int kept = 0;
+    for (unsigned int i = 0; i < count; ++i) {
+        int bits[kCellCount];
+        BitsOfCells(bits, cells, i);
+        if (!BX_ProbeRefuses(bits)) {
+            candidates[kept++] = candidates[i];
+        }
+    }
+    count = kept;
+    return kBxSuccess;
 }
 
 SBxFinding MakeFinding(const CBxRect<double>& candidate, double zoom, const CBxSearchPicture& picture,
@@ -82,24 +109,25 @@ SBxFinding MakeFinding(const CBxRect<double>& candidate, double zoom, const CBxS
 }
 
 // Decodes the candidates in order until one is accepted.
-unsigned char DecodeCandidates(SBxSignRun& run, char* block, SBxFinding& finding, const CBxCellReader& cells,
-                               const CBxRect<double>* candidates, unsigned int count, const CBxSearchPicture& picture,
-                               double zoom) {
+unsigned char DecodeCandidates(const SZoom& at, char* block, SBxFinding& finding, const CBxCellReader& cells,
+                               const CBxRect<double>* candidates, unsigned int count) {
     for (unsigned int i = 0; i < count; ++i) {
-        if (Ended(run)) {
+        if (Ended(at.run)) {
             return kBxFailure;
         }
-        double means[kCellCount];
-        cells.Means(means, i);
-        const SBxReadBlock read = DecodeCells(means);
+        int bits[kCellCount];
+        BitsOfCells(bits, cells, i);
+        int sign[kCellCount];
+        CBxSignOp::TransformCurrentBytecode(sign, bits, 0);
+        const SBxReadBlock read = BX_DecodeSign(sign);
         if (read.m_bAccepted) {
             std::memcpy(block, read.m_szCharacters, sizeof read.m_szCharacters);
-            finding = MakeFinding(candidates[i], zoom, picture, read.m_uiCorrectedBits);
-            CBxSignOp::LogInfoDetail("Sign with zoom %.2lf detected.", zoom);
+            finding = MakeFinding(candidates[i], at.zoom, at.picture, read.m_uiCorrectedBits);
+            CBxSignOp::LogInfoDetail("Sign with zoom %.2lf detected.", at.zoom);
             return kBxSuccess;
         }
     }
-    CBxSignOp::LogInfoDetail("Sign with zoom %.2lf was not detected.", zoom);
+    CBxSignOp::LogInfoDetail("Sign with zoom %.2lf was not detected.", at.zoom);
     return kBxFailure;
 }
 
@@ -165,12 +193,17 @@ unsigned char BX_SearchZoom(SBxSignRun& run, const CBxSearchPicture& picture, ch
         return result;
     }
     CBxSignOp::ReduceNumbersOfRectanglesX(candidates, count);
-    CBxCellReader cells;
-    result = ReadCells(run, cells, candidates, count, picture, columns, zoom);
+    const SZoom at{run, picture, columns, zoom};
+    result = KeepPossible(at, candidates, count);
     if (result != kBxSuccess) {
         return result;
     }
-    return DecodeCandidates(run, block, finding, cells, candidates, count, picture, zoom);
+    CBxCellReader cells;
+    result = ReadCells(at, cells, candidates, count, BX_AllCells());
+    if (result != kBxSuccess) {
+        return result;
+    }
+    return DecodeCandidates(at, block, finding, cells, candidates, count);
 }
 
 unsigned char CBxSignOp::ExtractTextFromPictureWithZoom(SBxPicBuf* picture, char* block, double zoom) {

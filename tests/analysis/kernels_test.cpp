@@ -374,7 +374,9 @@ TEST_P(KernelForms, AddTheSameEllipseRows) {
         const double width = std::ceil(cell);
         const double inner = random() % 3 == 0 ? width - rim : rim + 3;
         const auto reach = [&random, cell] { return 0.5 + random() % 4000 / 4000.0 * 1.2 * cell; };
+        const int cells = 1 + static_cast<int>(random() % 16);
         const SBxEllipseRow row{prefix.data(),
+                                cells,
                                 centres,
                                 lefts,
                                 visible,
@@ -387,6 +389,8 @@ TEST_P(KernelForms, AddTheSameEllipseRows) {
             std::vector<double> result(32, 100.0);
             unsigned char undecided[48] = {};
             const bool any = kernels.AddEllipseRow(row, result.data(), result.data() + 16, undecided);
+            EXPECT_EQ(std::count(result.begin() + (row.cells + 3) / 4 * 4, result.begin() + 16, 100.0),
+                      16 - (row.cells + 3) / 4 * 4);
             EXPECT_EQ(any, std::count(undecided, undecided + 48, 1) > 0);
             result.insert(result.end(), undecided, undecided + 48);
             return result;

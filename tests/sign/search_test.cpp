@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -13,6 +15,7 @@
 #include "plain_engine.h"
 #include "scaled_rows.h"
 #include "sign_op.h"
+#include "sign_probe.h"
 #include "test_pictures.h"
 
 namespace {
@@ -109,7 +112,7 @@ TEST_P(SearchForms, ReadTheMeansOfThePlainForm) {
         ASSERT_TRUE(shared.Prepare(picture.Pic()) && columns.Prepare(test.width, test.zoom));
         CBxScaledRows rows(shared, columns, test.zoom, CBxScaledRows::EChannel::Blue);
         CBxCellReader cells;
-        ASSERT_TRUE(rows.Prepare() && cells.Prepare(candidates, 5, rows.Width(), rows.Height()));
+        ASSERT_TRUE(rows.Prepare() && cells.Prepare(candidates, 5, rows.Width(), rows.Height(), BX_AllCells()));
         ASSERT_EQ(cells.Read(rows, test.zoom, nullptr), 0);
         for (unsigned int i = 0; i < 5; ++i) {
             const std::vector<double> plain = PlainMeans(blue.Pic(), candidates[i]);
@@ -196,6 +199,53 @@ TEST_P(SearchForms, BoundTheSamplesOfWindowsAndTheirDifferences) {
                         }
                     }
                 }
+            }
+        }
+    }
+}
+
+// What passes the probe is read once more, alone: a cell on the edge between two bits must not change its mind.
+TEST_P(SearchForms, ReadTheSameOfFewCellsAndOfFewCandidates) {
+    for (const SCase& test : kCases) {
+        SCOPED_TRACE(testing::Message() << test.width << " x " << test.height << " at " << test.zoom);
+        const CBxOwnedPic picture = MakePicture(test, false);
+        CBxSearchPicture shared;
+        CBxColumnWeights columns;
+        ASSERT_TRUE(shared.Prepare(picture.Pic()) && columns.Prepare(test.width, test.zoom));
+        CBxScaledRows rows(shared, columns, test.zoom, CBxScaledRows::EChannel::Blue);
+        ASSERT_TRUE(rows.Prepare());
+        const double width = rows.Width();
+        const double height = rows.Height();
+        const CBxRect<double> candidates[] = {{0, 0, width, height},
+                                              {1.875, height / 3, width / 2 + 0.25, height - 1.125},
+                                              {width / 4, 2.25, width / 2 + 8.5, height / 2}};
+        CBxCellReader all;
+        CBxCellReader few;
+        ASSERT_TRUE(all.Prepare(candidates, 3, rows.Width(), rows.Height(), BX_AllCells()) &&
+                    few.Prepare(candidates, 3, rows.Width(), rows.Height(), BX_ProbeCells()));
+        ASSERT_EQ(all.Read(rows, test.zoom, nullptr), 0);
+        ASSERT_EQ(few.Read(rows, test.zoom, nullptr), 0);
+        for (unsigned int i = 0; i < 3; ++i) {
+            CBxCellReader alone;
+            ASSERT_TRUE(alone.Prepare(&candidates[i], 1, rows.Width(), rows.Height(), BX_AllCells()));
+            ASSERT_EQ(alone.Read(rows, test.zoom, nullptr), 0);
+            double means[3][256];
+            all.Means(means[0], i);
+            few.Means(means[1], i);
+            alone.Means(means[2], 0);
+            EXPECT_EQ(std::memcmp(means[0], means[2], sizeof means[0]), 0) << i;
+            double expected[256];
+            std::fill_n(expected, 256, std::numeric_limits<double>::quiet_NaN());
+            for (int place = 0; place < 256; ++place) {
+                if (place % 16 < BX_ProbeCells().counts[place / 16]) {
+                    const int cell = place / 16 * 16 + BX_ProbeCells().columns[place / 16][place % 16];
+                    expected[cell] = means[0][cell];
+                }
+            }
+            for (int cell = 0; cell < 256; ++cell) {
+                EXPECT_TRUE(means[1][cell] == expected[cell] ||
+                            (std::isnan(means[1][cell]) && std::isnan(expected[cell])))
+                    << i << ", " << cell;
             }
         }
     }
