@@ -138,85 +138,129 @@ inline SGroup LoadGroup(const SBxEllipseRow& row, int first) {
     return {twice(row.centres), places(row.rimLeft, row.rimRight), places(row.innerLeft, row.innerRight)};
 }
 
-// Adds what lies between the places of a group on three lines; at once where the bounds of each cell are close.
-inline void AddLines(const SBxEllipseRow& row, const TDoubles* places, bool close, double* sums, double* weights) {
+// One flag for each lane. Comparisons of wide registers fill mask registers, which the compiler's own vectors do not
+// use.
+#if defined(__AVX512F__)
+typedef __mmask8 TFlags;
+constexpr TFlags kLowerHalf = 0x0F;
+inline TFlags IsBelow(TDoubles a, TDoubles b) {
+    return _mm512_cmp_pd_mask(a, b, _CMP_LT_OQ);
+}
+inline TDoubles Choose(TFlags flags, TDoubles yes, TDoubles no) {
+    return _mm512_mask_mov_pd(no, flags, yes);
+}
+inline TFlags OfBothHalves(TFlags flags) {
+    return static_cast<TFlags>(flags | flags >> 4 | flags << 4);
+}
+inline unsigned int Bits(TFlags flags) {
+    return flags;
+}
+inline TDoubles RoundedDown(TDoubles a) {
+    return _mm512_roundscale_pd(a, _MM_FROUND_TO_ZERO);
+}
+#else
+typedef TMask TFlags;
+constexpr TFlags kLowerHalf = {-1, -1, -1, -1, 0, 0, 0, 0};
+inline TFlags IsBelow(TDoubles a, TDoubles b) {
+    return a < b;
+}
+inline TDoubles Choose(TFlags flags, TDoubles yes, TDoubles no) {
+    return flags ? yes : no;
+}
+inline TFlags OfBothHalves(TFlags flags) {
+    return flags | __builtin_shufflevector(flags, flags, 4, 5, 6, 7, 0, 1, 2, 3);
+}
+inline unsigned int Bits(TFlags flags) {
+    const TMask bits = flags & TMask{1, 2, 4, 8, 16, 32, 64, 128};
+    return static_cast<unsigned int>(bits[0] | bits[1] | bits[2] | bits[3] | bits[4] | bits[5] | bits[6] | bits[7]);
+}
+inline TDoubles RoundedDown(TDoubles a) {
+    return Truncated(a);
+}
+#endif
+
+// Where the ellipses of a group begin and end on a line, inside the labels of the stamp.
+struct SBounds {
+    TDoubles places;    // mirrored
+    TDoubles opposite;  // of these
+    TFlags near;        // a sample
+};
+
+inline SBounds BoundsOnLine(const SGroup& group, double reach) {
+    const TDoubles bound = group.centre - Mirrored(Splat(reach));
+    // Truncation rounds down here, since nothing lies more than half a sample in front of the frame.
+    const TDoubles inside = RoundedDown(bound + 1.0);
+    const TDoubles behind = inside - bound;
+    const TDoubles places = Larger(Mirrored(inside), group.rim);
+    const TFlags near =
+        IsBelow(behind, Splat(SBxEllipseRow::kNear)) | IsBelow(Splat(1.0 - SBxEllipseRow::kNear), behind);
+    return {places, Opposite(places), near};
+}
+
+// From the begins to the ends of a group.
+inline THalf Between(TDoubles pairs) {
+    return UpperHalf(pairs) - LowerHalf(pairs);
+}
+
+// Adds a group on close lines, of which every ellipse is decided, not empty and meets its inner part. Another one stays
+// as it is: false.
+inline bool AddPlainGroup(const SBxEllipseRow& row, const SGroup& group, bool hasInner, double* sums, double* weights) {
+    const TDoubles inner = hasInner ? group.inner : Splat(1e300);
+    const TDoubles innerOpposite = hasInner ? Opposite(group.inner) : Splat(1e300);
+    TDoubles places[SBxEllipseRow::kLines];
+    TFlags open{};
+    TFlags full = IsBelow(Splat(0.0), Splat(1.0));
+    for (int line = 0; line < SBxEllipseRow::kLines; ++line) {
+        const SBounds bounds = BoundsOnLine(group, row.reach[line]);
+        open |= bounds.near | IsBelow(innerOpposite, bounds.places);
+        full &= IsBelow(bounds.places, bounds.opposite);
+        places[line] = Mirrored(Smaller(bounds.places, inner));
+    }
+    if (Bits(open) != 0 || Bits(full) != (1U << kLanes) - 1) {
+        return false;
+    }
+    StoreHalf(sums, LoadHalf(sums) + Between(SumsOfThreeLines(row.prefix, places[0], places[1], places[2])));
+    StoreHalf(weights, LoadHalf(weights) + Between(places[0]) + Between(places[1]) + Between(places[2]));
+    return true;
+}
+
+// Adds any group. Returns the bits of what was left out: 4 line + i for the i-th cell.
+inline unsigned int AddGroup(const SBxEllipseRow& row, const SGroup& group, bool hasInner, bool close, double* sums,
+                             double* weights) {
+    TDoubles places[SBxEllipseRow::kLines] = {};
+    TFlags special{};
+    unsigned int left = 0;
     THalf sum = LoadHalf(sums);
     THalf weight = LoadHalf(weights);
-    const auto between = [](TDoubles pairs) { return UpperHalf(pairs) - LowerHalf(pairs); };
-    if (close) {
-        sum += between(SumsOfThreeLines(row.prefix, places[0], places[1], places[2]));
-    }
     for (int line = 0; line < SBxEllipseRow::kLines; ++line) {
-        if (!close && row.reach[line] > 0.0) {
-            sum += between(SumsOfThirds(row.prefix, places[line]));
+        if (row.reach[line] <= 0.0) {
+            continue;
         }
-        weight += between(places[line]);
+        const SBounds bounds = BoundsOnLine(group, row.reach[line]);
+        const TFlags full = IsBelow(bounds.places, bounds.opposite);
+        TFlags open = bounds.near;
+        if (hasInner) {
+            open |= full & IsBelow(Opposite(group.inner), bounds.places);
+            places[line] = Choose(full, Smaller(bounds.places, group.inner), group.inner);
+        } else {
+            places[line] = Choose(full | kLowerHalf, bounds.places, bounds.opposite);
+        }
+        open = OfBothHalves(open);
+        places[line] = Choose(open, TDoubles{}, Mirrored(places[line]));
+        left |= (Bits(open) & 0xFU) << line * SBxEllipseRow::kGroup;
+        special |= open | ~full;
+        sum += Between(SumsOfThirds(row.prefix, places[line]));
+        weight += Between(places[line]);
+    }
+    if (close) {
+        // The sum of a cell does not depend on the others of the group, to the last bit.
+        const THalf atOnce = LoadHalf(sums) + Between(SumsOfThreeLines(row.prefix, places[0], places[1], places[2]));
+        sum = LowerHalf(Choose(OfBothHalves(special), Joined(sum, sum), Joined(atOnce, atOnce)));
     }
     StoreHalf(sums, sum);
     StoreHalf(weights, weight);
+    return left;
 }
-
-// Where the cells of a group begin and end on one line; bit i belongs to cell i.
-struct SBounds {
-    TDoubles places;    // 0 of cells that are open
-    unsigned int open;  // not decided
-    unsigned int empty;
-};
-
-#if defined(__AVX512F__)
-
-// With the instructions' own names: comparisons fill mask registers, which the compiler's own vectors do not use.
-inline SBounds BoundsOnLine(const SGroup& group, double reach, bool hasInner) {
-    const __m512d bound = group.centre - Mirrored(Splat(reach));
-    // Truncation rounds down here, since nothing lies more than half a sample in front of the frame.
-    const __m512d inside = _mm512_roundscale_pd(bound + 1.0, _MM_FROUND_TO_ZERO);
-    const __m512d behind = inside - bound;
-    unsigned int open = _mm512_cmp_pd_mask(behind, _mm512_set1_pd(SBxEllipseRow::kNear), _CMP_LT_OQ) |
-                        _mm512_cmp_pd_mask(behind, _mm512_set1_pd(1.0 - SBxEllipseRow::kNear), _CMP_GT_OQ);
-    __m512d places = _mm512_max_pd(Mirrored(inside), group.rim);
-    const __m512d opposite = Opposite(places);
-    const __mmask8 empty = _mm512_cmp_pd_mask(places, opposite, _CMP_GE_OQ);
-    if (hasInner) {
-        const __mmask8 apart = _mm512_cmp_pd_mask(places, Opposite(group.inner), _CMP_GT_OQ);
-        open |= apart & ~static_cast<unsigned int>(empty);
-        places = _mm512_mask_mov_pd(_mm512_min_pd(places, group.inner), empty, group.inner);
-    } else {
-        places = _mm512_mask_mov_pd(places, empty & 0xF0, opposite);
-    }
-    open = (open | open >> 4) & 0xF;
-    const auto decided = static_cast<__mmask8>(~(open | open << 4));
-    return {_mm512_maskz_mov_pd(decided, Mirrored(places)), open, empty & 0xFU};
-}
-
-#else
-
-// One bit for each cell of which either half is set.
-inline unsigned int BitsOfHalves(TMask mask) {
-    const TMask both = mask | __builtin_shufflevector(mask, mask, 4, 5, 6, 7, 0, 1, 2, 3);
-    const TMask bits = both & TMask{1, 2, 4, 8, 0, 0, 0, 0};
-    return static_cast<unsigned int>(bits[0] | bits[1] | bits[2] | bits[3]);
-}
-
-inline SBounds BoundsOnLine(const SGroup& group, double reach, bool hasInner) {
-    const TDoubles bound = group.centre - Mirrored(Splat(reach));
-    // Truncation rounds down here, since nothing lies more than half a sample in front of the frame.
-    const TDoubles inside = Truncated(bound + 1.0);
-    const TDoubles behind = inside - bound;
-    TMask open = (behind < SBxEllipseRow::kNear) | (behind > 1.0 - SBxEllipseRow::kNear);
-    TDoubles places = Larger(Mirrored(inside), group.rim);
-    const TDoubles opposite = Opposite(places);
-    const TMask empty = places >= opposite;
-    if (hasInner) {
-        open |= ~empty & (places > Opposite(group.inner));
-        places = empty ? group.inner : Smaller(places, group.inner);
-    } else {
-        places = empty & TMask{0, 0, 0, 0, -1, -1, -1, -1} ? opposite : places;
-    }
-    open |= __builtin_shufflevector(open, open, 4, 5, 6, 7, 0, 1, 2, 3);
-    return {open ? TDoubles{} : Mirrored(places), BitsOfHalves(open), BitsOfHalves(empty)};
-}
-
-#endif
 
 bool AddEllipseRow(const SBxEllipseRow& row, double* sums, double* weights, unsigned char* undecided) {
     const bool hasInner = row.innerLeft < row.innerRight;
@@ -224,21 +268,16 @@ bool AddEllipseRow(const SBxEllipseRow& row, double* sums, double* weights, unsi
     unsigned int any = 0;
     for (int first = 0; first < row.cells; first += SBxEllipseRow::kGroup) {
         const SGroup group = LoadGroup(row, first);
-        TDoubles places[SBxEllipseRow::kLines] = {};
-        unsigned int special = 0;
-        for (int line = 0; line < SBxEllipseRow::kLines; ++line) {
-            if (row.reach[line] <= 0.0) {
-                continue;
-            }
-            const SBounds bounds = BoundsOnLine(group, row.reach[line], hasInner);
-            places[line] = bounds.places;
-            // Bit i becomes byte i.
-            const unsigned int bytes = bounds.open * 0x00204081U & 0x01010101U;
-            __builtin_memcpy(undecided + line * SBxEllipseRow::kColumns + first, &bytes, sizeof bytes);
-            any |= bounds.open;
-            special |= bounds.open | bounds.empty;
+        if (close && AddPlainGroup(row, group, hasInner, sums + first, weights + first)) {
+            continue;
         }
-        AddLines(row, places, close && special == 0, sums + first, weights + first);
+        const unsigned int left = AddGroup(row, group, hasInner, close, sums + first, weights + first);
+        any |= left;
+        for (int i = 0; left != 0 && i < SBxEllipseRow::kLines * SBxEllipseRow::kGroup; ++i) {
+            unsigned char& flag =
+                undecided[i / SBxEllipseRow::kGroup * SBxEllipseRow::kColumns + first + i % SBxEllipseRow::kGroup];
+            flag = (left >> i & 1U) != 0 ? 1 : flag;
+        }
     }
     return any != 0;
 }

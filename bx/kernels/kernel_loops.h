@@ -8,6 +8,7 @@
 #include "kernel_corners.h"
 #include "kernel_ellipses.h"
 #include "kernel_resampling.h"
+#include "kernel_sums.h"
 #include "kernels.h"
 
 namespace {
@@ -133,28 +134,6 @@ double SurfaceMaximum(int* x, int* y, const double* c) {
     return largest;
 }
 
-void PrefixSums4(double* const* sums, const float* const* rows, std::size_t count) {
-    double* __restrict s0 = sums[0];
-    double* __restrict s1 = sums[1];
-    double* __restrict s2 = sums[2];
-    double* __restrict s3 = sums[3];
-    double a0 = 0.0, a1 = 0.0, a2 = 0.0, a3 = 0.0;
-    for (std::size_t i = 0; i < count; ++i) {
-        s0[i] = a0;
-        s1[i] = a1;
-        s2[i] = a2;
-        s3[i] = a3;
-        a0 += rows[0][i];
-        a1 += rows[1][i];
-        a2 += rows[2][i];
-        a3 += rows[3][i];
-    }
-    s0[count] = a0;
-    s1[count] = a1;
-    s2[count] = a2;
-    s3[count] = a3;
-}
-
 constexpr SBxKernels MakeKernels(const char* name) {
     SBxKernels kernels{};
     kernels.m_szName = name;
@@ -175,7 +154,7 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.ResponseAcross = ResponseAcross;
     kernels.StrictMaxima = StrictMaxima;
     kernels.SurfaceMaximum = SurfaceMaximum;
-    kernels.PrefixSums4 = PrefixSums4;
+    kernels.SmoothedSums4 = SmoothedSums4;
     kernels.AddEllipseRow = AddEllipseRow;
     kernels.SumEllipses = SumEllipses;
     return kernels;

@@ -119,8 +119,13 @@ struct SBxKernels {
     // eighths from 0 to 2; `x` and `y` receive its place in eighths, of equal values the one with the smallest x, then
     // y.
     double (*SurfaceMaximum)(int* x, int* y, const double* coefficients);
-    // sums[r][i + 1] = sums[r][i] + rows[r][i] for four rows at once, in double; sums[r][0] = 0 is written too.
-    void (*PrefixSums4)(double* const* sums, const float* const* rows, std::size_t count);
+    // Smooths across seven of ten rows each, which gives four, and sums these along, in double: sums[r][i] is the sum
+    // of the first i samples taps[0] * rows[r][k] + ... + taps[6] * rows[r + 6][k], for i from 0 to count. Four samples
+    // a, b, c, d are added to the sum in front of them as a, b + a, (c + b) + a, (d + c) + (b + a). The rows can be
+    // read and the sums written, with what is worthless, up to a count that is a multiple of kGroup.
+    static constexpr int kSummedRows = 4;
+    static constexpr int kSummedTaps = 7;
+    void (*SmoothedSums4)(double* const* sums, const float* const* rows, std::size_t count, const float* taps);
     // Adds the samples of each cell, each with the value of its pixel, to sums[cell] and their number to weights[cell]:
     // the inner part whole, the rim inside the ellipse. Cells whose bounds lie too close to a sample of a line, or
     // whose ellipse does not meet their inner part, are left out and get undecided[16 line + cell] = 1, others of the

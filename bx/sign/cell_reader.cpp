@@ -14,54 +14,70 @@
 
 namespace {
 
-constexpr int kSmoothingRadius = 3;
-constexpr int kTaps = 2 * kSmoothingRadius + 1;
-constexpr int kGroup = 4;  // rows that are summed at a time
+constexpr int kTaps = SBxKernels::kSummedTaps;
+constexpr int kSmoothingRadius = kTaps / 2;
+constexpr int kGroup = SBxKernels::kSummedRows;
 
-// The left part of the rows of a plane, smoothed; they are asked for in ascending order. A plane that is too small for
-// the taps gives zeros.
-class CSmoothRows {
+// The sums along the smoothed rows of the left part of a plane, a few rows at a time. Rows at the top and the bottom
+// are those of the nearest one that is computed. A plane that is too small for the taps gives zeros.
+class CRowSums {
 public:
-    CSmoothRows(CBxRowSource& source, const CBxSize<int>& plane, int columns, double zoom)
+    CRowSums(CBxRowSource& source, const CBxSize<int>& plane, int columns, double zoom)
         : m_Source(source),
           m_Plane(plane),
           m_iColumns(columns),
           m_bSmooths(plane.width >= kTaps && plane.height >= kTaps),
-          m_iEndComputed(std::min(columns, std::max(plane.width - kSmoothingRadius - 1, kSmoothingRadius + 1))) {
-        BX_KernelTaps(m_Taps, kSmoothingKernel, kTaps, zoom);
+          m_iLastRow(m_bSmooths ? std::max(plane.height - kSmoothingRadius - 2, kSmoothingRadius) : kSmoothingRadius),
+          m_iEndColumn(std::min(columns, std::max(plane.width - kSmoothingRadius - 1, kSmoothingRadius + 1))) {
+        BX_KernelTaps(m_fTaps, kSmoothingKernel, kTaps, zoom);
     }
 
-    // False without memory.
-    [[nodiscard]] bool Prepare(int firstRow) {
-        m_iMade = std::max(0, ComputedRow(firstRow) - kSmoothingRadius);
-        m_iPitch = static_cast<std::size_t>(m_iColumns + kSmoothingRadius);
+    // Makes ready for groups from that of `row` on. False without memory.
+    [[nodiscard]] bool Prepare(int row) {
+        const std::size_t room = (static_cast<std::size_t>(m_iColumns) / SBxKernels::kGroup + 2) * SBxKernels::kGroup;
+        if (!m_Rows.AllocateZeroed(room * (kRing + 1)) || !m_Sums.AllocateZeroed(room * kGroup)) {
+            return false;
+        }
+        m_iPitch = room;
+        m_iGroup = Computed(row);
+        m_iMade = m_iGroup - kSmoothingRadius;
         m_Source.BeginStrip(0, std::min(m_iColumns + kSmoothingRadius, m_Plane.width));
-        return m_Rows.AllocateZeroed(m_iPitch * (kRing + 1));
+        return true;
     }
 
-    void Row(float* out, int row) {
+    // The row in front of which the present group ends.
+    int EndOfGroup() const { return m_iGroup + kGroup > m_iLastRow ? m_Plane.height : m_iGroup + kGroup; }
+
+    // Of a row of the present group: one more than columns, and some worthless ones behind them.
+    const double* Row(int row) { return Sums(Computed(row) - m_iGroup); }
+
+    void MakeGroup() {
         if (!m_bSmooths) {
-            std::fill_n(out, m_iColumns, 0.0f);
             return;
         }
-        const int centre = ComputedRow(row);
-        for (; m_iMade <= centre + kSmoothingRadius; ++m_iMade) {
-            MakeRow(m_iMade);
+        double* sums[kGroup];
+        for (int i = 0; i < kGroup; ++i) {
+            sums[i] = Sums(i);
         }
-        const float* rows[kTaps];
-        for (int tap = 0; tap < kTaps; ++tap) {
-            rows[tap] = RingRow(centre - kSmoothingRadius + tap);
+        const float* rows[kGroup + kTaps - 1];
+        for (int i = 0; i < kGroup + kTaps - 1; ++i) {
+            // Behind the last one that is needed, anything will do.
+            const int row = std::min(m_iGroup - kSmoothingRadius + i, m_iLastRow + kSmoothingRadius);
+            for (; m_iMade <= row; ++m_iMade) {
+                MakeRow(m_iMade);
+            }
+            rows[i] = RingRow(row);
         }
-        BX_Kernels().FilterAcross(out, rows, static_cast<std::size_t>(m_iColumns), m_Taps, kTaps);
+        BX_Kernels().SmoothedSums4(sums, rows, static_cast<std::size_t>(m_iColumns), m_fTaps);
     }
+
+    void NextGroup() { m_iGroup += kGroup; }
 
 private:
-    static constexpr int kRing = 8;
+    static constexpr int kRing = 16;
 
-    // Rows and columns at the ends take the value of the next one that is computed.
-    int ComputedRow(int row) const {
-        return std::clamp(row, kSmoothingRadius, std::max(m_Plane.height - kSmoothingRadius - 2, kSmoothingRadius));
-    }
+    int Computed(int row) const { return std::clamp(row, kSmoothingRadius, m_iLastRow); }
+    double* Sums(int i) { return m_Sums.Data() + m_iPitch * static_cast<std::size_t>(i); }
     float* RingRow(int row) { return m_Rows.Data() + m_iPitch * static_cast<std::size_t>(1 + row % kRing); }
 
     // Smooths a row of the source along into the ring.
@@ -70,20 +86,23 @@ private:
         float* along = RingRow(row);
         m_Source.Row(raw, row);
         BX_Kernels().FilterAlong(along + kSmoothingRadius, raw,
-                                 static_cast<std::size_t>(m_iEndComputed - kSmoothingRadius), m_Taps, kTaps);
+                                 static_cast<std::size_t>(m_iEndColumn - kSmoothingRadius), m_fTaps, kTaps);
         std::fill(along, along + kSmoothingRadius, along[kSmoothingRadius]);
-        std::fill(along + m_iEndComputed, along + m_iColumns, along[m_iEndComputed - 1]);
+        std::fill(along + m_iEndColumn, along + m_iColumns, along[m_iEndColumn - 1]);
     }
 
     CBxRowSource& m_Source;
     CBxSize<int> m_Plane;
     int m_iColumns;
     bool m_bSmooths;
-    int m_iEndComputed;  // column
-    float m_Taps[kTaps];
-    int m_iMade = 0;  // rows up to here stand in the ring
+    int m_iLastRow;    // that is computed
+    int m_iEndColumn;  // of those that are computed
+    float m_fTaps[kTaps];
+    int m_iGroup = 0;  // its first row
+    int m_iMade = 0;   // rows up to here stand in the ring
     std::size_t m_iPitch = 0;
     CBxHeapArray<float> m_Rows;  // one of the source, and the ring
+    CBxHeapArray<double> m_Sums;
 };
 
 }  // namespace
@@ -134,43 +153,27 @@ unsigned char CBxCellReader::Read(CBxRowSource& blue, double zoom, const CBxStop
     if (area.right <= 0) {
         return kBxSuccess;
     }
-    // Room for the smallest computed part, too.
-    const int columns = std::max(area.right, std::min(m_iWidth, kTaps));
-    const std::size_t sumsPitch = static_cast<std::size_t>(columns) + 8;
-    CSmoothRows rows(blue, {m_iWidth, m_iHeight}, columns, zoom);
-    CBxHeapArray<float> smooth;
-    CBxHeapArray<double> sums;
-    if (!rows.Prepare(area.top) || !smooth.AllocateZeroed(sumsPitch * kGroup) ||
-        !sums.AllocateZeroed(sumsPitch * kGroup)) {
+    // Room for the smallest part that can be smoothed, too.
+    CRowSums sums(blue, {m_iWidth, m_iHeight}, std::max(area.right, std::min(m_iWidth, kTaps)), zoom);
+    if (!sums.Prepare(area.top)) {
         return kBxOutOfMemory;
     }
-    float* smoothRow[kGroup];
-    double* sumsOfRow[kGroup];
-    for (std::size_t i = 0; i < kGroup; ++i) {
-        smoothRow[i] = smooth.Data() + sumsPitch * i;
-        sumsOfRow[i] = sums.Data() + sumsPitch * i;
-    }
-    for (int top = area.top; top < area.bottom; top += kGroup) {
+    for (int top = area.top; top < area.bottom; sums.NextGroup()) {
         if (stop != nullptr && stop->Stopped()) {
             return kBxFailure;
         }
-        for (int i = 0; i < kGroup; ++i) {
-            rows.Row(smoothRow[i], top + i);
+        sums.MakeGroup();
+        const int bottom = std::min(sums.EndOfGroup(), area.bottom);
+        for (unsigned int i = 0; i < m_uiCount; ++i) {
+            SBxCandidateCells& candidate = m_Candidates[i];
+            const int end = std::min(bottom, candidate.frame.bottom);
+            for (int row = std::max(top, candidate.frame.top); row < end; ++row) {
+                candidate.AddRow(sums.Row(row) + candidate.frame.left, row);
+            }
         }
-        BX_Kernels().PrefixSums4(sumsOfRow, smoothRow, static_cast<std::size_t>(columns));
-        AddRows(sumsOfRow, top, std::min(top + kGroup, area.bottom));
+        top = bottom;
     }
     return kBxSuccess;
-}
-
-void CBxCellReader::AddRows(const double* const* sums, int top, int bottom) {
-    for (unsigned int i = 0; i < m_uiCount; ++i) {
-        SBxCandidateCells& candidate = m_Candidates[i];
-        const int end = std::min(bottom, candidate.frame.bottom);
-        for (int row = std::max(top, candidate.frame.top); row < end; ++row) {
-            candidate.AddRow(sums[row - top] + candidate.frame.left, row);
-        }
-    }
 }
 
 void CBxCellReader::Means(double* means, unsigned int candidate) const {

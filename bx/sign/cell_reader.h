@@ -34,8 +34,6 @@ public:
 private:
     // What of the plane the candidates' frames span, from its left end on.
     CBxRect<int> ReadArea() const;
-    // Adds rows `top` up to `bottom`; sums[0] are those along row `top`.
-    void AddRows(const double* const* sums, int top, int bottom);
 
     CBxHeapArray<SBxCandidateCells> m_Candidates;
     CBxHeapArray<SBxStampRow> m_StampRows;  // of all candidates

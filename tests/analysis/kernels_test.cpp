@@ -302,21 +302,40 @@ TEST_P(KernelForms, ResampleTheSame) {
     }
 }
 
-TEST_P(KernelForms, AddUpTheSame) {
+TEST_P(KernelForms, SumSmoothedRowsUpTheSame) {
     std::vector<std::vector<float>> values;
-    for (unsigned int i = 0; i < 4; ++i) {
+    for (unsigned int i = 0; i < 10; ++i) {
         values.push_back(RandomRow<float>(20 + i));
     }
+    const float taps[7] = {0.05f, 0.1f, 0.2f, 0.31f, 0.19f, 0.1f, 0.05f};
     ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
-        std::vector<double> sums(4 * kRoom, -1.0);
+        const std::size_t room = (kRoom / 16 + 3) * 16;
+        std::vector<double> sums(4 * room, -1.0);
         double* out[4];
-        const float* in[4];
         for (std::size_t i = 0; i < 4; ++i) {
-            out[i] = sums.data() + i * kRoom + offset;
-            in[i] = values[i].data() + (offset + i) % kMostOffset;
+            out[i] = sums.data() + i * room;
         }
-        kernels.PrefixSums4(out, in, count);
-        return sums;
+        std::vector<std::vector<float>> padded = values;
+        const float* in[10];
+        for (std::size_t i = 0; i < 10; ++i) {
+            padded[i].resize(padded[i].size() + 16);
+            in[i] = padded[i].data() + (offset + i) % kMostOffset;
+        }
+        kernels.SmoothedSums4(out, in, count, taps);
+        std::vector<double> used;
+        for (std::size_t row = 0; row < 4; ++row) {
+            double plain = 0.0;
+            for (std::size_t i = 0; i <= count; ++i) {
+                EXPECT_NEAR(out[row][i], plain, 1e-9 * (1.0 + plain));
+                used.push_back(out[row][i]);
+                float smooth = 0.0f;
+                for (std::size_t tap = 0; tap < 7; ++tap) {
+                    smooth += taps[tap] * in[row + tap][i];
+                }
+                plain += smooth;
+            }
+        }
+        return used;
     });
 }
 
