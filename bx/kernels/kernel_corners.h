@@ -9,42 +9,6 @@
 
 namespace {
 
-// As many rows at a time as the registers of a wide form hold together with what they are made of.
-template <int Rows>
-void SmoothRowsAcross(float* const* out, const float* const* rows, std::size_t i, const float* taps) {
-    TGroup in[Rows + 6];
-    for (int row = 0; row < Rows + 6; ++row) {
-        in[row] = LoadGroup(rows[row] + i);
-    }
-    for (int row = 0; row < Rows; ++row) {
-        TGroup sum = taps[0] * in[row];
-        for (int tap = 1; tap < 7; ++tap) {
-            sum += taps[tap] * in[row + tap];
-        }
-        StoreGroup(out[row] + i, sum);
-    }
-}
-
-void SmoothAcross(float* const* out, const float* const* rows, int rowCount, std::size_t groups, const float* taps) {
-    float weights[7];
-    for (int tap = 0; tap < 7; ++tap) {
-        weights[tap] = taps[tap];
-    }
-    for (std::size_t i = 0; i < groups * kWide; i += kWide) {
-        int row = 0;
-        for (; row + 4 <= rowCount; row += 4) {
-            SmoothRowsAcross<4>(out + row, rows + row, i, weights);
-        }
-        if (row + 3 == rowCount) {
-            SmoothRowsAcross<3>(out + row, rows + row, i, weights);
-            row += 3;
-        }
-        for (; row < rowCount; ++row) {
-            SmoothRowsAcross<1>(out + row, rows + row, i, weights);
-        }
-    }
-}
-
 #if defined(__AVX512F__)
 
 template <int Tap>

@@ -147,7 +147,6 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.ResampleAcross = ResampleAcross;
     kernels.ResampleMeanAcross = ResampleMeanAcross;
     kernels.SmoothAlong = SmoothAlong;
-    kernels.SmoothAcross = SmoothAcross;
     kernels.LargestGradients = LargestGradients;
     kernels.LargestOfBlocks = LargestOfBlocks;
     kernels.TensorAlong = TensorAlong;

@@ -16,21 +16,12 @@ namespace {
 constexpr int kLanes = 8;
 // Samples in a group.
 constexpr std::size_t kWide = SBxKernels::kGroup;
-typedef float TGroup __attribute__((vector_size(kWide * sizeof(float))));
 typedef double TDoubles __attribute__((vector_size(kLanes * sizeof(double))));
 typedef long long TMask __attribute__((vector_size(kLanes * sizeof(long long))));
 typedef int TInts __attribute__((vector_size(kLanes * sizeof(int))));
 // Half as many: of a pair of halves, the one or the other.
 typedef double THalf __attribute__((vector_size(kLanes / 2 * sizeof(double))));
 
-inline TGroup LoadGroup(const float* from) {
-    TGroup value;
-    __builtin_memcpy(&value, from, sizeof value);
-    return value;
-}
-inline void StoreGroup(float* to, TGroup value) {
-    __builtin_memcpy(to, &value, sizeof value);
-}
 inline TDoubles LoadDoubles(const double* from) {
     TDoubles value;
     __builtin_memcpy(&value, from, sizeof value);

@@ -96,9 +96,6 @@ struct SBxKernels {
     // out[i] = taps[0] * in[i] + ... + taps[6] * in[i + 6], of samples below `low` as if they were low, above `high`
     // high.
     void (*SmoothAlong)(float* out, const float* in, std::size_t groups, const float* taps, float low, float high);
-    // out[r][i] = taps[0] * rows[r][i] + ... + taps[6] * rows[r + 6][i] for `rowCount` rows.
-    void (*SmoothAcross)(float* const* out, const float* const* rows, int rowCount, std::size_t groups,
-                         const float* taps);
     // With dx = row[i + 1] - row[i] and dy = next[i] - row[i]: the largest dx^2, dy^2 and dx^2 + dy^2 of each column
     // over `rowCount` rows; the row behind them is read too.
     void (*LargestGradients)(const SBxGradientRows& out, const float* const* rows, int rowCount, std::size_t groups);
