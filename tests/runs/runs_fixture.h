@@ -22,7 +22,7 @@
 namespace pieces {
 inline constexpr QRect kGood(60, 20, 220, 200);            // a JPEG of quality 90 carries it
 inline constexpr QRect kNeedsBitmap(200, 60, 48, 48);      // no JPEG carries it
-inline constexpr QRect kCarriesNothing(100, 100, 60, 60);  // not even without loss
+inline constexpr QRect kCarriesNothing(100, 100, 24, 24);  // not even without loss
 }  // namespace pieces
 
 class CRunsTest : public testing::Test {
