@@ -2,12 +2,18 @@
 #include <gmock/gmock.h>
 
 #include <QApplication>
+#include <QSettings>
 #include <clocale>
+
+#include "temporary_folder.h"
 
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
+    // The file dialogs of the toolkit remember folders.
+    const CTemporaryFolder remembered;
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QString::fromStdString(remembered.Path()));
     const QApplication application(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
     testing::InitGoogleMock(&argc, argv);
