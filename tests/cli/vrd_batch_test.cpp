@@ -2,11 +2,16 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <QImage>
+#include <cstdlib>
 #include <filesystem>
 
+#include "folder_listing.h"
 #include "pdf_document.h"
 #include "vrd_fixture.h"
 
@@ -143,6 +148,74 @@ TEST_F(VrdBatch, NoToolOfTheWorkingFolderIsRun) {
     std::filesystem::rename(m_Folder / "Veridane.app", m_Folder / "bin/Veridane.app");
     RunProgram(words, m_Folder.Path());
     EXPECT_TRUE(std::filesystem::exists(m_Folder / "was_run")) << "beside the program it is";
+}
+
+// A stand-in for the tool tells that it is at work, and would be so for long.
+TEST_F(VrdBatch, TheToolForDocumentsEndsWithAProgramThatIsKilled) {
+    WriteDocument("signed.pdf", true);
+    std::filesystem::create_directories(m_Folder / "bin/Veridane.app");
+    std::filesystem::copy(VERIDANE_BIN "/vrd", m_Folder / "bin/vrd");
+    const std::string tool = m_Folder / "bin/Veridane.app/pdfimages";
+    const std::string pipe = m_Folder / "number";
+    WriteBytes(tool, "#!/bin/sh\necho $$ > " + pipe + "\nexec sleep 1000\n");
+    std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const int numbers = ::open(pipe.c_str(), O_RDWR | O_CLOEXEC);
+    const pid_t vrd = StartProgram({m_Folder / "bin/vrd", "pdf-detect", m_Folder / "signed.pdf"}, STDERR_FILENO);
+    char number[20] = "";
+    const bool isAtWork = BecomesReadable(numbers) && ::read(numbers, number, sizeof(number) - 1) > 0;
+    const int end = isAtWork ? static_cast<int>(::syscall(SYS_pidfd_open, std::atoi(number), 0)) : -1;
+    ::kill(vrd, SIGKILL);
+    EXPECT_EQ(program_run::WaitFor(vrd), -SIGKILL);
+    ASSERT_GE(end, 0) << "the tool was not started, or had ended before: " << number;
+    EXPECT_TRUE(BecomesReadable(end)) << "it lives on: " << number;
+    ::close(end);
+    ::close(numbers);
+    // What the killed one has left goes with the next.
+    EXPECT_EQ(RunVrd({"pdf-detect", m_Folder / "signed.pdf"}).status, 0);
+}
+
+// The program stands still at its first report, which nobody reads, until the last file of its list is gone.
+TEST_F(VrdBatch, AFileThatVanishesBeforeItsTurnIsNamedAndTheOthersAreSigned) {
+    for (const char* name : {"a.png", "b.png", "c.png"}) {
+        CopyIn(Photo(), name);
+    }
+    std::vector<std::string> files;
+    ASSERT_TRUE(BX_ListFolder(files, m_Folder.Path()));
+    const std::string results = m_Folder / "signed";
+    std::filesystem::create_directory(results);
+    const int arrivals = ::inotify_init1(IN_CLOEXEC);
+    ASSERT_GE(::inotify_add_watch(arrivals, results.c_str(), IN_MOVED_TO), 0);
+    int ends[2];
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC | O_NONBLOCK), 0);
+    std::string filling(4096, '\n');
+    while (::write(ends[1], filling.data(), filling.size()) > 0) {
+    }
+    ::fcntl(ends[1], F_SETFL, 0);
+    const pid_t vrd = StartProgram(
+        {VERIDANE_BIN "/vrd", "batch-sign", m_Folder.Path(), "-s", kSign, "-t", "1", "--json", "--quiet"}, ends[1]);
+    ::close(ends[1]);
+    EXPECT_TRUE(BecomesReadable(arrivals));
+    EXPECT_TRUE(std::filesystem::remove(files.back()));
+    std::string out;
+    while (BecomesReadable(ends[0])) {
+        const ssize_t count = ::read(ends[0], filling.data(), filling.size());
+        if (count <= 0) {
+            break;
+        }
+        out.append(filling, 0, static_cast<std::size_t>(count));
+    }
+    EXPECT_EQ(program_run::WaitFor(vrd), 1);
+    const std::vector<nlohmann::json> lines = Lines(out.substr(out.find_first_not_of('\n')));
+    ASSERT_EQ(lines.size(), 4U) << out;
+    EXPECT_EQ(lines[2]["file"], files.back());
+    EXPECT_THAT(lines[2]["error"].get<std::string>(), HasSubstr("No such file"));
+    EXPECT_EQ(lines[3]["signed"], 2);
+    EXPECT_EQ(lines[3]["unreadable"], 1);
+    EXPECT_EQ(lines[3]["processed"], 3);
+    EXPECT_EQ(NamesIn(results).size(), 3U) << "two pictures and the log";
+    ::close(ends[0]);
+    ::close(arrivals);
 }
 
 TEST_F(VrdBatch, TheQualityBeginsWhereTheOptionSays) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <poll.h>
 #include <pty.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -70,6 +71,23 @@ inline SProgramRun RunProgram(const std::vector<std::string>& words, const std::
     run.out = program_run::ReadAll(out);
     run.err = program_run::ReadAll(err);
     return run;
+}
+
+// Starts words[0], a path, and goes on; what it prints goes to `output`. For program_run::WaitFor.
+inline pid_t StartProgram(const std::vector<std::string>& words, int output) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::dup2(output, STDOUT_FILENO);
+        ::dup2(output, STDERR_FILENO);
+        program_run::Execute(words, "");
+    }
+    return child;
+}
+
+// Whether `descriptor` can be read from, after a wait of two minutes at most; of a process, whether it has ended.
+inline bool BecomesReadable(int descriptor) {
+    pollfd waited = {descriptor, POLLIN, 0};
+    return ::poll(&waited, 1, 120000) == 1 && (waited.revents & POLLIN) != 0;
 }
 
 // Runs the program with a terminal as its standard streams and sends it `signal` as soon as `awaited` was printed.
