@@ -129,6 +129,10 @@ TEST_F(BatchActions, AFolderIsSignedAndThenFoundSigned) {
     EXPECT_EQ(result.message, "Some images were signed.");
     EXPECT_EQ(result.detail, "");
     EXPECT_THAT(ReadBytes(m_Folder / "signed/batch_detect.log"), HasSubstr("SIGN FOUND: Veri-2026x. File: b.jpg"));
+    // The settings remember the sign, and not the folder.
+    SBxVRDConfig::SaveConfiguration(m_Config, (m_Temporary / "settings").c_str());
+    EXPECT_THAT(ReadBytes(m_Temporary / "settings"),
+                testing::AllOf(HasSubstr("Veri-2026x"), testing::Not(HasSubstr(m_Folder.Path()))));
 }
 
 TEST_F(BatchActions, MirroredPicturesAreFoundWhereAUserAsksToSearchHarder) {

@@ -10,6 +10,7 @@
 #include <QUrl>
 #include <atomic>
 #include <filesystem>
+#include <sstream>
 
 #include "convert_picture.h"
 #include "gui_text.h"
@@ -110,6 +111,29 @@ TEST_F(FilesWindow, SavesASignedPictureInEveryFormat) {
         EXPECT_EQ(SignIn(m_Folder / one.written), kSign) << one.written;
     }
     EXPECT_EQ(m_Folder.Count(), 7);
+}
+
+TEST_F(FilesWindow, LeavesNoPathInTheSettingsButTheLatestFolder) {
+    for (const char* folder : {"opened-here", "saved-here"}) {
+        std::filesystem::create_directory(m_Folder / folder);
+    }
+    Open(MakePhoto("opened-here/title.png"));
+    SignThePicture();
+    ChooseFile(m_Folder / "saved-here/result.png", "Portable Network Graphics (*.png)");
+    RunToItsEnd([this] { Window().OnSaveImage(); });
+    m_User.On<CBxResultDlg>([](CBxResultDlg& dialog) { dialog.reject(); });
+    RunToItsEnd([this] { Window().OnDetectSign(); });
+    Window().close();
+    SBxVRDConfig::SaveConfiguration(m_Config, (m_Folder / "settings").c_str());
+    std::istringstream lines(ReadBytes(m_Folder / "settings"));
+    std::vector<std::string> paths;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find('/') != std::string::npos || line.find("title") != std::string::npos ||
+            line.find("result") != std::string::npos) {
+            paths.push_back(line);
+        }
+    }
+    EXPECT_THAT(paths, testing::ElementsAre("latest_folder=\"" + m_Folder / "saved-here\""));
 }
 
 TEST_F(FilesWindow, ProposesANameAndTheKindOfTheFile) {
