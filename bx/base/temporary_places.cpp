@@ -16,8 +16,8 @@ namespace {
 constexpr int kSlots = 64;
 
 struct SSlot {
-    std::atomic<bool> taken{false};
     std::atomic<const char*> path{nullptr};
+    std::atomic<bool> taken{false};
     std::atomic<bool> isFolder{false};
 };
 SSlot g_slots[kSlots];
