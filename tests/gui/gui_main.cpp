@@ -5,15 +5,12 @@
 #include <QSettings>
 #include <clocale>
 
-#include "temporary_folder.h"
-
 int main(int argc, char** argv) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
-    // The file dialogs of the toolkit remember folders.
-    const CTemporaryFolder remembered;
-    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QString::fromStdString(remembered.Path()));
+    // The file dialogs of the toolkit would remember folders in the home of whoever runs this.
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, "/dev/null");
     const QApplication application(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
     testing::InitGoogleMock(&argc, argv);

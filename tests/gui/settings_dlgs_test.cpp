@@ -210,8 +210,11 @@ TEST_F(SettingsDialogs, OpenTheLogOnTheDesktopWhateverTheFolderIsCalled) {
     EXPECT_EQ(desktop.m_Opened[1].toLocalFile().toStdString(), "//home/a b#c%41?/log/vrd.log");
 }
 
-TEST_F(SettingsDialogs, StopTheProgramWithoutParentOrRecord) {
+// Without the fixture, whose folder a program that is stopped would leave behind.
+TEST(SettingsDialog, StopsTheProgramWithoutParentOrRecord) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_DEATH(CBxVRDSettings(nullptr, &m_Config, {}), "without its parent");
-    EXPECT_DEATH(CBxInputCompressionDlg(&m_Window, nullptr), "without its parent");
+    SBxVRDConfig config;
+    QWidget window;
+    EXPECT_DEATH(CBxVRDSettings(nullptr, &config, {}), "without its parent");
+    EXPECT_DEATH(CBxInputCompressionDlg(&window, nullptr), "without its parent");
 }
