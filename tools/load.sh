@@ -1,12 +1,13 @@
 #!/bin/sh
-# Keeps the command busy and watches it: `vrd detect` over a long list, then `vrd batch-sign` over a long folder, each for
-# MINUTES, with the pictures of FOLDER and of the folders below it in random order. Memory and descriptors must stay
-# flat, and the same picture must give the same answer every time. Changes nothing in FOLDER.
+# Keeps the command busy and watches it: `vrd batch-sign` over 200 copies of one picture, then `vrd detect` over a long list
+# and `vrd batch-sign` over a long folder, each for MINUTES, with the pictures of FOLDER and of the folders below it in
+# random order. Memory and descriptors must stay flat, and the same picture must give the same answer every time. Changes
+# nothing in FOLDER.
 #
 #   tools/load.sh FOLDER MINUTES [PROGRAM]
 set -eu
 cd "$(dirname "$0")/.."
-[ $# -ge 2 ] || { sed -n '2,6s/^# \{0,1\}//p' "$0" >&2; exit 2; }
+[ $# -ge 2 ] || { sed -n '2,7s/^# \{0,1\}//p' "$0" >&2; exit 2; }
 folder=$1
 seconds=$(($2 * 60))
 vrd=${3:-$PWD/build/bin/vrd}
@@ -63,6 +64,33 @@ judge_answers() {
     [ ! -s "$work/unsteady" ] || fail "different answers about $(tr '\n' ' ' <"$work/unsteady")"
 }
 
+# Pictures of one size, so that memory is the same after each: what grows shows in kilobytes.
+load_one_picture() {
+    picture=$(find "$work/pictures" -type f | sort | head -n 1)
+    mkdir "$work/same"
+    number=100
+    while [ "$number" -lt 300 ]; do
+        ln "$picture" "$work/same/$number-${picture##*/}"
+        number=$((number + 1))
+    done
+    echo "vrd batch-sign, 200 times ${picture##*/}:"
+    mkfifo "$work/reports"
+    "$vrd" batch-sign --json --quiet "$work/same" -s Veri-2026x >"$work/reports" 2>/dev/null &
+    number=0
+    while read -r _; do
+        number=$((number + 1))
+        echo "$number $(sed -n 's/^VmRSS:[^0-9]*\([0-9]*\).*/\1/p' "/proc/$!/status" 2>/dev/null)"
+    done <"$work/reports" >"$work/same-samples"
+    wait $! || fail "not all the pictures were signed"
+    awk 'NF == 2 && $1 <= 200 { quarter = int(($1 - 1) / 50); sum[quarter] += $2; n[quarter]++ }
+        END {
+            if (!n[1] || !n[3]) { print "  no samples"; exit 1 }
+            printf "  memory, means of the quarters: %d, %d, %d, %d KB\n",
+                sum[0] / n[0], sum[1] / n[1], sum[2] / n[2], sum[3] / n[3]
+            exit sum[3] / n[3] > sum[1] / n[1] + 1024
+        }' "$work/same-samples" || fail "memory grows"
+}
+
 load_detect() {
     # Half of the pictures are signed first, so that there is something to find.
     count=0
@@ -108,6 +136,7 @@ load_batch_sign() {
     [ "$found" -eq "$(wc -l <"$work/written")" ] || fail "written files without the sign"
 }
 
+load_one_picture
 load_detect "$@"
 load_batch_sign "$@"
 if [ "$status" -ne 0 ]; then exit 1; fi
