@@ -25,7 +25,7 @@ public:
         m_Process.setProcessEnvironment(environment);
         m_Process.setWorkingDirectory(QString::fromStdString(home.Path()));
         m_Process.start(VERIDANE_BIN "/veridane", arguments);
-        m_IsStarted = m_Process.waitForStarted();
+        m_IsStarted = m_Process.waitForStarted(120000);
     }
     ~CProgram() {
         m_Process.kill();
@@ -46,13 +46,13 @@ public:
                 }
                 return found >= count;
             },
-            20000);
+            120000);
     }
 
     // Its exit code; -1 when it was killed by a signal or does not end.
     int End(int signalNumber) {
         ::kill(static_cast<pid_t>(m_Process.processId()), signalNumber);
-        const bool ended = m_Process.waitForFinished(20000);
+        const bool ended = m_Process.waitForFinished(120000);
         return ended && m_Process.exitStatus() == QProcess::NormalExit ? m_Process.exitCode() : -1;
     }
 

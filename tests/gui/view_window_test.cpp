@@ -80,7 +80,7 @@ TEST_F(ViewWindow, TakesAnEntryOfTheListExactlyAndLeavesARoundedZoomThatNobodyCh
     zoomTo(0.997);
     ASSERT_EQ(combo->currentText(), "100%");
     Window().activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&Window()));
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&Window(), 60000));
     combo->setFocus();
     ASSERT_TRUE(combo->lineEdit()->hasFocus() || combo->hasFocus());
     Window().findChild<CBxScrollArea*>()->setFocus();
@@ -151,7 +151,7 @@ TEST_F(ViewWindow, WarnsOnceAfterACrashButNotOnTheFirstRun) {
     m_Config.m_bCrashedAtLastRun = true;
     Answer(QMessageBox::Ok);
     MakeWindow();
-    QTest::qWaitFor([this] { return m_User.Done(); });
+    QTest::qWaitFor([this] { return m_User.Done(); }, 60000);
     EXPECT_EQ(
         m_LastMessage,
         "<b>The application crashed last time.</b><br><br>It might be caused by insufficient memory. Please lower "

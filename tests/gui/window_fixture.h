@@ -49,7 +49,7 @@ protected:
     void MakeWindow() {
         m_pWindow = std::make_unique<CBxVeridaneGui>(nullptr, &m_Config);
         m_pWindow->show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(m_pWindow.get()));
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(m_pWindow.get(), 60000));
     }
 
     CBxVeridaneGui& Window() { return *m_pWindow; }
@@ -73,7 +73,7 @@ protected:
     // Shortcuts are for the active window only, and a dialog that closes gives its place back a little later.
     void Press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
         Window().activateWindow();
-        ASSERT_TRUE(QTest::qWaitForWindowActive(&Window()));
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&Window(), 60000));
         QTest::keyClick(&Window(), key, modifiers);
     }
 

@@ -36,7 +36,7 @@ protected:
         EXPECT_GT(pid, 1);
         const int descriptor = static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
         pollfd end = {descriptor, POLLIN, 0};
-        const bool isGone = descriptor < 0 || ::poll(&end, 1, 10000) == 1;
+        const bool isGone = descriptor < 0 || ::poll(&end, 1, 60000) == 1;
         ::close(descriptor);
         return isGone;
     }
@@ -85,8 +85,11 @@ TEST_F(ChildProcess, SaysWhyItCannotStart) {
 
 TEST_F(ChildProcess, IsEndedAfterTheLimitWithAllThatItStarted) {
     const std::string remember = "echo $$ > " + m_Folder / "parent; sleep 1000 & echo $! > " + m_Folder / "child; wait";
-    const SBxChildResult result = Run(remember, 300);
-    EXPECT_EQ(result.end, EBxChildEnd::kTooSlow);
+    // On a busy machine it may not come to its last command within a short limit.
+    for (int limit = 100; ReadBytes(m_Folder / "child").find('\n') == std::string::npos; limit *= 4) {
+        ASSERT_LT(limit, 100000);
+        EXPECT_EQ(Run(remember, limit).end, EBxChildEnd::kTooSlow);
+    }
     EXPECT_TRUE(IsGone("parent"));
     EXPECT_TRUE(IsGone("child"));
 }
