@@ -38,8 +38,9 @@ check_tidy() {
     made=$(ninja -C build -t targets all | sed -n 's/^\(vrd_gui\/ui_[a-z_]*\.h\):.*/\1/p' | sort -u)
     # shellcheck disable=SC2086
     ninja -C build $made >/dev/null
+    # One file at a time: of several, the analyzer takes along into the next what it thinks of argument lists.
     if [ $# -gt 0 ]; then printf '%s\0' "$@"; else git ls-files -z 'bx/*.cpp' 'vrd_*/*.cpp'; fi |
-        xargs -0 -P "$(nproc)" -n 2 clang-tidy -p build --quiet --warnings-as-errors='*'
+        xargs -0 -P "$(nproc)" -n 1 clang-tidy -p build --quiet --warnings-as-errors='*'
 }
 
 # What else a target is told.
