@@ -274,9 +274,8 @@ bool AddEllipseRow(const SBxEllipseRow& row, double* sums, double* weights, unsi
         const unsigned int left = AddGroup(row, group, hasInner, close, sums + first, weights + first);
         any |= left;
         for (int i = 0; left != 0 && i < SBxEllipseRow::kLines * SBxEllipseRow::kGroup; ++i) {
-            unsigned char& flag =
-                undecided[i / SBxEllipseRow::kGroup * SBxEllipseRow::kColumns + first + i % SBxEllipseRow::kGroup];
-            flag = (left >> i & 1U) != 0 ? 1 : flag;
+            const int place = i / SBxEllipseRow::kGroup * SBxEllipseRow::kColumns + first + i % SBxEllipseRow::kGroup;
+            undecided[place] = (left >> i & 1U) != 0 ? 1 : undecided[place];
         }
     }
     return any != 0;
