@@ -4,6 +4,7 @@
 // wide form could end up being used on a machine that does not have it.
 #pragma once
 
+#include "kernel_bounds.h"
 #include "kernel_cells.h"
 #include "kernel_corners.h"
 #include "kernel_ellipses.h"
@@ -142,6 +143,9 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.Subtract = Subtract;
     kernels.Multiply = Multiply;
     kernels.Harris = Harris;
+    kernels.Split3 = Split3;
+    kernels.AddBytes = AddBytes;
+    kernels.WidenBounds = WidenBounds;
     kernels.ResampleAlong = ResampleAlong;
     kernels.EnlargeAlong = EnlargeAlong;
     kernels.ResampleAcross = ResampleAcross;

@@ -59,6 +59,14 @@ struct SBxGradientRows {
     float* trace;
 };
 
+// Bounds of every column of some rows of whole numbers.
+struct SBxColumnBounds {
+    unsigned short* low;
+    unsigned short* high;
+    unsigned short* alongRows;
+    unsigned short* alongColumns;
+};
+
 struct SBxKernels {
     const char* m_szName;
 
@@ -73,6 +81,16 @@ struct SBxKernels {
     void (*Multiply)(float* out, const float* a, const float* b, std::size_t count);
     // out[i] = sxx[i] * syy[i] - sxy[i]^2 - 0.08 * (sxx[i] + syy[i])^2.
     void (*Harris)(float* out, const float* sxx, const float* syy, const float* sxy, std::size_t count);
+
+    // Takes the bytes of `count` pixels apart: first[i] = in[3 i], second[i] = in[3 i + 1], third[i] = in[3 i + 2].
+    void (*Split3)(unsigned char* first, unsigned char* second, unsigned char* third, const unsigned char* in,
+                   std::size_t count);
+    // out[i] = a[i] + b[i].
+    void (*AddBytes)(unsigned short* out, const unsigned char* a, const unsigned char* b, std::size_t count);
+    // Widens the bounds of every column: low[i] and high[i] by values[i], alongRows[i] and alongColumns[i] by how much
+    // values[i + 1] and below[i] differ from it.
+    void (*WidenBounds)(const SBxColumnBounds& bounds, const unsigned short* values, const unsigned short* below,
+                        std::size_t count);
 
     // out[i] = weights[0][i] * in[first[i]] + ... over `tapCount` neighbouring bytes, in double. `first` ascends; `in`
     // can be read, though it is not used, for 16 bytes from the first tap of every sample on.

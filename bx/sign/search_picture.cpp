@@ -4,23 +4,18 @@
 #include <cstddef>
 #include <utility>
 
+#include "kernels.h"
 #include "sign_format.h"
 
 // The bounds of a row of cells while they are still those of single columns, and two rows of sums.
 struct CBxSearchPicture::SBoundRows {
-    std::uint16_t* low;
-    std::uint16_t* high;
-    std::uint16_t* alongRows;
-    std::uint16_t* alongColumns;
+    SBxColumnBounds bounds;
     std::uint16_t* sums;
     std::uint16_t* nextSums;
     static constexpr int kCount = 6;
 
     SBoundRows(std::uint16_t* room, std::ptrdiff_t pitch)
-        : low(room),
-          high(room + pitch),
-          alongRows(room + 2 * pitch),
-          alongColumns(room + 3 * pitch),
+        : bounds{room, room + pitch, room + 2 * pitch, room + 3 * pitch},
           sums(room + 4 * pitch),
           nextSums(room + 5 * pitch) {}
 };
@@ -28,24 +23,6 @@ struct CBxSearchPicture::SBoundRows {
 namespace {
 
 constexpr std::int16_t kNothing = -0x7FFF;  // below every bound
-
-void WidenBounds(std::uint16_t* __restrict low, std::uint16_t* __restrict high, const std::uint16_t* __restrict values,
-                 int count) {
-    for (int i = 0; i < count; ++i) {
-        low[i] = values[i] < low[i] ? values[i] : low[i];
-        high[i] = values[i] > high[i] ? values[i] : high[i];
-    }
-}
-
-void WidenDifference(std::uint16_t* __restrict largest, const std::uint16_t* first, const std::uint16_t* second,
-                     int count) {
-    for (int i = 0; i < count; ++i) {
-        const auto above = static_cast<std::uint16_t>(first[i] > second[i] ? first[i] : second[i]);
-        const auto below = static_cast<std::uint16_t>(first[i] > second[i] ? second[i] : first[i]);
-        const auto difference = static_cast<std::uint16_t>(above - below);
-        largest[i] = difference > largest[i] ? difference : largest[i];
-    }
-}
 
 }  // namespace
 
@@ -83,11 +60,7 @@ void CBxSearchPicture::SplitRow(const SBxPicBuf& picture, int row) {
     unsigned char* blue = m_Planes.Data() + static_cast<std::ptrdiff_t>(row) * m_iPitch;
     unsigned char* green = blue + planeBytes;
     unsigned char* red = green + planeBytes;
-    for (int x = 0; x < m_iWidth; ++x) {
-        blue[x] = from[3 * x];
-        green[x] = from[3 * x + 1];
-        red[x] = from[3 * x + 2];
-    }
+    BX_Kernels().Split3(blue, green, red, from, static_cast<std::size_t>(m_iWidth));
     for (unsigned char* line : {blue, green, red}) {
         std::fill(line + m_iWidth, line + m_iPitch, line[m_iWidth - 1]);
     }
@@ -95,25 +68,20 @@ void CBxSearchPicture::SplitRow(const SBxPicBuf& picture, int row) {
 
 // Green + red of a row, and once more behind its end.
 void CBxSearchPicture::SumRow(std::uint16_t* sums, int row) const {
-    const unsigned char* green = Row(Green, row);
-    const unsigned char* red = Row(Red, row);
-    for (int x = 0; x <= m_iWidth; ++x) {
-        sums[x] = static_cast<std::uint16_t>(green[x] + red[x]);
-    }
+    BX_Kernels().AddBytes(sums, Row(Green, row), Row(Red, row), static_cast<std::size_t>(m_iWidth) + 1);
 }
 
 // Bounds one row of cells: column by column over its rows first, which runs in wide registers.
 void CBxSearchPicture::BoundCells(int cellRow, SBoundRows& rows) {
-    std::fill(rows.low, rows.low + m_iPitch, std::uint16_t{0xFFFF});
-    for (std::uint16_t* bounds : {rows.high, rows.alongRows, rows.alongColumns}) {
+    const SBxColumnBounds& columns = rows.bounds;
+    std::fill(columns.low, columns.low + m_iPitch, std::uint16_t{0xFFFF});
+    for (std::uint16_t* bounds : {columns.high, columns.alongRows, columns.alongColumns}) {
         std::fill(bounds, bounds + m_iPitch, std::uint16_t{0});
     }
     SumRow(rows.sums, cellRow * kCell);
     for (int row = cellRow * kCell; row < std::min((cellRow + 1) * kCell, m_iHeight); ++row) {
         SumRow(rows.nextSums, std::min(row + 1, m_iHeight - 1));
-        WidenBounds(rows.low, rows.high, rows.sums, m_iWidth);
-        WidenDifference(rows.alongRows, rows.sums, rows.sums + 1, m_iWidth);
-        WidenDifference(rows.alongColumns, rows.sums, rows.nextSums, m_iWidth);
+        BX_Kernels().WidenBounds(columns, rows.sums, rows.nextSums, static_cast<std::size_t>(m_iWidth));
         std::swap(rows.sums, rows.nextSums);
     }
     const auto largest = [](const std::uint16_t* of) {
@@ -122,12 +90,12 @@ void CBxSearchPicture::BoundCells(int cellRow, SBoundRows& rows) {
     std::int16_t* cells = m_Cells.Data() + static_cast<std::ptrdiff_t>(cellRow) * m_iCellsPerRow * kBounds;
     for (int cell = 0; cell < m_iCellsPerRow; ++cell) {
         const int x = cell * kCell;
-        const std::uint16_t* low = rows.low + x;
+        const std::uint16_t* low = columns.low + x;
         const int lowest = std::min({low[0], low[1], low[2], low[3]});
         *cells++ = static_cast<std::int16_t>(-lowest);
-        *cells++ = largest(rows.high + x);
-        *cells++ = largest(rows.alongRows + x);
-        *cells++ = largest(rows.alongColumns + x);
+        *cells++ = largest(columns.high + x);
+        *cells++ = largest(columns.alongRows + x);
+        *cells++ = largest(columns.alongColumns + x);
     }
 }
 
