@@ -129,7 +129,8 @@ void EngineZoom(SStages& stages, const CBxSearchPicture& shared, double zoom, st
     stages.cells += Seconds([&] {
         CBxScaledRows blue(shared, columns, zoom, CBxScaledRows::EChannel::Blue);
         CBxCellReader probe;
-        good = good && blue.Prepare() && probe.Prepare(rects, count, blue.Width(), blue.Height(), BX_ProbeCells()) &&
+        good = good && blue.Prepare() &&
+               probe.Prepare(rects, count, blue.Width(), blue.Height(), BX_ProbeCells(EBxProbe::Narrow)) &&
                probe.Read(blue, zoom, nullptr) == 0;
     });
     // The search reads all cells only of candidates that pass the probe; here they are for the comparison.

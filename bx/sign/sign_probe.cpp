@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 
 #include "bch157.h"
@@ -11,36 +12,42 @@
 
 namespace {
 
-// Of all sets of four words, the one that leaves least work: its cells stand in few groups of four of a row of cells,
-// and in photographs hardly a carrier passes it.
-constexpr int kWords[] = {4, 5, 11, 12};
 constexpr int kWordBits = 15;
 constexpr int kDataBits = 7;
 constexpr int kCheckBits = kCheckCodes * kBitsPerCode;
 constexpr int kTextBits = kTextCodes * kBitsPerCode;
 
-// Bits of the block that the words hold: bit 7 i + b is bit b of the i-th word.
-using TProbeBits = std::uint32_t;
+// Of all sets of four and five words, those that leave least work: their cells stand in few groups of four of a row of
+// cells, and in photographs hardly a carrier passes them. Of three sums of the second set the words hold an odd number
+// of bits, so that not all can be 1.
+constexpr int kMostWords = 5;
+constexpr int kNarrowWords[] = {4, 5, 11, 12};
+constexpr int kWideWords[] = {0, 6, 7, 12, 13};
 
-// No bit when the words do not hold that bit of the block.
-TProbeBits MaskOfBlockBit(int bit) {
-    const auto* word = std::find(std::begin(kWords), std::end(kWords), bit / kDataBits);
-    return word == std::end(kWords) ? 0U : TProbeBits{1} << ((word - kWords) * kDataBits + bit % kDataBits);
-}
+// Bits of the block that the words hold: bit 7 i + b is bit b of the i-th word.
+using TProbeBits = std::uint64_t;
 
 struct SProbe {
+    int words[kMostWords];
+    int wordCount;
     SBxCellChoice cells;
     TProbeBits sums[kCheckBits];  // bits that sum to 0 in every sign
     int sumCount;
     TProbeBits characters[kShortestFoundText];  // bits that are not all 0 in a text that is long enough
     int characterCount;
+
+    // No bit when the words do not hold that bit of the block.
+    TProbeBits MaskOfBlockBit(int bit) const {
+        const int* word = std::find(words, words + wordCount, bit / kDataBits);
+        return word == words + wordCount ? 0 : TProbeBits{1} << ((word - words) * kDataBits + bit % kDataBits);
+    }
 };
 
 void AddCells(SProbe& probe) {
     bool isChosen[kCellCount] = {};
-    for (const int word : kWords) {
+    for (int i = 0; i < probe.wordCount; ++i) {
         for (int bit = 0; bit < kWordBits; ++bit) {
-            isChosen[puiBitChangeInv[word * kWordBits + bit]] = true;
+            isChosen[puiBitChangeInv[probe.words[i] * kWordBits + bit]] = true;
         }
     }
     for (int cell = 0; cell < kCellCount; ++cell) {
@@ -60,11 +67,11 @@ void AddSums(SProbe& probe) {
         }
     }
     for (int check = 0; check < kCheckBits; ++check) {
-        TProbeBits sum = MaskOfBlockBit(check);
+        TProbeBits sum = probe.MaskOfBlockBit(check);
         bool isWhole = sum != 0;
         for (int bit = 0; bit < kTextBits; ++bit) {
             if ((flippedBy[check] >> bit & 1U) != 0) {
-                const TProbeBits mask = MaskOfBlockBit(kCheckBits + bit);
+                const TProbeBits mask = probe.MaskOfBlockBit(kCheckBits + bit);
                 isWhole = isWhole && mask != 0;
                 sum |= mask;
             }
@@ -79,7 +86,7 @@ void AddCharacters(SProbe& probe) {
     for (int character = 0; character < kShortestFoundText; ++character) {
         TProbeBits bits = 0;
         for (int bit = 0; bit < kBitsPerCode; ++bit) {
-            bits |= MaskOfBlockBit(kCheckBits + character * kBitsPerCode + bit);
+            bits |= probe.MaskOfBlockBit(kCheckBits + character * kBitsPerCode + bit);
         }
         if (std::popcount(bits) == kBitsPerCode) {
             probe.characters[probe.characterCount++] = bits;
@@ -87,25 +94,32 @@ void AddCharacters(SProbe& probe) {
     }
 }
 
-const SProbe& Probe() {
-    static const SProbe kProbe = [] {
-        SProbe probe{};
-        AddCells(probe);
-        AddSums(probe);
-        AddCharacters(probe);
-        return probe;
-    }();
-    return kProbe;
+template <std::size_t Count>
+SProbe MakeProbe(const int (&words)[Count]) {
+    static_assert(Count <= kMostWords);
+    SProbe probe{};
+    std::copy(words, words + Count, probe.words);
+    probe.wordCount = Count;
+    AddCells(probe);
+    AddSums(probe);
+    AddCharacters(probe);
+    return probe;
 }
 
-TProbeBits ReadBits(const int* cells) {
+const SProbe& ProbeOf(EBxProbe probe) {
+    static const SProbe kNarrow = MakeProbe(kNarrowWords);
+    static const SProbe kWide = MakeProbe(kWideWords);
+    return probe == EBxProbe::Narrow ? kNarrow : kWide;
+}
+
+TProbeBits ReadBits(const int* cells, const SProbe& probe) {
     static const CBxBCH157 kCoder = BX_MakeCoder();
     CBxBCH157 coder = kCoder;
     TProbeBits bits = 0;
     int shift = 0;
-    for (const int word : kWords) {
+    for (int i = 0; i < probe.wordCount; ++i) {
         for (int bit = 0; bit < kWordBits; ++bit) {
-            coder.recd[bit] = cells[puiBitChangeInv[word * kWordBits + bit]];
+            coder.recd[bit] = cells[puiBitChangeInv[probe.words[i] * kWordBits + bit]];
         }
         coder.GetDataFromBCHCode();
         for (int bit = 0; bit < kDataBits; ++bit) {
@@ -117,15 +131,15 @@ TProbeBits ReadBits(const int* cells) {
 
 }  // namespace
 
-const SBxCellChoice& BX_ProbeCells() {
-    return Probe().cells;
+const SBxCellChoice& BX_ProbeCells(EBxProbe probe) {
+    return ProbeOf(probe).cells;
 }
 
-bool BX_ProbeRefuses(const int* cells) {
-    const SProbe& probe = Probe();
-    const TProbeBits bits = ReadBits(cells);
-    return std::any_of(probe.sums, probe.sums + probe.sumCount,
+bool BX_ProbeRefuses(const int* cells, EBxProbe probe) {
+    const SProbe& looked = ProbeOf(probe);
+    const TProbeBits bits = ReadBits(cells, looked);
+    return std::any_of(looked.sums, looked.sums + looked.sumCount,
                        [bits](TProbeBits sum) { return std::popcount(bits & sum) % 2 != 0; }) ||
-           std::any_of(probe.characters, probe.characters + probe.characterCount,
+           std::any_of(looked.characters, looked.characters + looked.characterCount,
                        [bits](TProbeBits character) { return (bits & character) == 0; });
 }

@@ -80,9 +80,11 @@ void BitsOfCells(int* bits, const CBxCellReader& cells, unsigned int candidate) 
 }
 
 // Leaves out the candidates that a few of their cells refuse, and keeps the order of the others.
-unsigned char KeepPossible(const SZoom& at, CBxRect<double>* candidates, unsigned int& count) {
+unsigned char KeepPossible(const SZoom& at, CBxRect<double>* candidates, unsigned int& count,
+                           CBxStrengthMemory& memory) {
+    const EBxProbe probe = memory.Probe();
     CBxCellReader cells;
-    const unsigned char result = ReadCells(at, cells, candidates, count, BX_ProbeCells());
+    const unsigned char result = ReadCells(at, cells, candidates, count, BX_ProbeCells(probe));
     if (result != kBxSuccess) {
         return result;
     }
@@ -90,11 +92,12 @@ unsigned char KeepPossible(const SZoom& at, CBxRect<double>* candidates, unsigne
     for (unsigned int i = 0; i < count; ++i) {
         int bits[kCellCount];
         BitsOfCells(bits, cells, i);
-        if (!BX_ProbeRefuses(bits)) {
+        if (!BX_ProbeRefuses(bits, probe)) {
             candidates[kept++] = candidates[i];
         }
     }
     count = kept;
+    memory.RememberPassed(kept);
     return kBxSuccess;
 }
 
@@ -165,6 +168,13 @@ void CBxStrengthMemory::Remember(double zoom, const SBxCornerBars& bars) {
     }
 }
 
+void CBxStrengthMemory::RememberPassed(unsigned int candidates) {
+    constexpr unsigned int kMostByChance = 1;
+    if (candidates > kMostByChance) {
+        m_bWide.store(true, std::memory_order_relaxed);
+    }
+}
+
 unsigned char BX_SearchZoom(SBxSignRun& run, const CBxSearchPicture& picture, char* block, SBxFinding& finding,
                             double zoom, CBxStrengthMemory& memory) {
     if (run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0) {
@@ -194,7 +204,7 @@ unsigned char BX_SearchZoom(SBxSignRun& run, const CBxSearchPicture& picture, ch
     }
     CBxSignOp::ReduceNumbersOfRectanglesX(candidates, count);
     const SZoom at{run, picture, columns, zoom};
-    result = KeepPossible(at, candidates, count);
+    result = KeepPossible(at, candidates, count, memory);
     if (result != kBxSuccess) {
         return result;
     }

@@ -6,15 +6,21 @@
 #include "corner_search.h"
 #include "search_picture.h"
 #include "sign_format.h"
+#include "sign_probe.h"
 #include "sign_run.h"
 
-// How strong the corners of the zooms were that a search has done: a start for the next ones. Shared by its threads;
-// what a thread finds in it decides how long it takes, never what it finds.
+// What a search remembers of the zooms that it has done: how strong their corners were, as a start for the next ones,
+// and how closely candidates must be looked at. Shared by its threads; what a thread finds in it decides how long it
+// takes, never what it finds.
 class CBxStrengthMemory {
 public:
     // A guess for a zoom, somewhat below what its neighbours had.
     SBxCornerBars GuessFor(double zoom) const;
     void Remember(double zoom, const SBxCornerBars& bars);
+
+    // How to look at the candidates: more closely once too many of a zoom have passed, as they do on a white page.
+    EBxProbe Probe() const { return m_bWide.load(std::memory_order_relaxed) ? EBxProbe::Wide : EBxProbe::Narrow; }
+    void RememberPassed(unsigned int candidates);
 
 private:
     struct SEntry {
@@ -22,6 +28,7 @@ private:
         std::atomic<float> bright{0.0f};
     };
     SEntry m_Entries[kZooms];
+    std::atomic<bool> m_bWide{false};
 };
 
 // Searches one zoom for a sign.

@@ -222,7 +222,7 @@ TEST_P(SearchForms, ReadTheSameOfFewCellsAndOfFewCandidates) {
         CBxCellReader all;
         CBxCellReader few;
         ASSERT_TRUE(all.Prepare(candidates, 3, rows.Width(), rows.Height(), BX_AllCells()) &&
-                    few.Prepare(candidates, 3, rows.Width(), rows.Height(), BX_ProbeCells()));
+                    few.Prepare(candidates, 3, rows.Width(), rows.Height(), BX_ProbeCells(EBxProbe::Narrow)));
         ASSERT_EQ(all.Read(rows, test.zoom, nullptr), 0);
         ASSERT_EQ(few.Read(rows, test.zoom, nullptr), 0);
         for (unsigned int i = 0; i < 3; ++i) {
@@ -237,8 +237,8 @@ TEST_P(SearchForms, ReadTheSameOfFewCellsAndOfFewCandidates) {
             double expected[256];
             std::fill_n(expected, 256, std::numeric_limits<double>::quiet_NaN());
             for (int place = 0; place < 256; ++place) {
-                if (place % 16 < BX_ProbeCells().counts[place / 16]) {
-                    const int cell = place / 16 * 16 + BX_ProbeCells().columns[place / 16][place % 16];
+                if (place % 16 < BX_ProbeCells(EBxProbe::Narrow).counts[place / 16]) {
+                    const int cell = place / 16 * 16 + BX_ProbeCells(EBxProbe::Narrow).columns[place / 16][place % 16];
                     expected[cell] = means[0][cell];
                 }
             }
