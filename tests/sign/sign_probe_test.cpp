@@ -9,6 +9,9 @@
 
 #include "interleaving.h"
 #include "sign_block.h"
+#include "sign_op.h"
+#include "test_pictures.h"
+#include "zoom_search.h"
 
 namespace {
 
@@ -97,5 +100,24 @@ TEST(SignProbe, LooksAtItsOwnCellsOnly) {
             }
             EXPECT_FALSE(BX_ProbeRefuses(cells.data(), probe)) << round;
         }
+    }
+}
+
+TEST(SignProbe, LetsASignThroughHoweverCloselyItLooks) {
+    char text[] = "Probe-7x";
+    SBxSignRun run;
+    CBxOwnedPic picture = MakeTexturedPicture(520, 420, 7);
+    ASSERT_EQ(CBxSignOp::InsertTextIntoPicture(run, &picture.Pic(), text), 0);
+    CBxSearchPicture shared;
+    ASSERT_TRUE(shared.Prepare(picture.Pic()));
+    for (const EBxProbe probe : kProbes) {
+        SBxSignRun search;
+        CBxStrengthMemory memory;
+        memory.RememberPassed(probe == EBxProbe::Narrow ? 1 : 2);
+        ASSERT_EQ(memory.Probe(), probe);
+        char block[CBxSignOp::kTextBytes] = {};
+        SBxFinding finding;
+        ASSERT_EQ(BX_SearchZoom(search, shared, block, finding, 1.0, memory), 0);
+        EXPECT_STREQ(block + 8, text);
     }
 }
