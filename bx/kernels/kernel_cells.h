@@ -2,18 +2,18 @@
 // Part of kernel_loops.h: internal linkage, no standard function.
 #pragma once
 
-#include "kernel_vectors.h"
+#include "kernel_pairs.h"
 #include "kernels.h"
 
 namespace {
 
 // The sums at eight places and at the places behind them.
 struct SNeighbours {
-    TDoubles at;
-    TDoubles behind;
+    TPairs at;
+    TPairs behind;
 };
 
-inline SNeighbours LoadNeighbours(const double* prefix, TInts places) {
+inline SNeighbours LoadNeighbours(const double* prefix, TPlaces places) {
 #if defined(__AVX512F__)
     // Both of a pair in one load, four pairs to a register, then one permutation each.
     int place[kLanes];
@@ -30,30 +30,25 @@ inline SNeighbours LoadNeighbours(const double* prefix, TInts places) {
     return {_mm512_permutex2var_pd(first, _mm512_setr_epi64(0, 2, 4, 6, 8, 10, 12, 14), second),
             _mm512_permutex2var_pd(first, _mm512_setr_epi64(1, 3, 5, 7, 9, 11, 13, 15), second)};
 #else
-    SNeighbours sums;
-    for (int lane = 0; lane < kLanes; ++lane) {
-        sums.at[lane] = prefix[places[lane]];
-        sums.behind[lane] = prefix[places[lane] + 1];
-    }
-    return sums;
+    return {LoadPairs(prefix, places), LoadPairs(prefix + 1, places)};
 #endif
 }
 
 // The sums in front of eight places in thirds of a pixel.
-inline TDoubles SumsOfThirds(const double* prefix, TDoubles places) {
-    const TInts pixels = ToInts((places + 0.5) * (1.0 / 3.0));
+inline TPairs SumsOfThirds(const double* prefix, TPairs places) {
+    const TPlaces pixels = ToInts((places + 0.5) * (1.0 / 3.0));
     const SNeighbours sums = LoadNeighbours(prefix, pixels);
     return 3.0 * sums.at + (places - 3.0 * ToDoubles(pixels)) * (sums.behind - sums.at);
 }
 
 // The sums at eight places and at the two places behind each.
 struct STriples {
-    TDoubles at;
-    TDoubles behind;
-    TDoubles farBehind;
+    TPairs at;
+    TPairs behind;
+    TPairs farBehind;
 };
 
-inline STriples LoadTriples(const double* prefix, TInts places) {
+inline STriples LoadTriples(const double* prefix, TPlaces places) {
 #if defined(__AVX512F__)
     int place[kLanes];
     __builtin_memcpy(place, &places, sizeof place);
@@ -73,25 +68,19 @@ inline STriples LoadTriples(const double* prefix, TInts places) {
             _mm512_shuffle_f64x2(_mm512_permutex2var_pd(first, last, second),
                                  _mm512_permutex2var_pd(third, last, fourth), 0x44)};
 #else
-    STriples sums;
-    for (int lane = 0; lane < kLanes; ++lane) {
-        sums.at[lane] = prefix[places[lane]];
-        sums.behind[lane] = prefix[places[lane] + 1];
-        sums.farBehind[lane] = prefix[places[lane] + 2];
-    }
-    return sums;
+    return {LoadPairs(prefix, places), LoadPairs(prefix + 1, places), LoadPairs(prefix + 2, places)};
 #endif
 }
 
 // The sums of three lines in front of places that lie in two neighbouring pixels: of the first of them as many thirds
 // as the places have in it, and so of the second.
-inline TDoubles SumsOfThreeLines(const double* prefix, TDoubles a, TDoubles b, TDoubles c) {
-    const TInts pixels = ToInts((Smaller(Smaller(a, b), c) + 0.5) * (1.0 / 3.0));
+inline TPairs SumsOfThreeLines(const double* prefix, TPairs a, TPairs b, TPairs c) {
+    const TPlaces pixels = ToInts((Smaller(Smaller(a, b), c) + 0.5) * (1.0 / 3.0));
     const STriples sums = LoadTriples(prefix, pixels);
-    const TDoubles start = 3.0 * ToDoubles(pixels);
-    const TDoubles three = Splat(3.0);
-    const TDoubles all = (a - start) + (b - start) + (c - start);
-    const TDoubles inFirst = Smaller(a - start, three) + Smaller(b - start, three) + Smaller(c - start, three);
+    const TPairs start = 3.0 * ToDoubles(pixels);
+    const TPairs three = AllPairs(3.0);
+    const TPairs all = (a - start) + (b - start) + (c - start);
+    const TPairs inFirst = Smaller(a - start, three) + Smaller(b - start, three) + Smaller(c - start, three);
     return 9.0 * sums.at + inFirst * (sums.behind - sums.at) + (all - inFirst) * (sums.farBehind - sums.behind);
 }
 
@@ -105,111 +94,52 @@ inline bool LinesAreClose(const SBxEllipseRow& row) {
     return least > 0.0 && most - least <= 3.0;
 }
 
-// A group of cells in one vector: where the cells begin in the lower half, where they end in the upper one. In a
-// mirrored vector the ends have changed their signs, so that "more to the right" is "more inside" for both.
-inline TDoubles Mirrored(TDoubles places) {
-    constexpr long long kSign = static_cast<long long>(1ULL << 63);
-    return reinterpret_cast<TDoubles>(reinterpret_cast<TMask>(places) ^ TMask{0, 0, 0, 0, kSign, kSign, kSign, kSign});
-}
-
-// Of a mirrored vector: the ends in the place of the begins and the begins in that of the ends.
-inline TDoubles Opposite(TDoubles mirrored) {
-    return -WithHalvesSwapped(mirrored);
-}
-
 // What the rows of a group of cells have in common.
 struct SGroup {
-    TDoubles centre;
-    TDoubles rim;  // the labels of the stamp, mirrored
-    TDoubles inner;
+    TPairs centre;
+    TPairs rim;  // the labels of the stamp, mirrored
+    TPairs inner;
 };
 
 inline SGroup LoadGroup(const SBxEllipseRow& row, int first) {
     const auto twice = [first](const double* from) {
         const THalf half = LoadHalf(from + first);
-        return Joined(half, half);
+        return Pairs(half, half);
     };
-    const TDoubles left = twice(row.lefts);
-    const TDoubles visible = twice(row.visible);
+    const TPairs left = twice(row.lefts);
+    const TPairs visible = twice(row.visible);
     const auto places = [left, visible](double begin, double end) {
-        const TDoubles bounds{begin, begin, begin, begin, end, end, end, end};
-        return Mirrored(left + Smaller(visible, bounds));
+        return Mirrored(left + Smaller(visible, Pairs(SplatHalf(begin), SplatHalf(end))));
     };
     return {twice(row.centres), places(row.rimLeft, row.rimRight), places(row.innerLeft, row.innerRight)};
 }
 
-// One flag for each lane. Comparisons of wide registers fill mask registers, which the compiler's own vectors do not
-// use.
-#if defined(__AVX512F__)
-typedef __mmask8 TFlags;
-constexpr TFlags kLowerHalf = 0x0F;
-inline TFlags IsBelow(TDoubles a, TDoubles b) {
-    return _mm512_cmp_pd_mask(a, b, _CMP_LT_OQ);
-}
-inline TDoubles Choose(TFlags flags, TDoubles yes, TDoubles no) {
-    return _mm512_mask_mov_pd(no, flags, yes);
-}
-inline TFlags OfBothHalves(TFlags flags) {
-    return static_cast<TFlags>(flags | flags >> 4 | flags << 4);
-}
-inline unsigned int Bits(TFlags flags) {
-    return flags;
-}
-inline TDoubles RoundedDown(TDoubles a) {
-    return _mm512_roundscale_pd(a, _MM_FROUND_TO_ZERO);
-}
-#else
-typedef TMask TFlags;
-constexpr TFlags kLowerHalf = {-1, -1, -1, -1, 0, 0, 0, 0};
-inline TFlags IsBelow(TDoubles a, TDoubles b) {
-    return a < b;
-}
-inline TDoubles Choose(TFlags flags, TDoubles yes, TDoubles no) {
-    return flags ? yes : no;
-}
-inline TFlags OfBothHalves(TFlags flags) {
-    return flags | __builtin_shufflevector(flags, flags, 4, 5, 6, 7, 0, 1, 2, 3);
-}
-inline unsigned int Bits(TFlags flags) {
-    const TMask bits = flags & TMask{1, 2, 4, 8, 16, 32, 64, 128};
-    return static_cast<unsigned int>(bits[0] | bits[1] | bits[2] | bits[3] | bits[4] | bits[5] | bits[6] | bits[7]);
-}
-inline TDoubles RoundedDown(TDoubles a) {
-    return Truncated(a);
-}
-#endif
-
 // Where the ellipses of a group begin and end on a line, inside the labels of the stamp.
 struct SBounds {
-    TDoubles places;    // mirrored
-    TDoubles opposite;  // of these
-    TFlags near;        // a sample
+    TPairs places;    // mirrored
+    TPairs opposite;  // of these
+    TFlags near;      // a sample
 };
 
 inline SBounds BoundsOnLine(const SGroup& group, double reach) {
-    const TDoubles bound = group.centre - Mirrored(Splat(reach));
+    const TPairs bound = group.centre - Mirrored(AllPairs(reach));
     // Truncation rounds down here, since nothing lies more than half a sample in front of the frame.
-    const TDoubles inside = RoundedDown(bound + 1.0);
-    const TDoubles behind = inside - bound;
-    const TDoubles places = Larger(Mirrored(inside), group.rim);
+    const TPairs inside = RoundedDown(bound + 1.0);
+    const TPairs behind = inside - bound;
+    const TPairs places = Larger(Mirrored(inside), group.rim);
     const TFlags near =
-        IsBelow(behind, Splat(SBxEllipseRow::kNear)) | IsBelow(Splat(1.0 - SBxEllipseRow::kNear), behind);
+        IsBelow(behind, AllPairs(SBxEllipseRow::kNear)) | IsBelow(AllPairs(1.0 - SBxEllipseRow::kNear), behind);
     return {places, Opposite(places), near};
-}
-
-// From the begins to the ends of a group.
-inline THalf Between(TDoubles pairs) {
-    return UpperHalf(pairs) - LowerHalf(pairs);
 }
 
 // Adds a group on close lines, of which every ellipse is decided, not empty and meets its inner part. Another one stays
 // as it is: false.
 inline bool AddPlainGroup(const SBxEllipseRow& row, const SGroup& group, bool hasInner, double* sums, double* weights) {
-    const TDoubles inner = hasInner ? group.inner : Splat(1e300);
-    const TDoubles innerOpposite = hasInner ? Opposite(group.inner) : Splat(1e300);
-    TDoubles places[SBxEllipseRow::kLines];
+    const TPairs inner = hasInner ? group.inner : AllPairs(1e300);
+    const TPairs innerOpposite = hasInner ? Opposite(group.inner) : AllPairs(1e300);
+    TPairs places[SBxEllipseRow::kLines];
     TFlags open{};
-    TFlags full = IsBelow(Splat(0.0), Splat(1.0));
+    TFlags full = IsBelow(AllPairs(0.0), AllPairs(1.0));
     for (int line = 0; line < SBxEllipseRow::kLines; ++line) {
         const SBounds bounds = BoundsOnLine(group, row.reach[line]);
         open |= bounds.near | IsBelow(innerOpposite, bounds.places);
@@ -227,7 +157,7 @@ inline bool AddPlainGroup(const SBxEllipseRow& row, const SGroup& group, bool ha
 // Adds any group. Returns the bits of what was left out: 4 line + i for the i-th cell.
 inline unsigned int AddGroup(const SBxEllipseRow& row, const SGroup& group, bool hasInner, bool close, double* sums,
                              double* weights) {
-    TDoubles places[SBxEllipseRow::kLines] = {};
+    TPairs places[SBxEllipseRow::kLines] = {};
     TFlags special{};
     unsigned int left = 0;
     THalf sum = LoadHalf(sums);
@@ -243,10 +173,10 @@ inline unsigned int AddGroup(const SBxEllipseRow& row, const SGroup& group, bool
             open |= full & IsBelow(Opposite(group.inner), bounds.places);
             places[line] = Choose(full, Smaller(bounds.places, group.inner), group.inner);
         } else {
-            places[line] = Choose(full | kLowerHalf, bounds.places, bounds.opposite);
+            places[line] = Choose(full | Begins(), bounds.places, bounds.opposite);
         }
         open = OfBothHalves(open);
-        places[line] = Choose(open, TDoubles{}, Mirrored(places[line]));
+        places[line] = Choose(open, AllPairs(0.0), Mirrored(places[line]));
         left |= (Bits(open) & 0xFU) << line * SBxEllipseRow::kGroup;
         special |= open | ~full;
         sum += Between(SumsOfThirds(row.prefix, places[line]));
@@ -255,7 +185,7 @@ inline unsigned int AddGroup(const SBxEllipseRow& row, const SGroup& group, bool
     if (close) {
         // The sum of a cell does not depend on the others of the group, to the last bit.
         const THalf atOnce = LoadHalf(sums) + Between(SumsOfThreeLines(row.prefix, places[0], places[1], places[2]));
-        sum = LowerHalf(Choose(OfBothHalves(special), Joined(sum, sum), Joined(atOnce, atOnce)));
+        sum = Begin(Choose(OfBothHalves(special), Pairs(sum, sum), Pairs(atOnce, atOnce)));
     }
     StoreHalf(sums, sum);
     StoreHalf(weights, weight);

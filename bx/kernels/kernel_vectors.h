@@ -19,7 +19,7 @@ constexpr std::size_t kWide = SBxKernels::kGroup;
 typedef double TDoubles __attribute__((vector_size(kLanes * sizeof(double))));
 typedef long long TMask __attribute__((vector_size(kLanes * sizeof(long long))));
 typedef int TInts __attribute__((vector_size(kLanes * sizeof(int))));
-// Half as many: of a pair of halves, the one or the other.
+// Half as many.
 typedef double THalf __attribute__((vector_size(kLanes / 2 * sizeof(double))));
 
 inline TDoubles LoadDoubles(const double* from) {
@@ -37,18 +37,6 @@ inline THalf LoadHalf(const double* from) {
 }
 inline void StoreHalf(double* to, THalf value) {
     __builtin_memcpy(to, &value, sizeof value);
-}
-inline THalf LowerHalf(TDoubles a) {
-    return __builtin_shufflevector(a, a, 0, 1, 2, 3);
-}
-inline THalf UpperHalf(TDoubles a) {
-    return __builtin_shufflevector(a, a, 4, 5, 6, 7);
-}
-inline TDoubles Joined(THalf lower, THalf upper) {
-    return __builtin_shufflevector(lower, upper, 0, 1, 2, 3, 4, 5, 6, 7);
-}
-inline TDoubles WithHalvesSwapped(TDoubles a) {
-    return __builtin_shufflevector(a, a, 4, 5, 6, 7, 0, 1, 2, 3);
 }
 inline TDoubles Splat(double value) {
     return value - TDoubles{};
