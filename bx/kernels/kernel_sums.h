@@ -52,36 +52,48 @@ void SmoothedSums4(double* const* sums, const float* const* rows, std::size_t co
 
 #else
 
+typedef float TFourFloats __attribute__((vector_size(4 * sizeof(float))));
+
+// The sums of `values` up to each of them: those of one, two and four neighbours.
+inline THalf SumsOfFour(const float* values) {
+    TFourFloats four;
+    __builtin_memcpy(&four, values, sizeof four);
+    const THalf ones = __builtin_convertvector(four, THalf);
+    const THalf twos = ones + __builtin_shufflevector(THalf{}, ones, 0, 4, 5, 6);
+    return twos + __builtin_shufflevector(THalf{}, twos, 0, 1, 4, 5);
+}
+
+// Smooths a group of samples.
+inline void SmoothGroup(float* __restrict out, const float* const* rows, std::size_t first, const float* taps) {
+    const float* r0 = rows[0] + first;
+    const float* r1 = rows[1] + first;
+    const float* r2 = rows[2] + first;
+    const float* r3 = rows[3] + first;
+    const float* r4 = rows[4] + first;
+    const float* r5 = rows[5] + first;
+    const float* r6 = rows[6] + first;
+    const float t0 = taps[0], t1 = taps[1], t2 = taps[2], t3 = taps[3], t4 = taps[4], t5 = taps[5], t6 = taps[6];
+    for (std::size_t i = 0; i < kWide; ++i) {
+        out[i] = t0 * r0[i] + t1 * r1[i] + t2 * r2[i] + t3 * r3[i] + t4 * r4[i] + t5 * r5[i] + t6 * r6[i];
+    }
+}
+
 void SmoothedSums4(double* const* sums, const float* const* rows, std::size_t count, const float* taps) {
     constexpr std::size_t kFour = 4;
     double carries[SBxKernels::kSummedRows] = {};
     for (int row = 0; row < SBxKernels::kSummedRows; ++row) {
         sums[row][0] = 0.0;
     }
-    for (std::size_t i = 0; i < count; i += kWide) {
+    for (std::size_t first = 0; first < count; first += kWide) {
         for (int row = 0; row < SBxKernels::kSummedRows; ++row) {
             float smooth[kWide];
-            for (std::size_t k = 0; k < kWide; ++k) {
-                smooth[k] = taps[0] * rows[row][i + k];
-            }
-            for (int tap = 1; tap < SBxKernels::kSummedTaps; ++tap) {
-                const float* in = rows[row + tap] + i;
-                for (std::size_t k = 0; k < kWide; ++k) {
-                    smooth[k] += taps[tap] * in[k];
-                }
-            }
-            double* out = sums[row] + i + 1;
+            SmoothGroup(smooth, rows + row, first, taps);
+            double* out = sums[row] + first + 1;
             double carry = carries[row];
-            for (std::size_t k = 0; k < kWide; k += kFour) {
-                const double a = smooth[k];
-                const double b = smooth[k + 1];
-                const double c = smooth[k + 2];
-                const double d = smooth[k + 3];
-                out[k] = carry + a;
-                out[k + 1] = carry + (b + a);
-                out[k + 2] = carry + ((c + b) + a);
-                carry += (d + c) + (b + a);
-                out[k + 3] = carry;
+            for (std::size_t i = 0; i < kWide; i += kFour) {
+                const THalf all = carry + SumsOfFour(smooth + i);
+                StoreHalf(out + i, all);
+                carry = all[3];
             }
             carries[row] = carry;
         }
