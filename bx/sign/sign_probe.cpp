@@ -108,8 +108,8 @@ TProbeBits ReadBits(const int* cells) {
             coder.recd[bit] = cells[puiBitChangeInv[word * kWordBits + bit]];
         }
         coder.GetDataFromBCHCode();
-        for (int bit = 0; bit < kDataBits; ++bit) {
-            bits |= static_cast<TProbeBits>(coder.data[bit]) << shift++;
+        for (const int dataBit : coder.data) {
+            bits |= static_cast<TProbeBits>(dataBit) << shift++;
         }
     }
     return bits;
