@@ -19,5 +19,5 @@ function(veridane_test name)
   target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support)
   target_compile_definitions(test_${name} PRIVATE
     VERIDANE_SAMPLES="${PROJECT_SOURCE_DIR}/data/samples" VERIDANE_BIN="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
-  gtest_discover_tests(test_${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${VERIDANE_TEST_SECONDS})
+  gtest_discover_tests(test_${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT ${VERIDANE_TEST_SECONDS})
 endfunction()

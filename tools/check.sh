@@ -84,8 +84,10 @@ check_coverage() {
     find build/coverage -name '*.gcda' -delete
     # The table is told whatever becomes of the tests.
     failed=0
-    QT_QPA_PLATFORM=offscreen ctest --test-dir build/coverage -j "$(nproc)" --no-tests=error --output-on-failure ||
+    runtime=$(mktemp -d)
+    XDG_RUNTIME_DIR=$runtime QT_QPA_PLATFORM=offscreen ctest --test-dir build/coverage -j "$(nproc)" --no-tests=error --output-on-failure ||
         failed=$?
+    rm -rf "$runtime"
     mkdir -p build/coverage/html
     gcovr -r . --filter 'bx/' --filter 'vrd_' --exclude '.*autogen.*' --exclude-throw-branches \
         --html-details build/coverage/html/index.html --json-summary build/coverage/summary.json build/coverage

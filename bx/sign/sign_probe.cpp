@@ -122,8 +122,8 @@ TProbeBits ReadBits(const int* cells, const SProbe& probe) {
             coder.recd[bit] = cells[puiBitChangeInv[probe.words[i] * kWordBits + bit]];
         }
         coder.GetDataFromBCHCode();
-        for (int bit = 0; bit < kDataBits; ++bit) {
-            bits |= static_cast<TProbeBits>(coder.data[bit]) << shift++;
+        for (const int dataBit : coder.data) {
+            bits |= static_cast<TProbeBits>(dataBit) << shift++;
         }
     }
     return bits;
