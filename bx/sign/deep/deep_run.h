@@ -126,5 +126,6 @@ unsigned char BX_SearchTones(CBxDeepRun& run);
 unsigned char BX_SearchTurned(CBxDeepRun& run);
 unsigned char BX_SearchOrientations(CBxDeepRun& run);
 unsigned char BX_SearchCut(CBxDeepRun& run);
+unsigned char BX_SearchOneCorner(CBxDeepRun& run);
 unsigned char BX_SearchJoined(CBxDeepRun& run);
 unsigned char BX_SearchBentTones(CBxDeepRun& run);

@@ -1,12 +1,11 @@
 // Stage: the whole picture was the carrier, and the picture was turned or cut since. The grid then reaches beyond the
-// edges. It is looked for by the contrast of its cells first, on a reduced plane, then read.
-#include <algorithm>
+// edges. It is looked for on a map of cells first, then read.
+#include <atomic>
 #include <cmath>
-#include <new>
 
 #include "deep_run.h"
 #include "heap_array.h"
-#include "pattern_plane.h"
+#include "map_grids.h"
 #include "result.h"
 #include "slices.h"
 
@@ -16,12 +15,11 @@ constexpr double kLargestAngle = 12.0;
 constexpr double kAngleStep = 0.25;
 constexpr double kPi = 3.141592653589793;
 
-constexpr double kCutStep = 0.0125;  // of a side, against what is left of it: a fifth of a cell
-constexpr int kCutSteps = 12;
-constexpr std::size_t kCuts = kCutSteps * kCutSteps * kCutSteps * kCutSteps;
-constexpr std::size_t kSlice = 64;
-constexpr std::size_t kMostMeasured = 2000;
-constexpr std::size_t kMostFollowed = 100;
+constexpr double kLargestCut = 0.14;  // of a side, against what is left of it
+constexpr std::size_t kCutSteps = 45;
+constexpr std::size_t kCuts = kCutSteps * kCutSteps;  // on one axis
+constexpr std::size_t kSlice = 16;
+constexpr std::size_t kMostRead = 32;
 
 // The whole picture turned about its middle, in a frame of the old size (cut) or of the size that holds all of it.
 SBxGridTrial TurnedTrial(const CBxDeepRun& run, double degrees, bool holdsAll) {
@@ -66,82 +64,81 @@ void SearchTurnedWhole(CBxDeepRun& run) {
     BX_RunSlices(2 * (kSteps + 1), 4, run.m_uiThreads, slice);
 }
 
-// What was cut off each side, against what is left.
+// The two edges of a grid on one axis of `size` pixels, if the picture was cut in this way.
 struct SCut {
-    float contrast;
-    float sides[4];  // left, right, top, bottom
+    double first;
+    double last;
+
+    SCut(std::size_t index, double size) {
+        constexpr double kStep = kLargestCut / (kCutSteps - 1);
+        first = -size * kStep * static_cast<double>(index % kCutSteps);
+        last = size * (1.0 + kStep * static_cast<double>(index / kCutSteps));
+    }
 };
 
-SBxGridPose PoseOfCut(const CBxDeepRun& run, const float* sides) {
+// Tries all grids that reach beyond the picture on any side: `grids` (kCuts of them) receives the best choice of left
+// and right edge for every choice of upper and lower one. 0 or 6.
+unsigned char TryCuts(CBxDeepRun& run, const CBxCellMap& map, SBxMapGrid* grids) {
     const double width = run.m_Sums.Width();
     const double height = run.m_Sums.Height();
-    return BX_PoseOfRectangle({-width * static_cast<double>(sides[0]), -height * static_cast<double>(sides[2]),
-                               width * (1.0 + static_cast<double>(sides[1])),
-                               height * (1.0 + static_cast<double>(sides[3]))});
-}
-
-// Moves the sides to where the contrast is largest.
-void FollowContrast(const CBxDeepRun& run, const CBxPatternPlane& pattern, SCut& cut) {
-    for (double step = kCutStep / 2; step > kCutStep / 20; step /= 2) {
-        for (int side = 0; side < 8; ++side) {
-            SCut moved = cut;
-            moved.sides[side / 2] += static_cast<float>(side % 2 == 0 ? step : -step);
-            moved.contrast = static_cast<float>(pattern.Contrast(PoseOfCut(run, moved.sides)));
-            if (moved.contrast > cut.contrast) {
-                cut = moved;
-            }
-        }
-    }
-}
-
-void KeepBest(SCut* cuts, std::size_t count, std::size_t kept) {
-    std::partial_sort(cuts, cuts + kept, cuts + count,
-                      [](const SCut& a, const SCut& b) { return a.contrast > b.contrast; });
-}
-
-unsigned char SearchCuts(CBxDeepRun& run) {
-    CBxPatternPlane pattern;
-    CBxHeapArray<SCut> cuts;
-    if (!pattern.Prepare(run.m_Picture) || !cuts.Allocate(kCuts)) {
+    CBxHeapArray<SBxCellPlaces> columns;
+    if (!columns.Allocate(kCuts)) {
         return kBxOutOfMemory;
     }
-    auto sample = [&](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
-            std::size_t rest = i;
-            for (float& side : cuts[i].sides) {
-                side = static_cast<float>(kCutStep * static_cast<double>(rest % kCutSteps));
-                rest /= kCutSteps;
+    for (std::size_t i = 0; i < kCuts; ++i) {
+        const SCut cut(i, map.Width());
+        columns[i] = SBxCellPlaces(cut.first, cut.last, map.Width());
+    }
+    std::atomic<bool> hasMemory{true};
+    auto slice = [&](std::size_t begin, std::size_t end) {
+        CBxHeapArray<float> sums;
+        if (!sums.Allocate(map.Width())) {
+            hasMemory.store(false);
+        }
+        for (std::size_t i = begin; i < end && hasMemory.load() && !run.Ended(); ++i) {
+            const SCut rows(i, map.Height());
+            map.SumRows(sums.Data(), SBxCellPlaces(rows.first, rows.last, map.Height()));
+            std::size_t best = 0;
+            float worth = CBxCellMap::SumColumns(sums.Data(), columns[0]);
+            for (std::size_t k = 1; k < kCuts; ++k) {
+                const float other = CBxCellMap::SumColumns(sums.Data(), columns[k]);
+                if (other > worth) {
+                    worth = other;
+                    best = k;
+                }
             }
-            cuts[i].contrast = static_cast<float>(pattern.SampledContrast(PoseOfCut(run, cuts[i].sides)));
+            const SCut x(best, width);
+            const SCut y(i, height);
+            grids[i] = {worth, {x.first, y.first, x.last, y.last}};
         }
-        run.m_ulGrids.fetch_add(end - begin, std::memory_order_relaxed);
-        return !run.Ended();
+        run.m_ulGrids.fetch_add((end - begin) * kCuts, std::memory_order_relaxed);
+        return hasMemory.load() && !run.Ended();
     };
-    BX_RunSlices(kCuts, kSlice, run.m_uiThreads, sample);
-    KeepBest(cuts.Data(), kCuts, kMostMeasured);
-    auto measure = [&](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
-            cuts[i].contrast = static_cast<float>(pattern.Contrast(PoseOfCut(run, cuts[i].sides)));
-        }
-        return !run.Ended();
-    };
-    BX_RunSlices(kMostMeasured, kSlice, run.m_uiThreads, measure);
+    BX_RunSlices(kCuts, kSlice, run.m_uiThreads, slice);
+    return hasMemory.load() ? kBxSuccess : kBxOutOfMemory;
+}
+
+unsigned char SearchCuts(CBxDeepRun& run, const CBxPatternPlane& planes, bool keptTones) {
+    CBxCellMap map;
+    CBxHeapArray<SBxMapGrid> grids;
+    constexpr double kMiddleOfCuts = 1.0 + kLargestCut / 2;
+    if (!map.Make(planes, kMiddleOfCuts * planes.Width() / kGridSide, kMiddleOfCuts * planes.Height() / kGridSide,
+                  keptTones) ||
+        !grids.Allocate(kCuts) || TryCuts(run, map, grids.Data()) != kBxSuccess) {
+        return kBxOutOfMemory;
+    }
     if (run.Ended()) {
         return kBxSuccess;
     }
-    KeepBest(cuts.Data(), kMostMeasured, kMostFollowed);
-    auto follow = [&](std::size_t begin, std::size_t end) {
+    const std::size_t count = BX_KeepDistinct(grids.Data(), kCuts, kMostRead);
+    auto read = [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
-            FollowContrast(run, pattern, cuts[i]);
-            SBxGridTrial trial = run.TrialOfWholePicture(1.0);
-            trial.pose = PoseOfCut(run, cuts[i].sides);
-            float means[kCellCount];
-            run.ReadMeans(means, trial);
-            run.TryWithComb(trial, means, EBxDeepStage::Cut);
+            BX_FollowMap(grids[i], map, planes.Scale());
+            BX_ReadMapGrid(run, grids[i], 1.0 / planes.Scale(), keptTones, EBxDeepStage::Cut);
         }
         return !run.Ended();
     };
-    BX_RunSlices(kMostFollowed, 1, run.m_uiThreads, follow);
+    BX_RunSlices(count, 1, run.m_uiThreads, read);
     return kBxSuccess;
 }
 
@@ -149,5 +146,12 @@ unsigned char SearchCuts(CBxDeepRun& run) {
 
 unsigned char BX_SearchCut(CBxDeepRun& run) {
     SearchTurnedWhole(run);
-    return run.Ended() ? static_cast<unsigned char>(kBxSuccess) : SearchCuts(run);
+    CBxPatternPlane planes;
+    unsigned char result = planes.Prepare(run.m_Picture) ? kBxSuccess : kBxOutOfMemory;
+    for (const bool keptTones : {true, false}) {
+        if (result == kBxSuccess && !run.Ended()) {
+            result = SearchCuts(run, planes, keptTones);
+        }
+    }
+    return result;
 }

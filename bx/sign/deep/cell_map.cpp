@@ -1,0 +1,141 @@
+#include "cell_map.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+#include "box_mean.h"
+
+namespace {
+
+// Boxes instead of ellipses, half sides in cells.
+constexpr double kHalfOfCell = 0.33;
+constexpr double kHalfOfGround = 0.5;
+constexpr double kHalfOfUnrest = 1.0;
+constexpr float kShareOfGround = 1.8f;  // what of a box of ground is not the cell's, inverted
+constexpr float kMostContrast = 4.0f;   // tones; more comes from the picture, not from a sign
+constexpr float kMostUnrest = 100.0f;   // tones squared
+constexpr float kLeastUnrest = 0.1f;
+constexpr float kUnrestOfSign = 1.2f;
+constexpr float kAlignedVariance = 2.6f;  // of the contrasts of a sign's cells
+constexpr float kElsewhereVariance = 0.9f;
+constexpr int kReachOfPlace = 1;  // pixels by which a centre may be off
+constexpr float kPi = 3.14159265f;
+constexpr auto kRadiansOfTone = static_cast<float>(2.0 * 3.141592653589793 / (kPeriod / 2));
+
+int HalfSide(double cell, double share) {
+    return std::max(1, static_cast<int>(std::lround(cell * share - 0.5)));
+}
+
+// Minus the cosine of any angle from 0 up to some hundreds, to two thousandths, without a call: the loops over it run
+// on several pixels at a time.
+float MinusCosine(float angle) {
+    const float turns = angle * (0.5f / kPi);
+    const float rest = turns - static_cast<float>(static_cast<int>(turns)) - 0.5f;  // of a turn, -0.5 .. 0.5
+    const float square = rest * rest * (4.0f * kPi * kPi);
+    const float tail = 1.0f / 720.0f - square * (1.0f / 40320.0f - square / 3628800.0f);
+    return 1.0f - square * (0.5f - square * (1.0f / 24.0f - square * tail));
+}
+
+}  // namespace
+
+SBxCellPlaces::SBxCellPlaces(double first, double last, int size) : inside(0) {
+    for (int cell = 0; cell < kGridSide; ++cell) {
+        const double centre = first + (cell + 0.5) * (last - first) / kGridSide;
+        const bool isInside = centre >= 0.0 && centre < size;
+        places[cell] = isInside ? static_cast<int>(centre) : kOutside;
+        inside += isInside ? 1 : 0;
+    }
+}
+
+bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double cellHeight, bool keptTones) {
+    m_iWidth = planes.Width();
+    m_iHeight = planes.Height();
+    return m_Worth.AllocateZeroed(static_cast<std::size_t>(m_iWidth) * m_iHeight) &&
+           AddContrast(planes.Pattern(), cellWidth, cellHeight) &&
+           (!keptTones || AddComb(planes.Blue(), cellWidth, cellHeight));
+}
+
+// The logarithm of how much likelier a contrast is for a sign's cell than for another place. The unrest is what the
+// contrasts around have, squared and averaged, less what a sign adds to it.
+bool CBxCellMap::AddContrast(const float* pattern, double cellWidth, double cellHeight) {
+    CBxHeapArray<float> cell;
+    CBxHeapArray<float> ground;
+    if (!cell.Allocate(m_Worth.Size()) || !ground.Allocate(m_Worth.Size()) ||
+        !BX_BoxMean(cell.Data(), pattern, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfCell),
+                    HalfSide(cellHeight, kHalfOfCell)) ||
+        !BX_BoxMean(ground.Data(), pattern, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfGround),
+                    HalfSide(cellHeight, kHalfOfGround))) {
+        return false;
+    }
+    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
+        const float contrast = kShareOfGround * (cell[i] - ground[i]);
+        cell[i] = std::min(contrast * contrast, kMostUnrest);
+    }
+    if (!BX_BoxMean(ground.Data(), cell.Data(), m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfUnrest),
+                    HalfSide(cellHeight, kHalfOfUnrest))) {
+        return false;
+    }
+    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
+        const float unrest = std::max(kLeastUnrest, ground[i] - kUnrestOfSign);
+        const float aligned = kAlignedVariance + unrest;
+        const float elsewhere = kElsewhereVariance + unrest;
+        const float square = std::min(cell[i], kMostContrast * kMostContrast);
+        m_Worth[i] += 0.5f * (std::log(elsewhere / aligned) + square * (1.0f / elsewhere - 1.0f / aligned));
+    }
+    return true;
+}
+
+// 1 for a mean on a line of the comb, -1 halfway, averaged over where the centre may really be: restless ground, where
+// neighbouring places have unlike means, averages to nothing. What places around have is taken off, for calm ground
+// that was not signed.
+bool CBxCellMap::AddComb(const float* blue, double cellWidth, double cellHeight) {
+    CBxHeapArray<float> means;
+    CBxHeapArray<float> around;
+    if (!means.Allocate(m_Worth.Size()) || !around.Allocate(m_Worth.Size()) ||
+        !BX_BoxMean(means.Data(), blue, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfCell),
+                    HalfSide(cellHeight, kHalfOfCell))) {
+        return false;
+    }
+    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
+        means[i] = MinusCosine(means[i] * kRadiansOfTone);
+    }
+    if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, kReachOfPlace, kReachOfPlace)) {
+        return false;
+    }
+    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
+        m_Worth[i] += around[i];
+    }
+    if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfGround),
+                    HalfSide(cellHeight, kHalfOfGround))) {
+        return false;
+    }
+    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
+        m_Worth[i] -= around[i];
+    }
+    return true;
+}
+
+void CBxCellMap::SumRows(float* sums, const SBxCellPlaces& rows) const {
+    std::fill(sums, sums + m_iWidth, 0.0f);
+    for (const int row : rows.places) {
+        if (row != SBxCellPlaces::kOutside) {
+            const float* worth = m_Worth.Data() + static_cast<std::ptrdiff_t>(row) * m_iWidth;
+            for (int x = 0; x < m_iWidth; ++x) {
+                sums[x] += worth[x];
+            }
+        }
+    }
+}
+
+float CBxCellMap::Worth(const CBxRect<double>& frame) const {
+    const SBxCellPlaces rows(frame.top, frame.bottom, m_iHeight);
+    const SBxCellPlaces columns(frame.left, frame.right, m_iWidth);
+    float sum = 0.0f;
+    for (const int row : rows.places) {
+        if (row != SBxCellPlaces::kOutside) {
+            sum += SumColumns(m_Worth.Data() + static_cast<std::ptrdiff_t>(row) * m_iWidth, columns);
+        }
+    }
+    return sum;
+}

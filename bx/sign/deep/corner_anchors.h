@@ -1,0 +1,30 @@
+// The corners that a carrier most likely starts from.
+#pragma once
+
+#include "corner_archive.h"
+
+// A corner, in pixels of the picture.
+struct SBxCornerAnchor {
+    CBxPoint<double> place;
+    int rank;             // the best that it had in any list, from 0
+    double smallestSide;  // of a carrier that starts here, as far as its zooms tell
+};
+
+// Of each carrier at least one corner was among the ten strongest of its half when the picture was signed; what was cut
+// off since can only have moved it up. Of corners that stand high in the lists of several zooms one is kept.
+class CBxCornerAnchors {
+public:
+    static constexpr int kMost = 64;
+
+    // The strongest ones of an archive, best first.
+    void Collect(const CBxCornerArchive& archive);
+
+    int Count() const { return m_iCount; }
+    const SBxCornerAnchor& operator[](int index) const { return m_Anchors[index]; }
+
+private:
+    void Offer(const SBxCornerAnchor& anchor);
+
+    int m_iCount = 0;
+    SBxCornerAnchor m_Anchors[kMost];
+};

@@ -1,0 +1,202 @@
+// Stage: of the two corners between which a carrier lies only one is left, because the picture was cut or because the
+// other one is no longer strong. How wide and high the carrier is, is looked for on maps of cells, from each strong
+// corner in the four directions; the carrier may reach beyond the picture.
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+
+#include "corner_anchors.h"
+#include "deep_run.h"
+#include "heap_array.h"
+#include "map_grids.h"
+#include "result.h"
+#include "slices.h"
+
+namespace {
+
+constexpr double kLargestCut = 0.14;  // of a side of the picture, against what is left of it
+constexpr double kSizeStep = 1.0 / 320.0;
+constexpr double kSizesOfMap = 1.4;      // largest to smallest cell that one map is good for
+constexpr int kFewestInside = 10;        // columns, and rows, of a grid
+constexpr int kDirections = 4;           // to the right or left, down or up
+constexpr std::size_t kOfDirection = 3;  // grids that one corner may give in one direction
+constexpr std::size_t kMostRead = 40;
+constexpr float kWorthless = -1e30f;
+
+struct SRange {
+    double from;
+    double to;
+
+    bool IsEmpty() const { return !(from < to); }
+};
+
+// Sides of carriers, in pixels of the planes, from `from` on in steps of a twentieth of a cell.
+double NextSize(double size) {
+    return size + std::max(1.0, size * kSizeStep);
+}
+
+// What one corner gives in one direction.
+struct SCornerGrids {
+    SBxMapGrid best[2 * kOfDirection];
+    std::size_t count;
+
+    void Offer(const SBxMapGrid& grid) {
+        if (count == 2 * kOfDirection) {
+            count = BX_KeepDistinct(best, count, kOfDirection);
+        }
+        best[count++] = grid;
+    }
+};
+
+// The search over all corners with maps of one kind.
+class CCornerSearch {
+public:
+    CCornerSearch(CBxDeepRun& run, const CBxPatternPlane& planes, bool keptTones)
+        : m_Run(run), m_Planes(planes), m_bKeptTones(keptTones) {}
+
+    unsigned char Search() {
+        m_Anchors.Collect(m_Run.m_Archive);
+        const std::size_t tasks = static_cast<std::size_t>(m_Anchors.Count()) * kDirections;
+        if (!m_Found.AllocateZeroed(tasks)) {
+            return kBxOutOfMemory;
+        }
+        double smallest = 1e9;
+        for (int i = 0; i < m_Anchors.Count(); ++i) {
+            smallest = std::min(smallest, m_Anchors[i].smallestSide * m_Planes.Scale());
+        }
+        const double largestWidth = m_Planes.Width() * (1.0 + kLargestCut);
+        const double largestHeight = m_Planes.Height() * (1.0 + kLargestCut);
+        for (double height = smallest; height < largestHeight; height *= kSizesOfMap) {
+            for (double width = smallest; width < largestWidth; width *= kSizesOfMap) {
+                if (m_Run.Ended()) {
+                    return kBxSuccess;
+                }
+                if (!SearchSizes({width, width * kSizesOfMap}, {height, height * kSizesOfMap})) {
+                    return kBxOutOfMemory;
+                }
+            }
+        }
+        return Read();
+    }
+
+private:
+    // The sizes of a carrier in one direction from a place on an axis of `size` pixels, as far as the map is good.
+    SRange Sizes(const SRange& ofMap, double place, bool backwards, int size, double smallest) const {
+        const double room = (backwards ? place : size - place) + kLargestCut * size;
+        return {std::max(ofMap.from, smallest * m_Planes.Scale()), std::min(ofMap.to, room)};
+    }
+
+    bool SearchSizes(const SRange& widths, const SRange& heights) {
+        CBxCellMap map;
+        const double middle = std::sqrt(kSizesOfMap);
+        if (!map.Make(m_Planes, widths.from * middle / kGridSide, heights.from * middle / kGridSide, m_bKeptTones)) {
+            return false;
+        }
+        std::atomic<bool> hasMemory{true};
+        auto slice = [&](std::size_t begin, std::size_t end) {
+            for (std::size_t i = begin; i < end && !m_Run.Ended(); ++i) {
+                if (!SearchDirection(map, i, widths, heights)) {
+                    hasMemory.store(false);
+                }
+            }
+            return hasMemory.load() && !m_Run.Ended();
+        };
+        BX_RunSlices(m_Found.Size(), 1, m_Run.m_uiThreads, slice);
+        return hasMemory.load();
+    }
+
+    bool SearchDirection(const CBxCellMap& map, std::size_t task, const SRange& widths, const SRange& heights) {
+        const SBxCornerAnchor& anchor = m_Anchors[static_cast<int>(task / kDirections)];
+        const bool toLeft = task % 2 != 0;
+        const bool upwards = task / 2 % 2 != 0;
+        const double x = anchor.place.x * m_Planes.Scale();
+        const double y = anchor.place.y * m_Planes.Scale();
+        const SRange wide = Sizes(widths, x, toLeft, map.Width(), anchor.smallestSide);
+        const SRange high = Sizes(heights, y, upwards, map.Height(), anchor.smallestSide);
+        if (wide.IsEmpty() || high.IsEmpty()) {
+            return true;
+        }
+        std::size_t columnCount = 0;
+        for (double width = wide.from; width < wide.to; width = NextSize(width)) {
+            ++columnCount;
+        }
+        CBxHeapArray<float> sums;
+        CBxHeapArray<SBxCellPlaces> columns;
+        if (!sums.Allocate(map.Width()) || !columns.Allocate(columnCount)) {
+            return false;
+        }
+        std::size_t column = 0;
+        for (double width = wide.from; width < wide.to; width = NextSize(width)) {
+            columns[column++] =
+                toLeft ? SBxCellPlaces(x - width, x, map.Width()) : SBxCellPlaces(x, x + width, map.Width());
+        }
+        for (double height = high.from; height < high.to; height = NextSize(height)) {
+            const double top = upwards ? y - height : y;
+            const SBxCellPlaces rows(top, top + height, map.Height());
+            if (rows.inside < kFewestInside) {
+                continue;
+            }
+            map.SumRows(sums.Data(), rows);
+            float worth = kWorthless;
+            double best = 0.0;
+            column = 0;
+            for (double width = wide.from; width < wide.to; width = NextSize(width), ++column) {
+                const float other = CBxCellMap::SumColumns(sums.Data(), columns[column]);
+                if (other > worth && columns[column].inside >= kFewestInside) {
+                    worth = other;
+                    best = width;
+                }
+            }
+            if (worth > kWorthless) {
+                const double left = toLeft ? x - best : x;
+                const double scale = m_Planes.Scale();
+                m_Found[task].Offer(
+                    {worth, {left / scale, top / scale, (left + best) / scale, (top + height) / scale}});
+            }
+            m_Run.m_ulGrids.fetch_add(columnCount, std::memory_order_relaxed);
+        }
+        return true;
+    }
+
+    unsigned char Read() {
+        CBxHeapArray<SBxMapGrid> grids;
+        if (!grids.Allocate(m_Found.Size() * kOfDirection)) {
+            return kBxOutOfMemory;
+        }
+        std::size_t count = 0;
+        for (std::size_t i = 0; i < m_Found.Size(); ++i) {
+            SCornerGrids& found = m_Found[i];
+            found.count = BX_KeepDistinct(found.best, found.count, kOfDirection);
+            std::copy(found.best, found.best + found.count, grids.Data() + count);
+            count += found.count;
+        }
+        count = BX_KeepDistinct(grids.Data(), count, kMostRead);
+        auto read = [&](std::size_t begin, std::size_t end) {
+            for (std::size_t i = begin; i < end && !m_Run.Ended(); ++i) {
+                BX_ReadMapGrid(m_Run, grids[i], 1.0 / m_Planes.Scale(), m_bKeptTones, EBxDeepStage::OneCorner);
+            }
+            return !m_Run.Ended();
+        };
+        BX_RunSlices(count, 1, m_Run.m_uiThreads, read);
+        return kBxSuccess;
+    }
+
+    CBxDeepRun& m_Run;
+    const CBxPatternPlane& m_Planes;
+    const bool m_bKeptTones;
+    CBxCornerAnchors m_Anchors;
+    CBxHeapArray<SCornerGrids> m_Found;  // of each anchor and direction
+};
+
+}  // namespace
+
+unsigned char BX_SearchOneCorner(CBxDeepRun& run) {
+    CBxPatternPlane planes;
+    unsigned char result = planes.Prepare(run.m_Picture) ? kBxSuccess : kBxOutOfMemory;
+    for (const bool keptTones : {true, false}) {
+        if (result == kBxSuccess && !run.Ended()) {
+            result = CCornerSearch(run, planes, keptTones).Search();
+        }
+    }
+    return result;
+}
