@@ -5,38 +5,63 @@
 
 #include "heap_array.h"
 
+namespace {
+
+// Adds a row to the sums of columns, or takes it off with sign -1.
+void AddRow(double* columns, const float* row, int width, double sign) {
+    for (int x = 0; x < width; ++x) {
+        columns[x] += sign * static_cast<double>(row[x]);
+    }
+}
+
+// From the running sum over columns, `running[x]` being what stands in front of column x.
+void WriteRow(float* out, const double* running, int width, int rows, int reach) {
+    const int from = std::min(reach, width);
+    const int to = std::max(from, width - reach);
+    const auto atEdge = [&](int x) {
+        const int first = std::max(0, x - reach);
+        const int last = std::min(width, x + reach + 1);
+        return static_cast<float>((running[last] - running[first]) / (static_cast<double>(rows) * (last - first)));
+    };
+    const double share = 1.0 / (static_cast<double>(rows) * (2 * reach + 1));
+    for (int x = 0; x < from; ++x) {
+        out[x] = atEdge(x);
+    }
+    for (int x = from; x < to; ++x) {
+        out[x] = static_cast<float>((running[x + reach + 1] - running[x - reach]) * share);
+    }
+    for (int x = to; x < width; ++x) {
+        out[x] = atEdge(x);
+    }
+}
+
+}  // namespace
+
 bool BX_BoxMean(float* out, const float* in, int width, int height, int reachX, int reachY) {
     CBxHeapArray<double> columns;
-    if (!columns.AllocateZeroed(static_cast<std::size_t>(width) + 1)) {
+    CBxHeapArray<double> running;
+    if (!columns.AllocateZeroed(static_cast<std::size_t>(width)) ||
+        !running.AllocateZeroed(static_cast<std::size_t>(width) + 1)) {
         return false;
     }
-    double* sums = columns.Data();
-    const auto add = [&](int y, double sign) {
-        for (int x = 0; x < width; ++x) {
-            sums[x] += sign * static_cast<double>(in[static_cast<std::ptrdiff_t>(y) * width + x]);
-        }
-    };
+    const auto rowOf = [in, width](int y) { return in + static_cast<std::ptrdiff_t>(y) * width; };
     for (int y = 0; y < std::min(reachY, height); ++y) {
-        add(y, 1.0);
+        AddRow(columns.Data(), rowOf(y), width, 1.0);
     }
     for (int y = 0; y < height; ++y) {
         if (y + reachY < height) {
-            add(y + reachY, 1.0);
+            AddRow(columns.Data(), rowOf(y + reachY), width, 1.0);
         }
         if (y - reachY - 1 >= 0) {
-            add(y - reachY - 1, -1.0);
+            AddRow(columns.Data(), rowOf(y - reachY - 1), width, -1.0);
+        }
+        double sum = 0.0;
+        for (int x = 0; x < width; ++x) {
+            sum += columns[x];
+            running[x + 1] = sum;
         }
         const int rows = std::min(height - 1, y + reachY) - std::max(0, y - reachY) + 1;
-        double sum = 0.0;
-        for (int x = 0; x < std::min(reachX, width); ++x) {
-            sum += sums[x];
-        }
-        for (int x = 0; x < width; ++x) {
-            sum += x + reachX < width ? sums[x + reachX] : 0.0;
-            sum -= x - reachX - 1 >= 0 ? sums[x - reachX - 1] : 0.0;
-            const int count = rows * (std::min(width - 1, x + reachX) - std::max(0, x - reachX) + 1);
-            out[static_cast<std::ptrdiff_t>(y) * width + x] = static_cast<float>(sum / count);
-        }
+        WriteRow(out + static_cast<std::ptrdiff_t>(y) * width, running.Data(), width, rows, reachX);
     }
     return true;
 }

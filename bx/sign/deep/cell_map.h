@@ -17,9 +17,9 @@
 #include "pattern_plane.h"
 #include "sign_format.h"
 
-// Where the centres of 16 cells in a row lie, in whole pixels of the map; kOutside for those that lie outside.
+// Where the centres of 16 cells in a row lie, in whole pixels of the map; those that lie outside have the place behind
+// its last one.
 struct SBxCellPlaces {
-    static constexpr int kOutside = -1;
     int places[kGridSide];
     int inside;  // how many do not
 
@@ -31,9 +31,10 @@ struct SBxCellPlaces {
 // Made once; read by any number of threads.
 class CBxCellMap {
 public:
-    // For cells of this size in pixels of the planes; `keptTones`: the tones are as they were signed, so the comb tells
-    // too. False without memory.
-    [[nodiscard]] bool Make(const CBxPatternPlane& planes, double cellWidth, double cellHeight, bool keptTones);
+    // For cells of this size in pixels of the planes, by their contrast alone. False without memory.
+    [[nodiscard]] bool Make(const CBxPatternPlane& planes, double cellWidth, double cellHeight);
+    // Adds what the comb tells, if the tones are as they were signed. Planes and size as before.
+    [[nodiscard]] bool AddComb(const CBxPatternPlane& planes);
 
     int Width() const { return m_iWidth; }
     int Height() const { return m_iHeight; }
@@ -41,20 +42,19 @@ public:
     // The worth of a grid whose outer edges lie so, in pixels of the map.
     float Worth(const CBxRect<double>& frame) const;
 
-    // Adds up rows of the map: `sums` has room for Width() floats.
-    void SumRows(float* sums, const SBxCellPlaces& rows) const;
+    // Adds up rows of the map, from column `from` up to `to`: sums[x] belongs to column x, sums[Width()] becomes 0.
+    void SumRows(float* sums, const SBxCellPlaces& rows, int from, int to) const;
     static float SumColumns(const float* sums, const SBxCellPlaces& columns) {
         float sum = 0.0f;
         for (const int column : columns.places) {
-            sum += column != SBxCellPlaces::kOutside ? sums[column] : 0.0f;
+            sum += sums[column];
         }
         return sum;
     }
 
 private:
-    bool AddContrast(const float* pattern, double cellWidth, double cellHeight);
-    bool AddComb(const float* blue, double cellWidth, double cellHeight);
-
+    double m_dCellWidth = 0.0;
+    double m_dCellHeight = 0.0;
     int m_iWidth = 0;
     int m_iHeight = 0;
     CBxHeapArray<float> m_Worth;

@@ -1,5 +1,6 @@
 // Stage: the whole picture was the carrier, and the picture was turned or cut since. The grid then reaches beyond the
 // edges. It is looked for on a map of cells first, then read.
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 
@@ -92,12 +93,12 @@ unsigned char TryCuts(CBxDeepRun& run, const CBxCellMap& map, SBxMapGrid* grids)
     std::atomic<bool> hasMemory{true};
     auto slice = [&](std::size_t begin, std::size_t end) {
         CBxHeapArray<float> sums;
-        if (!sums.Allocate(map.Width())) {
+        if (!sums.Allocate(static_cast<std::size_t>(map.Width()) + 1)) {
             hasMemory.store(false);
         }
         for (std::size_t i = begin; i < end && hasMemory.load() && !run.Ended(); ++i) {
             const SCut rows(i, map.Height());
-            map.SumRows(sums.Data(), SBxCellPlaces(rows.first, rows.last, map.Height()));
+            map.SumRows(sums.Data(), SBxCellPlaces(rows.first, rows.last, map.Height()), 0, map.Width());
             std::size_t best = 0;
             float worth = CBxCellMap::SumColumns(sums.Data(), columns[0]);
             for (std::size_t k = 1; k < kCuts; ++k) {
@@ -118,27 +119,48 @@ unsigned char TryCuts(CBxDeepRun& run, const CBxCellMap& map, SBxMapGrid* grids)
     return hasMemory.load() ? kBxSuccess : kBxOutOfMemory;
 }
 
-unsigned char SearchCuts(CBxDeepRun& run, const CBxPatternPlane& planes, bool keptTones) {
-    CBxCellMap map;
+// The cuts that one map speaks for, best first.
+struct SCuts {
     CBxHeapArray<SBxMapGrid> grids;
-    constexpr double kMiddleOfCuts = 1.0 + kLargestCut / 2;
-    if (!map.Make(planes, kMiddleOfCuts * planes.Width() / kGridSide, kMiddleOfCuts * planes.Height() / kGridSide,
-                  keptTones) ||
-        !grids.Allocate(kCuts) || TryCuts(run, map, grids.Data()) != kBxSuccess) {
-        return kBxOutOfMemory;
-    }
-    if (run.Ended()) {
+    std::size_t count = 0;
+
+    unsigned char Collect(CBxDeepRun& run, const CBxPatternPlane& planes, const CBxCellMap& map) {
+        if (!grids.Allocate(kCuts) || TryCuts(run, map, grids.Data()) != kBxSuccess) {
+            return kBxOutOfMemory;
+        }
+        if (!run.Ended()) {
+            count = BX_KeepDistinct(grids.Data(), kCuts, kMostRead);
+            std::for_each(grids.Data(), grids.Data() + count,
+                          [&](SBxMapGrid& grid) { BX_FollowMap(grid, map, planes.Scale()); });
+        }
         return kBxSuccess;
     }
-    const std::size_t count = BX_KeepDistinct(grids.Data(), kCuts, kMostRead);
-    auto read = [&](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
-            BX_FollowMap(grids[i], map, planes.Scale());
-            BX_ReadMapGrid(run, grids[i], 1.0 / planes.Scale(), keptTones, EBxDeepStage::Cut);
-        }
-        return !run.Ended();
-    };
-    BX_RunSlices(count, 1, run.m_uiThreads, read);
+
+    void Read(CBxDeepRun& run, const CBxPatternPlane& planes, bool keptTones) const {
+        auto read = [&](std::size_t begin, std::size_t end) {
+            for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
+                BX_ReadMapGrid(run, grids[i], 1.0 / planes.Scale(), keptTones, EBxDeepStage::Cut);
+            }
+            return !run.Ended();
+        };
+        BX_RunSlices(count, 1, run.m_uiThreads, read);
+    }
+};
+
+unsigned char SearchCuts(CBxDeepRun& run) {
+    CBxPatternPlane planes;
+    CBxCellMap map;
+    SCuts byContrast;
+    SCuts byComb;
+    constexpr double kMiddleOfCuts = 1.0 + kLargestCut / 2;
+    if (!planes.Prepare(run.m_Picture) ||
+        !map.Make(planes, kMiddleOfCuts * planes.Width() / kGridSide, kMiddleOfCuts * planes.Height() / kGridSide) ||
+        byContrast.Collect(run, planes, map) != kBxSuccess || !map.AddComb(planes) ||
+        byComb.Collect(run, planes, map) != kBxSuccess) {
+        return kBxOutOfMemory;
+    }
+    byComb.Read(run, planes, true);
+    byContrast.Read(run, planes, false);
     return kBxSuccess;
 }
 
@@ -146,12 +168,5 @@ unsigned char SearchCuts(CBxDeepRun& run, const CBxPatternPlane& planes, bool ke
 
 unsigned char BX_SearchCut(CBxDeepRun& run) {
     SearchTurnedWhole(run);
-    CBxPatternPlane planes;
-    unsigned char result = planes.Prepare(run.m_Picture) ? kBxSuccess : kBxOutOfMemory;
-    for (const bool keptTones : {true, false}) {
-        if (result == kBxSuccess && !run.Ended()) {
-            result = SearchCuts(run, planes, keptTones);
-        }
-    }
-    return result;
+    return run.Ended() ? static_cast<unsigned char>(kBxSuccess) : SearchCuts(run);
 }

@@ -48,17 +48,19 @@ struct SCornerGrids {
     }
 };
 
-// The search over all corners with maps of one kind.
+// What the grids are found by: the contrast of their cells, or the comb of unchanged tones, too.
+constexpr int kKinds = 2;
+
 class CCornerSearch {
 public:
-    CCornerSearch(CBxDeepRun& run, const CBxPatternPlane& planes, bool keptTones)
-        : m_Run(run), m_Planes(planes), m_bKeptTones(keptTones) {}
+    CCornerSearch(CBxDeepRun& run, const CBxPatternPlane& planes) : m_Run(run), m_Planes(planes) {}
 
     unsigned char Search() {
         m_Anchors.Collect(m_Run.m_Archive);
-        const std::size_t tasks = static_cast<std::size_t>(m_Anchors.Count()) * kDirections;
-        if (!m_Found.AllocateZeroed(tasks)) {
-            return kBxOutOfMemory;
+        for (CBxHeapArray<SCornerGrids>& found : m_Found) {
+            if (!found.AllocateZeroed(static_cast<std::size_t>(m_Anchors.Count()) * kDirections)) {
+                return kBxOutOfMemory;
+            }
         }
         double smallest = 1e9;
         for (int i = 0; i < m_Anchors.Count(); ++i) {
@@ -76,7 +78,8 @@ public:
                 }
             }
         }
-        return Read();
+        const unsigned char result = Read(true);
+        return result != kBxSuccess ? result : Read(false);
     }
 
 private:
@@ -89,23 +92,28 @@ private:
     bool SearchSizes(const SRange& widths, const SRange& heights) {
         CBxCellMap map;
         const double middle = std::sqrt(kSizesOfMap);
-        if (!map.Make(m_Planes, widths.from * middle / kGridSide, heights.from * middle / kGridSide, m_bKeptTones)) {
-            return false;
-        }
+        return map.Make(m_Planes, widths.from * middle / kGridSide, heights.from * middle / kGridSide) &&
+               SearchMap(map, m_Found[0], widths, heights) && map.AddComb(m_Planes) &&
+               SearchMap(map, m_Found[1], widths, heights);
+    }
+
+    bool SearchMap(const CBxCellMap& map, CBxHeapArray<SCornerGrids>& found, const SRange& widths,
+                   const SRange& heights) {
         std::atomic<bool> hasMemory{true};
         auto slice = [&](std::size_t begin, std::size_t end) {
             for (std::size_t i = begin; i < end && !m_Run.Ended(); ++i) {
-                if (!SearchDirection(map, i, widths, heights)) {
+                if (!SearchDirection(map, i, found[i], widths, heights)) {
                     hasMemory.store(false);
                 }
             }
             return hasMemory.load() && !m_Run.Ended();
         };
-        BX_RunSlices(m_Found.Size(), 1, m_Run.m_uiThreads, slice);
+        BX_RunSlices(found.Size(), 1, m_Run.m_uiThreads, slice);
         return hasMemory.load();
     }
 
-    bool SearchDirection(const CBxCellMap& map, std::size_t task, const SRange& widths, const SRange& heights) {
+    bool SearchDirection(const CBxCellMap& map, std::size_t task, SCornerGrids& found, const SRange& widths,
+                         const SRange& heights) {
         const SBxCornerAnchor& anchor = m_Anchors[static_cast<int>(task / kDirections)];
         const bool toLeft = task % 2 != 0;
         const bool upwards = task / 2 % 2 != 0;
@@ -122,7 +130,7 @@ private:
         }
         CBxHeapArray<float> sums;
         CBxHeapArray<SBxCellPlaces> columns;
-        if (!sums.Allocate(map.Width()) || !columns.Allocate(columnCount)) {
+        if (!sums.Allocate(static_cast<std::size_t>(map.Width()) + 1) || !columns.Allocate(columnCount)) {
             return false;
         }
         std::size_t column = 0;
@@ -130,13 +138,15 @@ private:
             columns[column++] =
                 toLeft ? SBxCellPlaces(x - width, x, map.Width()) : SBxCellPlaces(x, x + width, map.Width());
         }
+        const int from = std::clamp(static_cast<int>(toLeft ? x - wide.to : x), 0, map.Width());
+        const int to = std::clamp(static_cast<int>(toLeft ? x : x + wide.to) + 1, 0, map.Width());
         for (double height = high.from; height < high.to; height = NextSize(height)) {
             const double top = upwards ? y - height : y;
             const SBxCellPlaces rows(top, top + height, map.Height());
             if (rows.inside < kFewestInside) {
                 continue;
             }
-            map.SumRows(sums.Data(), rows);
+            map.SumRows(sums.Data(), rows, from, to);
             float worth = kWorthless;
             double best = 0.0;
             column = 0;
@@ -150,22 +160,22 @@ private:
             if (worth > kWorthless) {
                 const double left = toLeft ? x - best : x;
                 const double scale = m_Planes.Scale();
-                m_Found[task].Offer(
-                    {worth, {left / scale, top / scale, (left + best) / scale, (top + height) / scale}});
+                found.Offer({worth, {left / scale, top / scale, (left + best) / scale, (top + height) / scale}});
             }
             m_Run.m_ulGrids.fetch_add(columnCount, std::memory_order_relaxed);
         }
         return true;
     }
 
-    unsigned char Read() {
+    unsigned char Read(bool keptTones) {
+        CBxHeapArray<SCornerGrids>& ofKind = m_Found[keptTones ? 1 : 0];
         CBxHeapArray<SBxMapGrid> grids;
-        if (!grids.Allocate(m_Found.Size() * kOfDirection)) {
+        if (!grids.Allocate(ofKind.Size() * kOfDirection)) {
             return kBxOutOfMemory;
         }
         std::size_t count = 0;
-        for (std::size_t i = 0; i < m_Found.Size(); ++i) {
-            SCornerGrids& found = m_Found[i];
+        for (std::size_t i = 0; i < ofKind.Size(); ++i) {
+            SCornerGrids& found = ofKind[i];
             found.count = BX_KeepDistinct(found.best, found.count, kOfDirection);
             std::copy(found.best, found.best + found.count, grids.Data() + count);
             count += found.count;
@@ -173,7 +183,7 @@ private:
         count = BX_KeepDistinct(grids.Data(), count, kMostRead);
         auto read = [&](std::size_t begin, std::size_t end) {
             for (std::size_t i = begin; i < end && !m_Run.Ended(); ++i) {
-                BX_ReadMapGrid(m_Run, grids[i], 1.0 / m_Planes.Scale(), m_bKeptTones, EBxDeepStage::OneCorner);
+                BX_ReadMapGrid(m_Run, grids[i], 1.0 / m_Planes.Scale(), keptTones, EBxDeepStage::OneCorner);
             }
             return !m_Run.Ended();
         };
@@ -183,20 +193,14 @@ private:
 
     CBxDeepRun& m_Run;
     const CBxPatternPlane& m_Planes;
-    const bool m_bKeptTones;
     CBxCornerAnchors m_Anchors;
-    CBxHeapArray<SCornerGrids> m_Found;  // of each anchor and direction
+    CBxHeapArray<SCornerGrids> m_Found[kKinds];  // of each anchor and direction
 };
 
 }  // namespace
 
 unsigned char BX_SearchOneCorner(CBxDeepRun& run) {
     CBxPatternPlane planes;
-    unsigned char result = planes.Prepare(run.m_Picture) ? kBxSuccess : kBxOutOfMemory;
-    for (const bool keptTones : {true, false}) {
-        if (result == kBxSuccess && !run.Ended()) {
-            result = CCornerSearch(run, planes, keptTones).Search();
-        }
-    }
-    return result;
+    return planes.Prepare(run.m_Picture) ? CCornerSearch(run, planes).Search()
+                                         : static_cast<unsigned char>(kBxOutOfMemory);
 }
