@@ -21,7 +21,7 @@ constexpr float kAlignedVariance = 2.6f;  // of the contrasts of a sign's cells
 constexpr float kElsewhereVariance = 0.9f;
 constexpr int kReachOfPlace = 1;  // pixels by which a centre may be off
 constexpr float kPi = 3.14159265f;
-constexpr auto kRadiansOfTone = static_cast<float>(2.0 * 3.141592653589793 / (kPeriod / 2));
+constexpr double kRadiansOfTone = 2.0 * 3.141592653589793 / (kPeriod / 2);
 
 int HalfSide(double cell, double share) {
     return std::max(1, static_cast<int>(std::lround(cell * share - 0.5)));
@@ -66,8 +66,8 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
 
     CBxHeapArray<float> cell;
     CBxHeapArray<float> ground;
-    if (!m_Worth.Allocate(static_cast<std::size_t>(m_iWidth) * m_iHeight) || !cell.Allocate(m_Worth.Size()) ||
-        !ground.Allocate(m_Worth.Size()) ||
+    if (!m_Worth.Allocate(static_cast<std::size_t>(m_iWidth) * m_iHeight) || !m_Contrast.Allocate(m_Worth.Size()) ||
+        !cell.Allocate(m_Worth.Size()) || !ground.Allocate(m_Worth.Size()) ||
         !BX_BoxMean(cell.Data(), pattern, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfCell),
                     HalfSide(cellHeight, kHalfOfCell)) ||
         !BX_BoxMean(ground.Data(), pattern, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfGround),
@@ -87,7 +87,7 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
         const float aligned = kAlignedVariance + unrest;
         const float elsewhere = kElsewhereVariance + unrest;
         const float square = std::min(cell[i], kMostContrast * kMostContrast);
-        m_Worth[i] =
+        m_Worth[i] = m_Contrast[i] =
             0.5f * (LogOfQuotient(elsewhere, aligned) + square * (aligned - elsewhere) / (aligned * elsewhere));
     }
     return true;
@@ -96,7 +96,7 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
 // 1 for a mean on a line of the comb, -1 halfway, averaged over where the centre may really be: restless ground, where
 // neighbouring places have unlike means, averages to nothing. What places around have is taken off, for calm ground
 // that was not signed.
-bool CBxCellMap::AddComb(const CBxPatternPlane& planes) {
+bool CBxCellMap::SetComb(const CBxPatternPlane& planes, const SBxTone& tone) {
     CBxHeapArray<float> means;
     CBxHeapArray<float> around;
     if (!means.Allocate(m_Worth.Size()) || !around.Allocate(m_Worth.Size()) ||
@@ -104,14 +104,17 @@ bool CBxCellMap::AddComb(const CBxPatternPlane& planes) {
                     HalfSide(m_dCellHeight, kHalfOfCell))) {
         return false;
     }
+    // Whole periods keep the angles positive.
+    const auto perTone = static_cast<float>(kRadiansOfTone / tone.gain);
+    const auto first = static_cast<float>(kPeriod * std::ceil(std::fabs(tone.offset)) - tone.offset / tone.gain);
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
-        means[i] = MinusCosine(means[i] * kRadiansOfTone);
+        means[i] = MinusCosine(means[i] * perTone + first * static_cast<float>(kRadiansOfTone));
     }
     if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, kReachOfPlace, kReachOfPlace)) {
         return false;
     }
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
-        m_Worth[i] += around[i];
+        m_Worth[i] = m_Contrast[i] + around[i];
     }
     if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, HalfSide(m_dCellWidth, kHalfOfGround),
                     HalfSide(m_dCellHeight, kHalfOfGround))) {

@@ -1,7 +1,7 @@
 // How well a cell of a sign would sit at each pixel, for cells of one size.
 //
 // Two marks tell a cell. It stands out from the ground between the ellipses, weighed by the unrest of the picture
-// there; and its mean lies on the comb of unchanged tones while the means of places around it do not. A grid is worth
+// there; and its mean lies on the comb of tones while the means of places around it do not. A grid is worth
 // the sum over the centres of its 256 cells, which costs next to nothing: for upright grids the map is first added up
 // along the 16 rows of cells, and each choice of columns is then a sum of 16 numbers,
 //
@@ -16,6 +16,7 @@
 #include "geometry.h"
 #include "pattern_plane.h"
 #include "sign_format.h"
+#include "tone.h"
 
 // Where the centres of 16 cells in a row lie, in whole pixels of the map; those that lie outside have the place behind
 // its last one.
@@ -33,8 +34,8 @@ class CBxCellMap {
 public:
     // For cells of this size in pixels of the planes, by their contrast alone. False without memory.
     [[nodiscard]] bool Make(const CBxPatternPlane& planes, double cellWidth, double cellHeight);
-    // Adds what the comb tells, if the tones are as they were signed. Planes and size as before.
-    [[nodiscard]] bool AddComb(const CBxPatternPlane& planes);
+    // Lets the map tell the contrast and the comb of tones that became of a sign's; planes as before.
+    [[nodiscard]] bool SetComb(const CBxPatternPlane& planes, const SBxTone& tone);
 
     int Width() const { return m_iWidth; }
     int Height() const { return m_iHeight; }
@@ -57,5 +58,6 @@ private:
     double m_dCellHeight = 0.0;
     int m_iWidth = 0;
     int m_iHeight = 0;
+    CBxHeapArray<float> m_Contrast;
     CBxHeapArray<float> m_Worth;
 };

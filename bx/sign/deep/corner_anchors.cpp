@@ -10,7 +10,7 @@ namespace {
 constexpr double kSameCorner = 1.0;  // pixels
 constexpr double kFarthestZoom = 1.12;
 constexpr int kWeakest = 10;          // rank, near zoom 1
-constexpr int kWeakestElsewhere = 5;  // where a corner of a picture that was scaled would stand
+constexpr int kWeakestElsewhere = 3;  // where a corner of a picture that was scaled would stand
 constexpr double kSmallestSide = 0.92 * kSmallestCarrierSide;  // of the scaled picture: the zoom is not quite right
 
 }  // namespace

@@ -26,18 +26,40 @@ bool IsNear(const CBxRect<double>& a, const CBxRect<double>& b) {
 }
 
 // How clear the comb of a trial is.
-float ClearnessOf(CBxDeepRun& run, const SBxGridTrial& trial, bool keptTones) {
+float ClearnessOf(CBxDeepRun& run, const SBxGridTrial& trial, double gain) {
     float means[kCellCount];
-    if (keptTones) {
+    if (gain == 1.0) {
         run.ReadMeans(means, trial);
         return BX_CombScore(means, kCellCount);
     }
     run.ReadWholeCells(means, trial);
-    SBxTone tone;
-    return BX_FindComb(tone, means);
+    if (gain == 0.0) {
+        SBxTone tone;
+        return BX_FindComb(tone, means);
+    }
+    for (float& mean : means) {
+        mean /= static_cast<float>(gain);
+    }
+    return BX_CombScore(means, kCellCount);
 }
 
 }  // namespace
+
+CBxMapMarks::CBxMapMarks(const CBxDeepRun& run) : m_iCount(2) {
+    if (!run.m_bKnowsGain) {
+        m_bAnyGain[0] = true;
+        return;
+    }
+    m_iCount = kMost;
+    for (int i = 0; i < kMost; ++i) {
+        m_Tones[i] = run.m_KnownTone;
+        m_Tones[i].offset += i * run.m_KnownTone.gain;
+    }
+}
+
+bool CBxMapMarks::Apply(CBxCellMap& map, const CBxPatternPlane& planes, int index) const {
+    return m_bAnyGain[index] || map.SetComb(planes, m_Tones[index]);
+}
 
 std::size_t BX_KeepDistinct(SBxMapGrid* grids, std::size_t count, std::size_t most) {
     std::sort(grids, grids + count, [](const SBxMapGrid& a, const SBxMapGrid& b) {
@@ -74,18 +96,18 @@ void BX_FollowMap(SBxMapGrid& grid, const CBxCellMap& map, double scale) {
     grid.frame = {frame.left / scale, frame.top / scale, frame.right / scale, frame.bottom / scale};
 }
 
-void BX_ReadMapGrid(CBxDeepRun& run, const SBxMapGrid& grid, double pixel, bool keptTones, EBxDeepStage stage) {
+void BX_ReadMapGrid(CBxDeepRun& run, const SBxMapGrid& grid, double pixel, double gain, EBxDeepStage stage) {
     SBxGridTrial trial = run.TrialOfWholePicture(1.0);
     CBxRect<double> frame = grid.frame;
     trial.pose = BX_PoseOfRectangle(frame);
-    float best = ClearnessOf(run, trial, keptTones);
+    float best = ClearnessOf(run, trial, gain);
     double step = kFirstStep * pixel;
     for (int round = 0; round < kRounds; ++round, step *= 0.5) {
         for (int move = 0; move < 2 * kEdges && !run.Ended(); ++move) {
             CBxRect<double> moved = frame;
             EdgeOf(moved, move / 2) += move % 2 == 0 ? step : -step;
             trial.pose = BX_PoseOfRectangle(moved);
-            const float clearness = ClearnessOf(run, trial, keptTones);
+            const float clearness = ClearnessOf(run, trial, gain);
             if (clearness > best) {
                 best = clearness;
                 frame = moved;

@@ -136,10 +136,10 @@ struct SCuts {
         return kBxSuccess;
     }
 
-    void Read(CBxDeepRun& run, const CBxPatternPlane& planes, bool keptTones) const {
+    void Read(CBxDeepRun& run, const CBxPatternPlane& planes, double gain) const {
         auto read = [&](std::size_t begin, std::size_t end) {
             for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
-                BX_ReadMapGrid(run, grids[i], 1.0 / planes.Scale(), keptTones, EBxDeepStage::Cut);
+                BX_ReadMapGrid(run, grids[i], 1.0 / planes.Scale(), gain, EBxDeepStage::Cut);
             }
             return !run.Ended();
         };
@@ -150,17 +150,22 @@ struct SCuts {
 unsigned char SearchCuts(CBxDeepRun& run) {
     CBxPatternPlane planes;
     CBxCellMap map;
-    SCuts byContrast;
-    SCuts byComb;
+    const CBxMapMarks marks(run);
+    SCuts cuts[CBxMapMarks::kMost];
     constexpr double kMiddleOfCuts = 1.0 + kLargestCut / 2;
     if (!planes.Prepare(run.m_Picture) ||
-        !map.Make(planes, kMiddleOfCuts * planes.Width() / kGridSide, kMiddleOfCuts * planes.Height() / kGridSide) ||
-        byContrast.Collect(run, planes, map) != kBxSuccess || !map.AddComb(planes) ||
-        byComb.Collect(run, planes, map) != kBxSuccess) {
+        !map.Make(planes, kMiddleOfCuts * planes.Width() / kGridSide, kMiddleOfCuts * planes.Height() / kGridSide)) {
         return kBxOutOfMemory;
     }
-    byComb.Read(run, planes, true);
-    byContrast.Read(run, planes, false);
+    for (int i = 0; i < marks.Count() && !run.Ended(); ++i) {
+        if (!marks.Apply(map, planes, i) || cuts[i].Collect(run, planes, map) != kBxSuccess) {
+            return kBxOutOfMemory;
+        }
+    }
+    // What the comb has found is surer.
+    for (int i = marks.Count() - 1; i >= 0; --i) {
+        cuts[i].Read(run, planes, marks.Gain(i));
+    }
     return kBxSuccess;
 }
 

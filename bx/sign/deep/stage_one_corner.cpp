@@ -15,7 +15,7 @@
 namespace {
 
 constexpr double kLargestCut = 0.14;  // of a side of the picture, against what is left of it
-constexpr double kSizeStep = 1.0 / 320.0;
+constexpr double kSizeStep = 1.0 / 240.0;
 constexpr double kSizesOfMap = 1.4;      // largest to smallest cell that one map is good for
 constexpr int kFewestInside = 10;        // columns, and rows, of a grid
 constexpr int kDirections = 4;           // to the right or left, down or up
@@ -30,7 +30,7 @@ struct SRange {
     bool IsEmpty() const { return !(from < to); }
 };
 
-// Sides of carriers, in pixels of the planes, from `from` on in steps of a twentieth of a cell.
+// Sides of carriers, in pixels of the planes, from `from` on in steps of a fifteenth of a cell.
 double NextSize(double size) {
     return size + std::max(1.0, size * kSizeStep);
 }
@@ -48,12 +48,9 @@ struct SCornerGrids {
     }
 };
 
-// What the grids are found by: the contrast of their cells, or the comb of unchanged tones, too.
-constexpr int kKinds = 2;
-
 class CCornerSearch {
 public:
-    CCornerSearch(CBxDeepRun& run, const CBxPatternPlane& planes) : m_Run(run), m_Planes(planes) {}
+    CCornerSearch(CBxDeepRun& run, const CBxPatternPlane& planes) : m_Run(run), m_Planes(planes), m_Marks(run) {}
 
     unsigned char Search() {
         m_Anchors.Collect(m_Run.m_Archive);
@@ -78,8 +75,12 @@ public:
                 }
             }
         }
-        const unsigned char result = Read(true);
-        return result != kBxSuccess ? result : Read(false);
+        // What the comb has found is surer.
+        unsigned char result = kBxSuccess;
+        for (int mark = m_Marks.Count() - 1; mark >= 0 && result == kBxSuccess; --mark) {
+            result = Read(mark);
+        }
+        return result;
     }
 
 private:
@@ -92,9 +93,11 @@ private:
     bool SearchSizes(const SRange& widths, const SRange& heights) {
         CBxCellMap map;
         const double middle = std::sqrt(kSizesOfMap);
-        return map.Make(m_Planes, widths.from * middle / kGridSide, heights.from * middle / kGridSide) &&
-               SearchMap(map, m_Found[0], widths, heights) && map.AddComb(m_Planes) &&
-               SearchMap(map, m_Found[1], widths, heights);
+        bool hasMemory = map.Make(m_Planes, widths.from * middle / kGridSide, heights.from * middle / kGridSide);
+        for (int mark = 0; mark < m_Marks.Count() && hasMemory && !m_Run.Ended(); ++mark) {
+            hasMemory = m_Marks.Apply(map, m_Planes, mark) && SearchMap(map, m_Found[mark], widths, heights);
+        }
+        return hasMemory;
     }
 
     bool SearchMap(const CBxCellMap& map, CBxHeapArray<SCornerGrids>& found, const SRange& widths,
@@ -167,8 +170,8 @@ private:
         return true;
     }
 
-    unsigned char Read(bool keptTones) {
-        CBxHeapArray<SCornerGrids>& ofKind = m_Found[keptTones ? 1 : 0];
+    unsigned char Read(int mark) {
+        CBxHeapArray<SCornerGrids>& ofKind = m_Found[mark];
         CBxHeapArray<SBxMapGrid> grids;
         if (!grids.Allocate(ofKind.Size() * kOfDirection)) {
             return kBxOutOfMemory;
@@ -183,7 +186,7 @@ private:
         count = BX_KeepDistinct(grids.Data(), count, kMostRead);
         auto read = [&](std::size_t begin, std::size_t end) {
             for (std::size_t i = begin; i < end && !m_Run.Ended(); ++i) {
-                BX_ReadMapGrid(m_Run, grids[i], 1.0 / m_Planes.Scale(), keptTones, EBxDeepStage::OneCorner);
+                BX_ReadMapGrid(m_Run, grids[i], 1.0 / m_Planes.Scale(), m_Marks.Gain(mark), EBxDeepStage::OneCorner);
             }
             return !m_Run.Ended();
         };
@@ -194,7 +197,8 @@ private:
     CBxDeepRun& m_Run;
     const CBxPatternPlane& m_Planes;
     CBxCornerAnchors m_Anchors;
-    CBxHeapArray<SCornerGrids> m_Found[kKinds];  // of each anchor and direction
+    const CBxMapMarks m_Marks;
+    CBxHeapArray<SCornerGrids> m_Found[CBxMapMarks::kMost];  // by mark; of each anchor and direction
 };
 
 }  // namespace
