@@ -6,7 +6,6 @@
 // A corner, in pixels of the picture.
 struct SBxCornerAnchor {
     CBxPoint<double> place;
-    int rank;             // the best that it had in any list, from 0
     double smallestSide;  // of a carrier that starts here, as far as its zooms tell
 };
 
@@ -16,7 +15,7 @@ class CBxCornerAnchors {
 public:
     static constexpr int kMost = 64;
 
-    // The strongest ones of an archive, best first.
+    // The strongest ones of an archive: first those of zooms near 1, then those of the others.
     void Collect(const CBxCornerArchive& archive);
 
     int Count() const { return m_iCount; }

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr double kMostPixels = 1e6;
+constexpr double kMostPixels = 6e5;
 constexpr int kReach = 24;              // pixels to either side; the neighbourhood of the relation
 constexpr float kLeastVariance = 4.0f;  // of green and red, tones squared; less tells nothing of blue
 

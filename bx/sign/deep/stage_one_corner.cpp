@@ -16,11 +16,12 @@ namespace {
 
 constexpr double kLargestCut = 0.14;  // of a side of the picture, against what is left of it
 constexpr double kSizeStep = 1.0 / 240.0;
-constexpr double kSizesOfMap = 1.4;      // largest to smallest cell that one map is good for
+constexpr double kSizesOfMap = 1.5;      // largest to smallest cell that one map is good for
+constexpr double kLongest = 2.6;         // the longer side of a carrier against the shorter one
 constexpr int kFewestInside = 10;        // columns, and rows, of a grid
 constexpr int kDirections = 4;           // to the right or left, down or up
 constexpr std::size_t kOfDirection = 3;  // grids that one corner may give in one direction
-constexpr std::size_t kMostRead = 40;
+constexpr std::size_t kMostRead = 32;
 constexpr float kWorthless = -1e30f;
 
 struct SRange {
@@ -90,7 +91,25 @@ private:
         return {std::max(ofMap.from, smallest * m_Planes.Scale()), std::min(ofMap.to, room)};
     }
 
+    // Whether any corner has room for carriers of these sizes.
+    bool IsWanted(const SRange& widths, const SRange& heights) const {
+        for (int task = 0; task < m_Anchors.Count() * kDirections; ++task) {
+            const SBxCornerAnchor& anchor = m_Anchors[task / kDirections];
+            const double scale = m_Planes.Scale();
+            if (!Sizes(widths, anchor.place.x * scale, task % 2 != 0, m_Planes.Width(), anchor.smallestSide)
+                     .IsEmpty() &&
+                !Sizes(heights, anchor.place.y * scale, task / 2 % 2 != 0, m_Planes.Height(), anchor.smallestSide)
+                     .IsEmpty()) {
+                return true;
+            }
+        }
+        return false;
+    }
+
     bool SearchSizes(const SRange& widths, const SRange& heights) {
+        if (widths.from > kLongest * heights.to || heights.from > kLongest * widths.to || !IsWanted(widths, heights)) {
+            return true;
+        }
         CBxCellMap map;
         const double middle = std::sqrt(kSizesOfMap);
         bool hasMemory = map.Make(m_Planes, widths.from * middle / kGridSide, heights.from * middle / kGridSide);
