@@ -10,7 +10,7 @@ constexpr double kNear = 0.16;  // cells
 constexpr int kEdges = 4;
 constexpr double kFirstShare = 0.08;  // of a cell, of steps on the map
 constexpr double kLastShare = 0.015;
-constexpr int kRounds = 3;
+constexpr int kRounds = 2;
 constexpr double kFirstStep = 0.8;  // pixels of the map
 
 double& EdgeOf(CBxRect<double>& frame, int index) {

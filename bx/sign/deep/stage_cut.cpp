@@ -20,7 +20,7 @@ constexpr double kLargestCut = 0.14;  // of a side, against what is left of it
 constexpr std::size_t kCutSteps = 45;
 constexpr std::size_t kCuts = kCutSteps * kCutSteps;  // on one axis
 constexpr std::size_t kSlice = 16;
-constexpr std::size_t kMostRead = 32;
+constexpr std::size_t kMostRead = 24;
 
 // The whole picture turned about its middle, in a frame of the old size (cut) or of the size that holds all of it.
 SBxGridTrial TurnedTrial(const CBxDeepRun& run, double degrees, bool holdsAll) {

@@ -21,7 +21,7 @@ constexpr double kLongest = 2.6;         // the longer side of a carrier against
 constexpr int kFewestInside = 10;        // columns, and rows, of a grid
 constexpr int kDirections = 4;           // to the right or left, down or up
 constexpr std::size_t kOfDirection = 3;  // grids that one corner may give in one direction
-constexpr std::size_t kMostRead = 32;
+constexpr std::size_t kMostRead = 24;
 constexpr float kWorthless = -1e30f;
 
 struct SRange {
