@@ -49,6 +49,56 @@ struct SCornerGrids {
     }
 };
 
+// All widths of carriers that have one side at `x`.
+class CWidths {
+public:
+    CWidths(const CBxCellMap& map, double x, bool toLeft) : m_Map(map), m_dX(x), m_bToLeft(toLeft) {}
+
+    bool Prepare(const SRange& widths) {
+        std::size_t count = 0;
+        for (double width = widths.from; width < widths.to; width = NextSize(width)) {
+            ++count;
+        }
+        if (!m_Sums.Allocate(static_cast<std::size_t>(m_Map.Width()) + 1) || !m_Columns.Allocate(count) ||
+            !m_Sides.Allocate(count)) {
+            return false;
+        }
+        double width = widths.from;
+        for (std::size_t i = 0; i < count; ++i, width = NextSize(width)) {
+            m_Sides[i] = m_bToLeft ? SRange{m_dX - width, m_dX} : SRange{m_dX, m_dX + width};
+            m_Columns[i] = SBxCellPlaces(m_Sides[i].from, m_Sides[i].to, m_Map.Width());
+        }
+        m_iFrom = std::clamp(static_cast<int>(m_bToLeft ? m_dX - widths.to : m_dX), 0, m_Map.Width());
+        m_iTo = std::clamp(static_cast<int>(m_bToLeft ? m_dX : m_dX + widths.to) + 1, 0, m_Map.Width());
+        return true;
+    }
+    std::size_t Count() const { return m_Sides.Size(); }
+
+    // The width that is worth most together with these rows of cells, and its worth.
+    float FindBest(SRange& sides, const SBxCellPlaces& rows) {
+        m_Map.SumRows(m_Sums.Data(), rows, m_iFrom, m_iTo);
+        float worth = kWorthless;
+        for (std::size_t i = 0; i < m_Columns.Size(); ++i) {
+            const float other = CBxCellMap::SumColumns(m_Sums.Data(), m_Columns[i]);
+            if (other > worth && m_Columns[i].inside >= kFewestInside) {
+                worth = other;
+                sides = m_Sides[i];
+            }
+        }
+        return worth;
+    }
+
+private:
+    const CBxCellMap& m_Map;
+    const double m_dX;
+    const bool m_bToLeft;
+    int m_iFrom = 0;
+    int m_iTo = 0;
+    CBxHeapArray<float> m_Sums;
+    CBxHeapArray<SRange> m_Sides;
+    CBxHeapArray<SBxCellPlaces> m_Columns;
+};
+
 class CCornerSearch {
 public:
     CCornerSearch(CBxDeepRun& run, const CBxPatternPlane& planes) : m_Run(run), m_Planes(planes), m_Marks(run) {}
@@ -137,54 +187,28 @@ private:
     bool SearchDirection(const CBxCellMap& map, std::size_t task, SCornerGrids& found, const SRange& widths,
                          const SRange& heights) {
         const SBxCornerAnchor& anchor = m_Anchors[static_cast<int>(task / kDirections)];
-        const bool toLeft = task % 2 != 0;
         const bool upwards = task / 2 % 2 != 0;
-        const double x = anchor.place.x * m_Planes.Scale();
-        const double y = anchor.place.y * m_Planes.Scale();
-        const SRange wide = Sizes(widths, x, toLeft, map.Width(), anchor.smallestSide);
+        const double scale = m_Planes.Scale();
+        const double x = anchor.place.x * scale;
+        const double y = anchor.place.y * scale;
+        const SRange wide = Sizes(widths, x, task % 2 != 0, map.Width(), anchor.smallestSide);
         const SRange high = Sizes(heights, y, upwards, map.Height(), anchor.smallestSide);
         if (wide.IsEmpty() || high.IsEmpty()) {
             return true;
         }
-        std::size_t columnCount = 0;
-        for (double width = wide.from; width < wide.to; width = NextSize(width)) {
-            ++columnCount;
-        }
-        CBxHeapArray<float> sums;
-        CBxHeapArray<SBxCellPlaces> columns;
-        if (!sums.Allocate(static_cast<std::size_t>(map.Width()) + 1) || !columns.Allocate(columnCount)) {
+        CWidths choices(map, x, task % 2 != 0);
+        if (!choices.Prepare(wide)) {
             return false;
         }
-        std::size_t column = 0;
-        for (double width = wide.from; width < wide.to; width = NextSize(width)) {
-            columns[column++] =
-                toLeft ? SBxCellPlaces(x - width, x, map.Width()) : SBxCellPlaces(x, x + width, map.Width());
-        }
-        const int from = std::clamp(static_cast<int>(toLeft ? x - wide.to : x), 0, map.Width());
-        const int to = std::clamp(static_cast<int>(toLeft ? x : x + wide.to) + 1, 0, map.Width());
         for (double height = high.from; height < high.to; height = NextSize(height)) {
             const double top = upwards ? y - height : y;
             const SBxCellPlaces rows(top, top + height, map.Height());
-            if (rows.inside < kFewestInside) {
-                continue;
-            }
-            map.SumRows(sums.Data(), rows, from, to);
-            float worth = kWorthless;
-            double best = 0.0;
-            column = 0;
-            for (double width = wide.from; width < wide.to; width = NextSize(width), ++column) {
-                const float other = CBxCellMap::SumColumns(sums.Data(), columns[column]);
-                if (other > worth && columns[column].inside >= kFewestInside) {
-                    worth = other;
-                    best = width;
-                }
-            }
+            SRange columns{0.0, 0.0};
+            const float worth = rows.inside < kFewestInside ? kWorthless : choices.FindBest(columns, rows);
             if (worth > kWorthless) {
-                const double left = toLeft ? x - best : x;
-                const double scale = m_Planes.Scale();
-                found.Offer({worth, {left / scale, top / scale, (left + best) / scale, (top + height) / scale}});
+                found.Offer({worth, {columns.from / scale, top / scale, columns.to / scale, (top + height) / scale}});
             }
-            m_Run.m_ulGrids.fetch_add(columnCount, std::memory_order_relaxed);
+            m_Run.m_ulGrids.fetch_add(choices.Count(), std::memory_order_relaxed);
         }
         return true;
     }
