@@ -49,6 +49,19 @@ TEST(ToneGaps, TellGainAndOffset) {
     }
 }
 
+// As a sign does that was written when the gaps were there: they say nothing of what became of it.
+TEST(ToneGaps, AreNotSeenWhereAPartOfTheBlueWasMovedSince) {
+    CBxOwnedPic picture = ChangedNoise(1.1, 0.0);
+    for (int y = 60; y < 90; ++y) {
+        unsigned char* row = BX_PicRow<unsigned char>(picture.Pic(), y);
+        for (int x = 60; x < 100; ++x) {
+            row[3 * x] = static_cast<unsigned char>(std::min(255, row[3 * x] + 1 + x % 3));
+        }
+    }
+    SBxTone tone;
+    EXPECT_FALSE(BX_FindToneGaps(tone, picture.Pic()));
+}
+
 TEST(ToneGaps, AreNotSeenWithoutAGainAboveOne) {
     SBxTone tone;
     for (const double gain : {0.8, 1.0}) {

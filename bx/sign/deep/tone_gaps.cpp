@@ -8,9 +8,9 @@ namespace {
 
 constexpr int kValues = 256;
 constexpr int kEnd = 6;                 // values at either end that clipping may have filled
-constexpr double kEmptyShare = 0.05;    // of what the neighbours of a gap hold
+constexpr double kEmptyShare = 0.002;   // of what the neighbours of a gap hold
 constexpr double kHeldShare = 0.3;      // of what the fuller neighbour of a value holds
-constexpr double kFewestAround = 12.0;  // components of a value beside a gap
+constexpr double kFewestAround = 12.0;  // pixels of a value beside a gap
 constexpr int kFewestGaps = 5;
 constexpr double kGainStep = 0.001;
 constexpr double kLargestGain = 1.5;
@@ -24,8 +24,8 @@ void Classify(EValue* values, const SBxPicBuf& picture) {
     double counts[kValues] = {};
     for (int y = 0; y < picture.m_iHeight; ++y) {
         const auto* row = BX_PicRow<unsigned char>(picture, y);
-        for (int x = 0; x < 3 * picture.m_iWidth; ++x) {
-            counts[row[x]] += 1.0;
+        for (int x = 0; x < picture.m_iWidth; ++x) {
+            counts[row[3 * x]] += 1.0;
         }
     }
     std::fill(values, values + kValues, EValue::Unknown);
