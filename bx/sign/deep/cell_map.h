@@ -1,9 +1,9 @@
 // How well a cell of a sign would sit at each pixel, for cells of one size.
 //
 // Two marks tell a cell. It stands out from the ground between the ellipses, weighed by the unrest of the picture
-// there; and its mean lies on the comb of tones while the means of places around it do not. A grid is worth
-// the sum over the centres of its 256 cells, which costs next to nothing: for upright grids the map is first added up
-// along the 16 rows of cells, and each choice of columns is then a sum of 16 numbers,
+// there; and its mean lies on the comb of the tones while the means of places around it do not. A grid is worth the sum
+// over the centres of its 256 cells, which costs next to nothing: for upright grids the map is first added up along the
+// 16 rows of cells, and each choice of columns is then a sum of 16 numbers,
 //
 //      row of cells 0    . . . x . . . x . . . x        map, one row of pixels for each row of cells
 //      row of cells 1    . . . x . . . x . . . x
@@ -24,12 +24,12 @@ struct SBxCellPlaces {
     int places[kGridSide];
     int inside;  // how many do not
 
-    // Of cells from `first` to `last` (which may be in front of `first`) on an axis of `size` pixels.
     SBxCellPlaces() = default;
+    // Of cells between two edges on an axis of `size` pixels.
     SBxCellPlaces(double first, double last, int size);
 };
 
-// Made once; read by any number of threads.
+// Made, then read by any number of threads.
 class CBxCellMap {
 public:
     // For cells of this size in pixels of the planes, by their contrast alone. False without memory.

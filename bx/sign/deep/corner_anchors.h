@@ -13,7 +13,7 @@ struct SBxCornerAnchor {
 // off since can only have moved it up. Of corners that stand high in the lists of several zooms one is kept.
 class CBxCornerAnchors {
 public:
-    static constexpr int kMost = 64;
+    static constexpr int kMost = 40;
 
     // The strongest ones of an archive: first those of zooms near 1, then those of the others.
     void Collect(const CBxCornerArchive& archive);
