@@ -115,6 +115,17 @@ TEST(DeepSearch, ReadsDamagedPictures) {
     }
 }
 
+// Ten percent were cut off: of the two corners that the carrier lies between one is gone.
+TEST(DeepSearch, ReadsACarrierThatReachesBeyondThePictureFromItsOneCorner) {
+    const SSearch search = SearchChanged("astronaut.png", "cropped by 10 %");
+    EXPECT_EQ(search.ordinary, kBxFailure);
+    ASSERT_EQ(search.deep, kBxSuccess);
+    EXPECT_STREQ(search.finding.m_Reading.m_szText, kText);
+    EXPECT_EQ(search.finding.m_eStage, EBxDeepStage::OneCorner);
+    EXPECT_LT(search.finding.m_Pose.origin.x, -5.0);
+    EXPECT_LT(search.finding.m_Pose.origin.y, -5.0);
+}
+
 TEST(DeepSearch, FindsNothingInUnsignedPictures) {
     for (const char* sample : {"astronaut.png", "coffee.png", "cat.png"}) {
         CBxOwnedPic picture = PictureOfImage(Sample(sample));

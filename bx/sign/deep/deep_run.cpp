@@ -30,6 +30,7 @@ constexpr double kOffsetMove = 0.6;  // tones
 constexpr double kGainMove = 0.008;
 constexpr double kExponentMove = 0.02;
 constexpr int kMoves = 5;
+constexpr double kKnownWithin = 0.005;  // of a gain that the gaps told
 
 // The grid with one of its edges moved, or turned about its origin, by `step` cells.
 SBxGridPose MovedPose(const SBxGridPose& pose, int move, double step) {
@@ -124,6 +125,7 @@ unsigned char CBxDeepRun::AddFurtherCorners() {
 }
 
 unsigned char CBxDeepRun::Prepare() {
+    m_bKnowsGain = BX_FindToneGaps(m_KnownTone, m_Picture);
     return m_Sums.Prepare(m_Picture) && m_Clipped.Prepare(m_Picture) && m_Pool.Collect(m_Archive) &&
                    m_Softs.Prepare(m_Pool.Count())
                ? kBxSuccess
@@ -159,13 +161,19 @@ void CBxDeepRun::TryAsRead(const SBxGridTrial& trial, EBxDeepStage stage) {
     Try(trial, BX_ToneOfMeans(means), means, stage);
 }
 
+float CBxDeepRun::FindComb(SBxTone& tone, const float* means) const {
+    return m_bKnowsGain ? BX_FindCombBetween(tone, means, m_KnownTone.gain * (1.0 - kKnownWithin),
+                                             m_KnownTone.gain * (1.0 + kKnownWithin))
+                        : BX_FindComb(tone, means);
+}
+
 void CBxDeepRun::TryWithComb(const SBxGridTrial& trial, const float* means, EBxDeepStage stage) {
     Try(trial, BX_ToneOfMeans(means), means, stage);
     float whole[kCellCount];
     std::copy(means, means + kCellCount, whole);
     m_Clipped.LeaveOut(whole, trial.pose);
     SBxTone tone;
-    if (BX_FindComb(tone, whole) > 0.0f) {
+    if (FindComb(tone, whole) > 0.0f) {
         Try(trial, tone, whole, stage);
         tone.offset += kPeriod / 2 * tone.gain;
         Try(trial, tone, whole, stage);

@@ -10,6 +10,7 @@
 #include "deep_search.h"
 #include "grid_pool.h"
 #include "soft_store.h"
+#include "tone_gaps.h"
 
 // A grid to be read, and how it came about.
 struct SBxGridTrial {
@@ -49,6 +50,9 @@ public:
     CBxBlueSums m_Sums;
     CBxClippedPixels m_Clipped;
     CBxGridPool m_Pool;
+    // What the picture itself tells of a gain (tone_gaps.h).
+    bool m_bKnowsGain = false;
+    SBxTone m_KnownTone;   // valid if it does; gain times a whole number may have to be added to the offset
     CBxSoftStore m_Softs;  // of the pool's grids as they stand, once the first stage has read them
 
     // True when nothing more is to be done: aborted, or a certain reading stands.
@@ -75,6 +79,8 @@ public:
     double Try(const SBxGridTrial& trial, const SBxTone& tone, const float* means, EBxDeepStage stage);
     // Reads a trial and decodes it under the tones as they are, but for an offset that its means tell.
     void TryAsRead(const SBxGridTrial& trial, EBxDeepStage stage);
+    // The comb that fits means best, of any gain or of the one that is known.
+    float FindComb(SBxTone& tone, const float* means) const;
     // Decodes means under the tones as they are, and under those of the best comb.
     void TryWithComb(const SBxGridTrial& trial, const float* means, EBxDeepStage stage);
     // Decodes soft values that are not of one grid.
@@ -126,5 +132,6 @@ unsigned char BX_SearchTones(CBxDeepRun& run);
 unsigned char BX_SearchTurned(CBxDeepRun& run);
 unsigned char BX_SearchOrientations(CBxDeepRun& run);
 unsigned char BX_SearchCut(CBxDeepRun& run);
+unsigned char BX_SearchOneCorner(CBxDeepRun& run);
 unsigned char BX_SearchJoined(CBxDeepRun& run);
 unsigned char BX_SearchBentTones(CBxDeepRun& run);

@@ -24,7 +24,8 @@ constexpr SStageOfSearch kStages[] = {
     {EBxDeepStage::Tones, BX_SearchTones, BX_MarkText("Trying other brightness..."), 5.0},
     {EBxDeepStage::Orientations, BX_SearchOrientations, BX_MarkText("Trying mirrored pictures..."), 10.0},
     {EBxDeepStage::Turned, BX_SearchTurned, BX_MarkText("Trying turned pictures..."), 20.0},
-    {EBxDeepStage::Cut, BX_SearchCut, BX_MarkText("Trying cut pictures..."), 15.0},
+    {EBxDeepStage::Cut, BX_SearchCut, BX_MarkText("Trying cut pictures..."), 8.0},
+    {EBxDeepStage::OneCorner, BX_SearchOneCorner, BX_MarkText("Trying cut pictures..."), 7.0},
     {EBxDeepStage::BentTones, BX_SearchBentTones, BX_MarkText("Trying other contrast curves..."), 10.0},
     {EBxDeepStage::Joined, BX_SearchJoined, BX_MarkText("Putting carriers together..."), 2.0},
 };

@@ -20,9 +20,10 @@ enum class EBxDeepStage {
     Orientations,  // quarter turns and mirrorings
     Cut,           // the whole picture as carrier, cut or turned
     Joined,        // several carriers of the picture together
+    OneCorner,     // grids that start at one corner
     BentTones,     // grids between corners under another exponent
 };
-inline constexpr int kDeepStages = 7;
+inline constexpr int kDeepStages = 8;
 
 // When a reading is certain: it agrees well and has a clear lead over the runner-up, the clearer the less it agrees.
 inline constexpr double kCertainAgreement = 12.0;

@@ -1,12 +1,12 @@
 // Stage: the whole picture was the carrier, and the picture was turned or cut since. The grid then reaches beyond the
-// edges. It is looked for by the contrast of its cells first, on a reduced plane, then read.
+// edges. It is looked for on a map of cells first, then read.
 #include <algorithm>
+#include <atomic>
 #include <cmath>
-#include <new>
 
 #include "deep_run.h"
 #include "heap_array.h"
-#include "pattern_plane.h"
+#include "map_grids.h"
 #include "result.h"
 #include "slices.h"
 
@@ -16,12 +16,11 @@ constexpr double kLargestAngle = 12.0;
 constexpr double kAngleStep = 0.25;
 constexpr double kPi = 3.141592653589793;
 
-constexpr double kCutStep = 0.0125;  // of a side, against what is left of it: a fifth of a cell
-constexpr int kCutSteps = 12;
-constexpr std::size_t kCuts = kCutSteps * kCutSteps * kCutSteps * kCutSteps;
-constexpr std::size_t kSlice = 64;
-constexpr std::size_t kMostMeasured = 2000;
-constexpr std::size_t kMostFollowed = 100;
+constexpr double kLargestCut = 0.14;  // of a side, against what is left of it
+constexpr std::size_t kCutSteps = 45;
+constexpr std::size_t kCuts = kCutSteps * kCutSteps;  // on one axis
+constexpr std::size_t kSlice = 16;
+constexpr std::size_t kMostRead = 24;
 
 // The whole picture turned about its middle, in a frame of the old size (cut) or of the size that holds all of it.
 SBxGridTrial TurnedTrial(const CBxDeepRun& run, double degrees, bool holdsAll) {
@@ -66,82 +65,107 @@ void SearchTurnedWhole(CBxDeepRun& run) {
     BX_RunSlices(2 * (kSteps + 1), 4, run.m_uiThreads, slice);
 }
 
-// What was cut off each side, against what is left.
+// The two edges of a grid on one axis of `size` pixels, if the picture was cut in this way.
 struct SCut {
-    float contrast;
-    float sides[4];  // left, right, top, bottom
+    double first;
+    double last;
+
+    SCut(std::size_t index, double size) {
+        constexpr double kStep = kLargestCut / (kCutSteps - 1);
+        first = -size * kStep * static_cast<double>(index % kCutSteps);
+        last = size * (1.0 + kStep * static_cast<double>(index / kCutSteps));
+    }
 };
 
-SBxGridPose PoseOfCut(const CBxDeepRun& run, const float* sides) {
+// Tries all grids that reach beyond the picture on any side: `grids` (kCuts of them) receives the best choice of left
+// and right edge for every choice of upper and lower one. 0 or 6.
+unsigned char TryCuts(CBxDeepRun& run, const CBxCellMap& map, SBxMapGrid* grids) {
     const double width = run.m_Sums.Width();
     const double height = run.m_Sums.Height();
-    return BX_PoseOfRectangle({-width * static_cast<double>(sides[0]), -height * static_cast<double>(sides[2]),
-                               width * (1.0 + static_cast<double>(sides[1])),
-                               height * (1.0 + static_cast<double>(sides[3]))});
-}
-
-// Moves the sides to where the contrast is largest.
-void FollowContrast(const CBxDeepRun& run, const CBxPatternPlane& pattern, SCut& cut) {
-    for (double step = kCutStep / 2; step > kCutStep / 20; step /= 2) {
-        for (int side = 0; side < 8; ++side) {
-            SCut moved = cut;
-            moved.sides[side / 2] += static_cast<float>(side % 2 == 0 ? step : -step);
-            moved.contrast = static_cast<float>(pattern.Contrast(PoseOfCut(run, moved.sides)));
-            if (moved.contrast > cut.contrast) {
-                cut = moved;
-            }
-        }
-    }
-}
-
-void KeepBest(SCut* cuts, std::size_t count, std::size_t kept) {
-    std::partial_sort(cuts, cuts + kept, cuts + count,
-                      [](const SCut& a, const SCut& b) { return a.contrast > b.contrast; });
-}
-
-unsigned char SearchCuts(CBxDeepRun& run) {
-    CBxPatternPlane pattern;
-    CBxHeapArray<SCut> cuts;
-    if (!pattern.Prepare(run.m_Picture) || !cuts.Allocate(kCuts)) {
+    CBxHeapArray<SBxCellPlaces> columns;
+    if (!columns.Allocate(kCuts)) {
         return kBxOutOfMemory;
     }
-    auto sample = [&](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
-            std::size_t rest = i;
-            for (float& side : cuts[i].sides) {
-                side = static_cast<float>(kCutStep * static_cast<double>(rest % kCutSteps));
-                rest /= kCutSteps;
+    for (std::size_t i = 0; i < kCuts; ++i) {
+        const SCut cut(i, map.Width());
+        columns[i] = SBxCellPlaces(cut.first, cut.last, map.Width());
+    }
+    std::atomic<bool> hasMemory{true};
+    auto slice = [&](std::size_t begin, std::size_t end) {
+        CBxHeapArray<float> sums;
+        if (!sums.Allocate(static_cast<std::size_t>(map.Width()) + 1)) {
+            hasMemory.store(false);
+        }
+        for (std::size_t i = begin; i < end && hasMemory.load() && !run.Ended(); ++i) {
+            const SCut rows(i, map.Height());
+            map.SumRows(sums.Data(), SBxCellPlaces(rows.first, rows.last, map.Height()), 0, map.Width());
+            std::size_t best = 0;
+            float worth = CBxCellMap::SumColumns(sums.Data(), columns[0]);
+            for (std::size_t k = 1; k < kCuts; ++k) {
+                const float other = CBxCellMap::SumColumns(sums.Data(), columns[k]);
+                if (other > worth) {
+                    worth = other;
+                    best = k;
+                }
             }
-            cuts[i].contrast = static_cast<float>(pattern.SampledContrast(PoseOfCut(run, cuts[i].sides)));
+            const SCut x(best, width);
+            const SCut y(i, height);
+            grids[i] = {worth, {x.first, y.first, x.last, y.last}};
         }
-        run.m_ulGrids.fetch_add(end - begin, std::memory_order_relaxed);
-        return !run.Ended();
+        run.m_ulGrids.fetch_add((end - begin) * kCuts, std::memory_order_relaxed);
+        return hasMemory.load() && !run.Ended();
     };
-    BX_RunSlices(kCuts, kSlice, run.m_uiThreads, sample);
-    KeepBest(cuts.Data(), kCuts, kMostMeasured);
-    auto measure = [&](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
-            cuts[i].contrast = static_cast<float>(pattern.Contrast(PoseOfCut(run, cuts[i].sides)));
+    BX_RunSlices(kCuts, kSlice, run.m_uiThreads, slice);
+    return hasMemory.load() ? kBxSuccess : kBxOutOfMemory;
+}
+
+// The cuts that one map speaks for, best first.
+struct SCuts {
+    CBxHeapArray<SBxMapGrid> grids;
+    std::size_t count = 0;
+
+    unsigned char Collect(CBxDeepRun& run, const CBxPatternPlane& planes, const CBxCellMap& map) {
+        if (!grids.Allocate(kCuts) || TryCuts(run, map, grids.Data()) != kBxSuccess) {
+            return kBxOutOfMemory;
         }
-        return !run.Ended();
-    };
-    BX_RunSlices(kMostMeasured, kSlice, run.m_uiThreads, measure);
-    if (run.Ended()) {
+        if (!run.Ended()) {
+            count = BX_KeepDistinct(grids.Data(), kCuts, kMostRead);
+            std::for_each(grids.Data(), grids.Data() + count,
+                          [&](SBxMapGrid& grid) { BX_FollowMap(grid, map, planes.Scale()); });
+        }
         return kBxSuccess;
     }
-    KeepBest(cuts.Data(), kMostMeasured, kMostFollowed);
-    auto follow = [&](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
-            FollowContrast(run, pattern, cuts[i]);
-            SBxGridTrial trial = run.TrialOfWholePicture(1.0);
-            trial.pose = PoseOfCut(run, cuts[i].sides);
-            float means[kCellCount];
-            run.ReadMeans(means, trial);
-            run.TryWithComb(trial, means, EBxDeepStage::Cut);
+
+    void Read(CBxDeepRun& run, const CBxPatternPlane& planes, double gain) const {
+        auto read = [&](std::size_t begin, std::size_t end) {
+            for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
+                BX_ReadMapGrid(run, grids[i], 1.0 / planes.Scale(), gain, EBxDeepStage::Cut);
+            }
+            return !run.Ended();
+        };
+        BX_RunSlices(count, 1, run.m_uiThreads, read);
+    }
+};
+
+unsigned char SearchCuts(CBxDeepRun& run) {
+    CBxPatternPlane planes;
+    CBxCellMap map;
+    const CBxMapMarks marks(run);
+    SCuts cuts[CBxMapMarks::kMost];
+    constexpr double kMiddleOfCuts = 1.0 + kLargestCut / 2;
+    if (!planes.Prepare(run.m_Picture) ||
+        !map.Make(planes, kMiddleOfCuts * planes.Width() / kGridSide, kMiddleOfCuts * planes.Height() / kGridSide)) {
+        return kBxOutOfMemory;
+    }
+    for (int i = 0; i < marks.Count() && !run.Ended(); ++i) {
+        if (!marks.Apply(map, planes, i) || cuts[i].Collect(run, planes, map) != kBxSuccess) {
+            return kBxOutOfMemory;
         }
-        return !run.Ended();
-    };
-    BX_RunSlices(kMostFollowed, 1, run.m_uiThreads, follow);
+    }
+    // What the comb has found is surer.
+    for (int i = marks.Count() - 1; i >= 0; --i) {
+        cuts[i].Read(run, planes, marks.Gain(i));
+    }
     return kBxSuccess;
 }
 

@@ -36,7 +36,7 @@ void SearchCombs(CBxDeepRun& run, SCombGrid* grids, std::size_t count) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
             float means[kCellCount];
             run.ReadWholeCells(means, TrialOf(run, grids[i].pair));
-            grids[i].score = BX_FindComb(grids[i].tone, means);
+            grids[i].score = run.FindComb(grids[i].tone, means);
         }
         return !run.Ended();
     };

@@ -1,0 +1,168 @@
+#include "cell_map.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+#include "box_mean.h"
+
+namespace {
+
+// Boxes instead of ellipses, half sides in cells.
+constexpr double kHalfOfCell = 0.33;
+constexpr double kHalfOfGround = 0.5;
+constexpr double kHalfOfUnrest = 1.0;
+constexpr float kShareOfGround = 1.8f;  // what of a box of ground is not the cell's, inverted
+constexpr float kMostContrast = 4.0f;   // tones; more comes from the picture, not from a sign
+constexpr float kMostUnrest = 100.0f;   // tones squared
+constexpr float kLeastUnrest = 0.1f;
+constexpr float kUnrestOfSign = 1.2f;
+constexpr float kAlignedVariance = 2.6f;  // of the contrasts of a sign's cells
+constexpr float kElsewhereVariance = 0.9f;
+constexpr int kReachOfPlace = 1;  // pixels by which a centre may be off
+constexpr float kPi = 3.14159265f;
+constexpr double kRadiansOfTone = 2.0 * 3.141592653589793 / (kPeriod / 2);
+
+int HalfSide(double cell, double share) {
+    return std::max(1, static_cast<int>(std::lround(cell * share - 0.5)));
+}
+
+// Minus the cosine of any angle from 0 up to some hundreds, to two thousandths, without a call: the loops over it run
+// on several pixels at a time.
+float MinusCosine(float angle) {
+    const float turns = angle * (0.5f / kPi);
+    const float rest = turns - static_cast<float>(static_cast<int>(turns)) - 0.5f;  // of a turn, -0.5 .. 0.5
+    const float square = rest * rest * (4.0f * kPi * kPi);
+    const float tail = 1.0f / 720.0f - square * (1.0f / 40320.0f - square / 3628800.0f);
+    return 1.0f - square * (0.5f - square * (1.0f / 24.0f - square * tail));
+}
+
+// The logarithm of a quotient between a third and 1, to a thousandth; also without a call.
+float LogOfQuotient(float numerator, float denominator) {
+    const float z = (numerator - denominator) / (numerator + denominator);
+    const float square = z * z;
+    return 2.0f * z * (1.0f + square * (1.0f / 3.0f + square * (1.0f / 5.0f + square / 7.0f)));
+}
+
+}  // namespace
+
+SBxCellPlaces::SBxCellPlaces(double first, double last, int size) : inside(0) {
+    for (int cell = 0; cell < kGridSide; ++cell) {
+        const double centre = first + (cell + 0.5) * (last - first) / kGridSide;
+        const bool isInside = centre >= 0.0 && centre < size;
+        places[cell] = isInside ? static_cast<int>(centre) : size;
+        inside += isInside ? 1 : 0;
+    }
+}
+
+// The logarithm of how much likelier a contrast is for a sign's cell than for another place. The unrest is what the
+// contrasts around have, squared and averaged, less what a sign adds to it.
+bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double cellHeight) {
+    m_iWidth = planes.Width();
+    m_iHeight = planes.Height();
+    m_dCellWidth = cellWidth;
+    m_dCellHeight = cellHeight;
+    const float* pattern = planes.Pattern();
+
+    CBxHeapArray<float> cell;
+    CBxHeapArray<float> ground;
+    if (!m_Worth.Allocate(static_cast<std::size_t>(m_iWidth) * m_iHeight) || !m_Contrast.Allocate(m_Worth.Size()) ||
+        !cell.Allocate(m_Worth.Size()) || !ground.Allocate(m_Worth.Size()) ||
+        !BX_BoxMean(cell.Data(), pattern, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfCell),
+                    HalfSide(cellHeight, kHalfOfCell)) ||
+        !BX_BoxMean(ground.Data(), pattern, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfGround),
+                    HalfSide(cellHeight, kHalfOfGround))) {
+        return false;
+    }
+    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
+        const float contrast = kShareOfGround * (cell[i] - ground[i]);
+        cell[i] = std::min(contrast * contrast, kMostUnrest);
+    }
+    if (!BX_BoxMean(ground.Data(), cell.Data(), m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfUnrest),
+                    HalfSide(cellHeight, kHalfOfUnrest))) {
+        return false;
+    }
+    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
+        const float unrest = std::max(kLeastUnrest, ground[i] - kUnrestOfSign);
+        const float aligned = kAlignedVariance + unrest;
+        const float elsewhere = kElsewhereVariance + unrest;
+        const float square = std::min(cell[i], kMostContrast * kMostContrast);
+        m_Worth[i] = m_Contrast[i] =
+            0.5f * (LogOfQuotient(elsewhere, aligned) + square * (aligned - elsewhere) / (aligned * elsewhere));
+    }
+    return true;
+}
+
+// 1 for a mean on a line of the comb, -1 halfway, averaged over where the centre may really be: restless ground, where
+// neighbouring places have unlike means, averages to nothing. What places around have is taken off, for calm ground
+// that was not signed.
+bool CBxCellMap::SetComb(const CBxPatternPlane& planes, const SBxTone& tone) {
+    CBxHeapArray<float> means;
+    CBxHeapArray<float> around;
+    if (!means.Allocate(m_Worth.Size()) || !around.Allocate(m_Worth.Size()) ||
+        !BX_BoxMean(means.Data(), planes.Blue(), m_iWidth, m_iHeight, HalfSide(m_dCellWidth, kHalfOfCell),
+                    HalfSide(m_dCellHeight, kHalfOfCell))) {
+        return false;
+    }
+    // Whole periods keep the angles positive.
+    const auto perTone = static_cast<float>(kRadiansOfTone / tone.gain);
+    const auto first = static_cast<float>(kPeriod * std::ceil(std::fabs(tone.offset)) - tone.offset / tone.gain);
+    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
+        means[i] = MinusCosine(means[i] * perTone + first * static_cast<float>(kRadiansOfTone));
+    }
+    if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, kReachOfPlace, kReachOfPlace)) {
+        return false;
+    }
+    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
+        m_Worth[i] = m_Contrast[i] + around[i];
+    }
+    if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, HalfSide(m_dCellWidth, kHalfOfGround),
+                    HalfSide(m_dCellHeight, kHalfOfGround))) {
+        return false;
+    }
+    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
+        m_Worth[i] -= around[i];
+    }
+    return true;
+}
+
+// Four rows at a time: the sums are written less often.
+void CBxCellMap::SumRows(float* sums, const SBxCellPlaces& rows, int from, int to) const {
+    std::fill(sums + from, sums + to, 0.0f);
+    sums[m_iWidth] = 0.0f;
+    const float* inside[kGridSide];
+    int count = 0;
+    for (const int row : rows.places) {
+        if (row < m_iHeight) {
+            inside[count++] = m_Worth.Data() + static_cast<std::ptrdiff_t>(row) * m_iWidth;
+        }
+    }
+    int i = 0;
+    for (; i + 4 <= count; i += 4) {
+        const float* const a = inside[i];
+        const float* const b = inside[i + 1];
+        const float* const c = inside[i + 2];
+        const float* const d = inside[i + 3];
+        for (int x = from; x < to; ++x) {
+            sums[x] += (a[x] + b[x]) + (c[x] + d[x]);
+        }
+    }
+    for (; i < count; ++i) {
+        for (int x = from; x < to; ++x) {
+            sums[x] += inside[i][x];
+        }
+    }
+}
+
+float CBxCellMap::Worth(const CBxRect<double>& frame) const {
+    const SBxCellPlaces rows(frame.top, frame.bottom, m_iHeight);
+    const SBxCellPlaces columns(frame.left, frame.right, m_iWidth);
+    float sum = 0.0f;
+    for (const int row : rows.places) {
+        const float* worth = m_Worth.Data() + static_cast<std::ptrdiff_t>(row) * m_iWidth;
+        for (const int column : columns.places) {
+            sum += row < m_iHeight && column < m_iWidth ? worth[column] : 0.0f;
+        }
+    }
+    return sum;
+}

@@ -1,0 +1,93 @@
+// The maps that cut carriers are found on, and what they are made of.
+#include "cell_map.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "box_mean.h"
+#include "result.h"
+#include "sign_op.h"
+#include "test_pictures.h"
+
+TEST(BoxMean, IsTheMeanOverTheBoxCutAtTheEdges) {
+    constexpr int kWidth = 13;
+    constexpr int kHeight = 9;
+    std::vector<float> in(kWidth * kHeight);
+    for (std::size_t i = 0; i < in.size(); ++i) {
+        in[i] = static_cast<float>(i * i % 31);
+    }
+    for (const auto& [reachX, reachY] : {std::pair{1, 2}, {0, 3}, {5, 1}, {20, 20}}) {
+        std::vector<float> out(in.size(), -1.0f);
+        ASSERT_TRUE(BX_BoxMean(out.data(), in.data(), kWidth, kHeight, reachX, reachY));
+        for (int y = 0; y < kHeight; ++y) {
+            for (int x = 0; x < kWidth; ++x) {
+                double sum = 0.0;
+                int count = 0;
+                for (int v = std::max(0, y - reachY); v <= std::min(kHeight - 1, y + reachY); ++v) {
+                    for (int u = std::max(0, x - reachX); u <= std::min(kWidth - 1, x + reachX); ++u) {
+                        sum += in[v * kWidth + u];
+                        ++count;
+                    }
+                }
+                EXPECT_NEAR(out[y * kWidth + x], sum / count, 1e-4) << x << ", " << y;
+            }
+        }
+    }
+}
+
+namespace {
+
+constexpr int kWidth = 480;
+constexpr int kHeight = 400;
+
+// A signed picture and a map for the cells of its first carrier.
+struct SSignedMap {
+    CBxPatternPlane planes;
+    CBxCellMap map;
+    CBxRect<double> carrier{};
+
+    explicit SSignedMap(bool withComb) {
+        CBxOwnedPic picture = MakeTexturedPicture(kWidth, kHeight, 7);
+        char text[CBxSignOp::kTextBytes] = "Veri-2026x";
+        SBxSignRun run;
+        EXPECT_EQ(CBxSignOp::InsertTextIntoPicture(run, &picture.Pic(), text), kBxSuccess);
+        EXPECT_GE(run.m_uiRectCount, 1U);
+        EXPECT_TRUE(planes.Prepare(picture.Pic()));
+        const CBxRect<int>& frame = run.m_siRect[0];
+        carrier = {frame.left + 0.5, frame.top + 0.5, frame.right - 0.5, frame.bottom - 0.5};
+        EXPECT_TRUE(map.Make(planes, carrier.Width() / kGridSide, carrier.Height() / kGridSide));
+        EXPECT_TRUE(!withComb || map.SetComb(planes, SBxTone()));
+    }
+};
+
+}  // namespace
+
+TEST(CellMap, IsWorthMostWhereTheCellsStand) {
+    for (const bool withComb : {false, true}) {
+        const SSignedMap sign(withComb);
+        const float atCarrier = sign.map.Worth(sign.carrier);
+        EXPECT_GT(atCarrier, 0.0f);
+        const double cellWidth = sign.carrier.Width() / kGridSide;
+        const double cellHeight = sign.carrier.Height() / kGridSide;
+        for (const double off : {-0.5, -0.25, 0.25, 0.5}) {
+            const CBxRect<double>& c = sign.carrier;
+            EXPECT_LT(sign.map.Worth({c.left + off * cellWidth, c.top, c.right + off * cellWidth, c.bottom}),
+                      atCarrier);
+            EXPECT_LT(sign.map.Worth({c.left, c.top, c.right, c.bottom + 8.0 * off * cellHeight}), atCarrier);
+        }
+    }
+}
+
+// Sums along rows, then along columns, are what millions of grids are weighed by.
+TEST(CellMap, AddsUpToTheSameWorthByRowsAndColumns) {
+    const SSignedMap sign(true);
+    std::vector<float> sums(static_cast<std::size_t>(sign.map.Width()) + 1);
+    for (const CBxRect<double>& frame : {CBxRect<double>{10.0, 20.0, 400.0, 380.0}, {-45.0, -30.5, 520.0, 431.0}}) {
+        sign.map.SumRows(sums.data(), SBxCellPlaces(frame.top, frame.bottom, sign.map.Height()), 0, sign.map.Width());
+        const SBxCellPlaces columns(frame.left, frame.right, sign.map.Width());
+        EXPECT_NEAR(CBxCellMap::SumColumns(sums.data(), columns), sign.map.Worth(frame), 1e-2);
+    }
+}
