@@ -79,9 +79,10 @@ void SBxCandidateCells::Place(const CBxRect<double>& candidate, const CBxSize<in
     choice = &cells;
     std::fill(sums, sums + kCellCount, 0.0);
     std::fill(weights, weights + kCellCount, 0.0);
-    const int frameWidth = std::min(frame.right, plane.width) - frame.left;
-    const int frameHeight = std::min(frame.bottom, plane.height) - frame.top;
-    if (frameWidth <= 0 || frameHeight <= 0 || frame.left < 0 || frame.top < 0) {
+    const int frameWidth = frame.Width();
+    const int frameHeight = frame.Height();
+    if (frame.IsEmpty() || frame.left < 0 || frame.top < 0 || frame.right > plane.width ||
+        frame.bottom > plane.height) {
         frame = {0, 0, 0, 0};
         return;
     }

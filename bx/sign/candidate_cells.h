@@ -41,7 +41,7 @@ struct SBxCandidateCells {
     double sums[kCellCount];
     double weights[kCellCount];  // samples, whole numbers: nine of a whole pixel
 
-    // Starts over. A candidate that does not meet the plane gets an empty frame.
+    // Starts over. A candidate that leaves the plane gets an empty frame.
     void Place(const CBxRect<double>& candidate, const CBxSize<int>& stamp, const SBxStampRow* rows,
                const CBxSize<int>& plane, const SBxCellChoice& cells);
     // Adds a row of the plane; rows come in ascending order. `prefix` are its sums from the left end of the frame, one

@@ -141,8 +141,8 @@ CBxRect<int> CBxCellReader::ReadArea() const {
         const CBxRect<int>& frame = m_Candidates[i].frame;
         if (frame.bottom > frame.top) {
             area.top = std::min(area.top, frame.top);
-            area.right = std::max(area.right, std::min(frame.right, m_iWidth));
-            area.bottom = std::max(area.bottom, std::min(frame.bottom, m_iHeight));
+            area.right = std::max(area.right, frame.right);
+            area.bottom = std::max(area.bottom, frame.bottom);
         }
     }
     return area;

@@ -19,8 +19,8 @@ class CBxStopCheck;
 
 class CBxCellReader {
 public:
-    // Takes the candidates, in pixels of the plane; those whose frames leave a plane of width x height are read as far
-    // as they lie inside. The choice of cells outlives the reader. False without memory.
+    // Takes the candidates, in pixels of the plane; those whose frames leave a plane of width x height are not read, as
+    // if their cells had no pixels. The choice of cells outlives the reader. False without memory.
     [[nodiscard]] bool Prepare(const CBxRect<double>* candidates, unsigned int count, int width, int height,
                                const SBxCellChoice& choice);
 

@@ -128,6 +128,28 @@ TEST_P(SearchForms, ReadTheMeansOfThePlainForm) {
     }
 }
 
+// A cell behind the edge would be looked up behind the sums.
+TEST_P(SearchForms, ReadNothingOfACandidateThatLeavesThePlane) {
+    const CBxOwnedPic picture = MakePicture(kCases[5], false);
+    CBxSearchPicture shared;
+    CBxColumnWeights columns;
+    ASSERT_TRUE(shared.Prepare(picture.Pic()) && columns.Prepare(picture->m_iWidth, 1.0));
+    CBxScaledRows rows(shared, columns, 1.0, CBxScaledRows::EChannel::Blue);
+    ASSERT_TRUE(rows.Prepare());
+    const double width = rows.Width();
+    const double height = rows.Height();
+    const CBxRect<double> candidates[] = {
+        {0, 0, 40 * width, height}, {0, 0, width, height + 1}, {-2, 0, width, height}, {0, 0, width, height}};
+    CBxCellReader cells;
+    ASSERT_TRUE(cells.Prepare(candidates, 4, rows.Width(), rows.Height(), BX_AllCells()));
+    ASSERT_EQ(cells.Read(rows, 1.0, nullptr), 0);
+    for (unsigned int i = 0; i < 4; ++i) {
+        double means[256];
+        cells.Means(means, i);
+        EXPECT_EQ(std::isnan(means[0]) && std::isnan(means[255]), i < 3) << i;
+    }
+}
+
 TEST_P(SearchForms, MakeTheMarkedSpansOfARowAndNoMore) {
     constexpr float kUntouched = -1.0f;
     std::mt19937_64 random(4);
