@@ -6,8 +6,9 @@
 
 inline constexpr int kScaleWeightSteps = 1000;  // the horizontal weight of an enlargement is a number of thousandths
 
-// The source samples under one sample of a shrunk picture: from `first` up to but excluding `end`, the first weighted,
-// the others whole. A partly covered last sample is left out, and so is the last of the source.
+// The source samples under one sample of a shrunk picture: from `first` up to but excluding `end`. The first counts by
+// the part of it that is covered, the others whole, one that is partly covered at the end, too. The last of the source
+// is left out.
 struct SBxCoverage {
     int first;
     int end;

@@ -220,9 +220,10 @@ void CBxScaledRows::Ranges(SRange* ranges, const CBxRect<int>& area, int left, i
     m_Ranges.Begin(m_Picture, {FirstSource(area.left), FirstSource(area.top), EndSource(area.right - 1),
                                EndSource(area.bottom - 1)});
     // Neighbours of an enlargement lie a step apart in the source; along a row the places are rounded to thousandths.
-    // The samples of a reduction weigh their first source sample by the part that they cover and the others whole,
-    // which moves their middles by up to half a sample against each other.
-    const auto apart = static_cast<float>(m_dStep + (m_Columns.Enlarges() ? 0.002 : 0.502)) / 2.0f;
+    // The samples of a reduction weigh their first source sample by the part that they cover and the others whole: the
+    // middles of two neighbours, as means of the places of their source samples, are up to 0.5047 more than a step
+    // apart.
+    const auto apart = static_cast<float>(m_dStep + (m_Columns.Enlarges() ? 0.002 : 0.505)) / 2.0f;
     for (int i = 0; i < count; ++i) {
         const int first = std::max(area.left, left + kSpan * i);
         const int end = std::min(area.right, left + kSpan * i + width);
