@@ -134,6 +134,30 @@ unsigned char DecodeCandidates(const SZoom& at, char* block, SBxFinding& finding
     return kBxFailure;
 }
 
+// Searches a zoom that the picture can be scaled to.
+unsigned char SearchScaled(SBxSignRun& run, const CBxSearchPicture& picture, char* block, SBxFinding& finding,
+                           double zoom, CBxStrengthMemory& memory) {
+    CBxColumnWeights columns;
+    if (!columns.Prepare(picture.Width(), zoom)) {
+        return kBxOutOfMemory;
+    }
+    CBxRect<double> candidates[kCandidateRoom];
+    unsigned int count = 0;
+    unsigned char result = FindCandidates(run, candidates, count, picture, columns, zoom, memory);
+    if (result != kBxSuccess) {
+        return result;
+    }
+    CBxSignOp::ReduceNumbersOfRectanglesX(candidates, count);
+    const SZoom at{run, picture, columns, zoom};
+    result = KeepPossible(at, candidates, count, memory);
+    if (result != kBxSuccess) {
+        return result;
+    }
+    CBxCellReader cells;
+    result = ReadCells(at, cells, candidates, count, BX_AllCells());
+    return result == kBxSuccess ? DecodeCandidates(at, block, finding, cells, candidates, count) : result;
+}
+
 }  // namespace
 
 // The strengths change smoothly with the zoom, but for the change of the smoothing kernel behind zoom 1.0.
@@ -192,28 +216,7 @@ unsigned char BX_SearchZoom(SBxSignRun& run, const CBxSearchPicture& picture, ch
         CBxSignOp::LogInfoDetail("Sign with zoom %.2lf was not detected.", zoom);
         return kBxFailure;
     }
-    CBxColumnWeights columns;
-    if (!columns.Prepare(picture.Width(), zoom)) {
-        return kBxOutOfMemory;
-    }
-    CBxRect<double> candidates[kCandidateRoom];
-    unsigned int count = 0;
-    unsigned char result = FindCandidates(run, candidates, count, picture, columns, zoom, memory);
-    if (result != kBxSuccess) {
-        return result;
-    }
-    CBxSignOp::ReduceNumbersOfRectanglesX(candidates, count);
-    const SZoom at{run, picture, columns, zoom};
-    result = KeepPossible(at, candidates, count, memory);
-    if (result != kBxSuccess) {
-        return result;
-    }
-    CBxCellReader cells;
-    result = ReadCells(at, cells, candidates, count, BX_AllCells());
-    if (result != kBxSuccess) {
-        return result;
-    }
-    return DecodeCandidates(at, block, finding, cells, candidates, count);
+    return SearchScaled(run, picture, block, finding, zoom, memory);
 }
 
 unsigned char CBxSignOp::ExtractTextFromPictureWithZoom(SBxPicBuf* picture, char* block, double zoom) {
