@@ -63,8 +63,5 @@ inline TInts ToInts(TDoubles a) {
     return __builtin_convertvector(a, TInts);
 }
 #endif
-inline TDoubles Truncated(TDoubles a) {
-    return ToDoubles(ToInts(a));
-}
 
 }  // namespace

@@ -143,8 +143,9 @@ struct SBxKernels {
     void (*SmoothedSums4)(double* const* sums, const float* const* rows, std::size_t count, const float* taps);
     // Adds the samples of each cell, each with the value of its pixel, to sums[cell] and their number to weights[cell]:
     // the inner part whole, the rim inside the ellipse. Cells whose bounds lie too close to a sample of a line, or
-    // whose ellipse does not meet their inner part, are left out and get undecided[16 line + cell] = 1, others of the
-    // line 0. Returns whether any was left out. What is written is read and written up to the next multiple of kGroup.
+    // whose ellipse does not meet their inner part, are left out and get undecided[16 line + cell] = 1; other flags
+    // stay as they are. Returns whether any was left out. What is written is read and written up to the next multiple
+    // of SBxEllipseRow::kGroup.
     bool (*AddEllipseRow)(const SBxEllipseRow& row, double* sums, double* weights, unsigned char* undecided);
     // sums[i] = what lies inside ellipse i, areas[i] = how many pixels of the plane that is; parts of pixels count.
     void (*SumEllipses)(const SBxEllipses& cells, float* sums, float* areas);
