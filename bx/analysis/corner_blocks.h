@@ -6,9 +6,8 @@
 
 #include "corner_selection.h"
 
-inline constexpr int kBlock = 16;  // pixels along a block that is searched or left out
-inline constexpr int kStripBlocks =
-    63;  // blocks side by side that are searched at a time: bits of a word, with one left
+inline constexpr int kBlock = 16;        // pixels along a block that is searched or left out
+inline constexpr int kStripBlocks = 63;  // blocks side by side that are searched at a time: one less than a word's bits
 inline constexpr int kStripWidth = kStripBlocks * kBlock;
 inline constexpr int kReachBefore = 6;  // pixels in front of a maximum that its fit depends on, in rows and in columns
 inline constexpr int kReachBehind = 7;  // and behind it

@@ -3,12 +3,12 @@
 // Gives the corners that CBxCornerDetector gives for the picture clamped to 0 .. 128 and to 128 .. 256: the same
 // positions, strengths and order. It gets there with a fraction of the work:
 //
-//   - the picture is walked in strips and bands that fit the cache; nothing of its size is allocated;
+//   - the picture is walked in strips, a row of blocks at a time, whose buffers fit the cache; nothing of its size is
+//     allocated;
 //   - only 50 corners of each half are kept, so a corner below the strength of the 50th does not matter. What the
-//   strength
-//     can be at most follows from the range of the pixels around, and more closely from their gradients: blocks that
-//     cannot hold a corner that matters are left out. The bound that was used is checked against the result; where it
-//     was too high, the half is searched again with a lower one.
+//     strength can be at most follows from the range of the pixels around, and more closely from their gradients:
+//     blocks that cannot hold a corner that matters are left out. The bar that was used is checked against the result;
+//     where it was too high, the half is searched again with a lower one.
 #pragma once
 
 #include "corner_detector.h"
