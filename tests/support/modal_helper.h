@@ -50,9 +50,7 @@ public:
     }
 
     // All acts are done.
-    bool Done() const {
-        return m_Acts.empty();
-    }
+    bool Done() const { return m_Acts.empty(); }
 
 private:
     struct SAct {
