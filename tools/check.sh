@@ -89,7 +89,7 @@ check_coverage() {
         failed=$?
     rm -rf "$runtime"
     mkdir -p build/coverage/html
-    gcovr -r . --filter 'bx/' --filter 'vrd_' --exclude '.*autogen.*' --exclude-throw-branches \
+    tools/gcovr_of_forms.py -r . --filter 'bx/' --filter 'vrd_' --exclude '.*autogen.*' --exclude-throw-branches \
         --html-details build/coverage/html/index.html --json-summary build/coverage/summary.json build/coverage
     tools/coverage_table.py build/coverage/summary.json
     return "$failed"

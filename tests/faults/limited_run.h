@@ -19,9 +19,9 @@ struct SLimitedRun {
 struct SRunLimits {
     std::string folder;                              // where it runs
     std::map<std::string, std::string> environment;  // added to that of the caller
-    double mostSeconds = 60.0;
-    long mostFileBytes = -1;  // as on a full disk: no file can grow beyond; negative: no limit
-    double killAfter = -1.0;  // seconds until it is killed with SIGKILL; negative: not
+    double mostSeconds = VERIDANE_RUN_SECONDS;       // more is a hang
+    long mostFileBytes = -1;                         // as on a full disk: no file can grow beyond; negative: no limit
+    double killAfter = -1.0;                         // seconds until it is killed with SIGKILL; negative: not
 };
 
 SLimitedRun RunLimited(const std::vector<std::string>& words, const SRunLimits& limits);
