@@ -38,8 +38,12 @@ struct SProbe {
 
     // No bit when the words do not hold that bit of the block.
     TProbeBits MaskOfBlockBit(int bit) const {
-        const int* word = std::find(words, words + wordCount, bit / kDataBits);
-        return word == words + wordCount ? 0 : TProbeBits{1} << ((word - words) * kDataBits + bit % kDataBits);
+        for (int i = 0; i < kMostWords; ++i) {
+            if (i < wordCount && words[i] == bit / kDataBits) {
+                return TProbeBits{1} << (i * kDataBits + bit % kDataBits);
+            }
+        }
+        return 0;
     }
 };
 
