@@ -53,6 +53,20 @@ CBxOwnedPic MakePicture(const SCase& test, bool calm) {
     return picture;
 }
 
+// What all searches of a picture at one zoom share.
+struct SShared {
+    CBxOwnedPic picture;
+    CBxSearchPicture planes;
+    CBxColumnWeights columns;
+
+    SShared(const SCase& test, bool calm) : picture(MakePicture(test, calm)) {
+        EXPECT_TRUE(planes.Prepare(picture.Pic()) && columns.Prepare(test.width, test.zoom));
+    }
+    CBxScaledRows Rows(const SCase& test, CBxScaledRows::EChannel channel) const {
+        return {planes, columns, test.zoom, channel};
+    }
+};
+
 void ExpectSameCorners(const SPlainCorners& plain, const SBxCornerList& found) {
     ASSERT_EQ(found.m_uiCount, plain.points.size());
     for (unsigned int i = 0; i < found.m_uiCount; ++i) {
@@ -155,12 +169,9 @@ TEST_P(SearchForms, MakeTheMarkedSpansOfARowAndNoMore) {
     std::mt19937_64 random(4);
     for (const SCase& test : kCases) {
         SCOPED_TRACE(testing::Message() << test.width << " x " << test.height << " at " << test.zoom);
-        const CBxOwnedPic picture = MakePicture(test, false);
-        CBxSearchPicture shared;
-        CBxColumnWeights columns;
-        ASSERT_TRUE(shared.Prepare(picture.Pic()) && columns.Prepare(test.width, test.zoom));
-        CBxScaledRows whole(shared, columns, test.zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
-        CBxScaledRows parts(shared, columns, test.zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
+        const SShared shared(test, false);
+        CBxScaledRows whole = shared.Rows(test, CBxScaledRows::EChannel::MeanOfGreenAndRed);
+        CBxScaledRows parts = shared.Rows(test, CBxScaledRows::EChannel::MeanOfGreenAndRed);
         ASSERT_TRUE(whole.Prepare() && parts.Prepare());
         const int width = whole.Width();
         std::vector<float> wholeRow(static_cast<std::size_t>(width));
@@ -185,11 +196,8 @@ TEST_P(SearchForms, MakeTheMarkedSpansOfARowAndNoMore) {
 TEST_P(SearchForms, BoundTheSamplesOfWindowsAndTheirDifferences) {
     for (const SCase& test : kCases) {
         SCOPED_TRACE(testing::Message() << test.width << " x " << test.height << " at " << test.zoom);
-        const CBxOwnedPic picture = MakePicture(test, true);
-        CBxSearchPicture shared;
-        CBxColumnWeights columns;
-        ASSERT_TRUE(shared.Prepare(picture.Pic()) && columns.Prepare(test.width, test.zoom));
-        CBxScaledRows rows(shared, columns, test.zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
+        const SShared shared(test, true);
+        CBxScaledRows rows = shared.Rows(test, CBxScaledRows::EChannel::MeanOfGreenAndRed);
         ASSERT_TRUE(rows.Prepare());
         const int width = rows.Width();
         const int height = std::min(rows.Height(), 90);
@@ -230,11 +238,8 @@ TEST_P(SearchForms, BoundTheSamplesOfWindowsAndTheirDifferences) {
 TEST_P(SearchForms, ReadTheSameOfFewCellsAndOfFewCandidates) {
     for (const SCase& test : kCases) {
         SCOPED_TRACE(testing::Message() << test.width << " x " << test.height << " at " << test.zoom);
-        const CBxOwnedPic picture = MakePicture(test, false);
-        CBxSearchPicture shared;
-        CBxColumnWeights columns;
-        ASSERT_TRUE(shared.Prepare(picture.Pic()) && columns.Prepare(test.width, test.zoom));
-        CBxScaledRows rows(shared, columns, test.zoom, CBxScaledRows::EChannel::Blue);
+        const SShared shared(test, false);
+        CBxScaledRows rows = shared.Rows(test, CBxScaledRows::EChannel::Blue);
         ASSERT_TRUE(rows.Prepare());
         const double width = rows.Width();
         const double height = rows.Height();
