@@ -8,23 +8,53 @@
 
 namespace {
 
-// Boxes instead of ellipses, half sides in cells.
+// Boxes and crosses of boxes instead of ellipses, half sides in cells.
 constexpr double kHalfOfCell = 0.33;
+constexpr double kLongHalfOfCross = 0.36;
+constexpr double kShortHalfOfCross = 0.23;
 constexpr double kHalfOfGround = 0.5;
-constexpr double kHalfOfUnrest = 1.0;
+constexpr double kHalfOfUnrest = 0.5;
 constexpr float kShareOfGround = 1.8f;  // what of a box of ground is not the cell's, inverted
 constexpr float kMostContrast = 4.0f;   // tones; more comes from the picture, not from a sign
 constexpr float kMostUnrest = 100.0f;   // tones squared
 constexpr float kLeastUnrest = 0.1f;
 constexpr float kUnrestOfSign = 1.2f;
 constexpr float kAlignedVariance = 2.6f;  // of the contrasts of a sign's cells
-constexpr float kElsewhereVariance = 0.9f;
+constexpr float kElsewhereVariance = 0.5f;
+constexpr float kWeightOfComb = 0.35f;
 constexpr int kReachOfPlace = 1;  // pixels by which a centre may be off
 constexpr float kPi = 3.14159265f;
 constexpr double kRadiansOfTone = 2.0 * 3.141592653589793 / (kPeriod / 2);
 
 int HalfSide(double cell, double share) {
     return std::max(1, static_cast<int>(std::lround(cell * share - 0.5)));
+}
+
+// Adds so much of the sum over a box.
+bool AddBox(CBxHeapArray<float>& sums, CBxHeapArray<float>& scratch, const CBxPatternPlane& planes, int reachX,
+            int reachY, float share) {
+    if (!BX_BoxMean(scratch.Data(), planes.Pattern(), planes.Width(), planes.Height(), reachX, reachY)) {
+        return false;
+    }
+    const float factor = share * static_cast<float>((2 * reachX + 1) * (2 * reachY + 1));
+    for (std::size_t i = 0; i < sums.Size(); ++i) {
+        sums[i] += factor * scratch[i];
+    }
+    return true;
+}
+
+// The mean of the pattern over a cross of two boxes, which is nearly the ellipse of a cell.
+bool MeanOfCross(CBxHeapArray<float>& mean, CBxHeapArray<float>& scratch, const CBxPatternPlane& planes,
+                 double cellWidth, double cellHeight) {
+    const int longX = HalfSide(cellWidth, kLongHalfOfCross);
+    const int longY = HalfSide(cellHeight, kLongHalfOfCross);
+    const int shortX = HalfSide(cellWidth, kShortHalfOfCross);
+    const int shortY = HalfSide(cellHeight, kShortHalfOfCross);
+    const auto area = [](int x, int y) { return (2 * x + 1) * (2 * y + 1); };
+    const float share = 1.0f / static_cast<float>(area(longX, shortY) + area(shortX, longY) - area(shortX, shortY));
+    std::fill(mean.Data(), mean.Data() + mean.Size(), 0.0f);
+    return AddBox(mean, scratch, planes, longX, shortY, share) && AddBox(mean, scratch, planes, shortX, longY, share) &&
+           AddBox(mean, scratch, planes, shortX, shortY, -share);
 }
 
 // Minus the cosine of any angle from 0 up to some hundreds, to two thousandths, without a call: the loops over it run
@@ -37,7 +67,7 @@ float MinusCosine(float angle) {
     return 1.0f - square * (0.5f - square * (1.0f / 24.0f - square * tail));
 }
 
-// The logarithm of a quotient between a third and 1, to a thousandth; also without a call.
+// The logarithm of a quotient between a fifth and 1, to some thousandths; also without a call.
 float LogOfQuotient(float numerator, float denominator) {
     const float z = (numerator - denominator) / (numerator + denominator);
     const float square = z * z;
@@ -56,7 +86,8 @@ SBxCellPlaces::SBxCellPlaces(double first, double last, int size) : inside(0) {
 }
 
 // The logarithm of how much likelier a contrast is for a sign's cell than for another place. The unrest is what the
-// contrasts around have, squared and averaged, less what a sign adds to it.
+// contrasts around have, squared and averaged, less what a sign adds to it. What the places around are worth is taken
+// off: a cell stands on a grid, and between two cells there is none.
 bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double cellHeight) {
     m_iWidth = planes.Width();
     m_iHeight = planes.Height();
@@ -68,8 +99,7 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
     CBxHeapArray<float> ground;
     if (!m_Worth.Allocate(static_cast<std::size_t>(m_iWidth) * m_iHeight) || !m_Contrast.Allocate(m_Worth.Size()) ||
         !cell.Allocate(m_Worth.Size()) || !ground.Allocate(m_Worth.Size()) ||
-        !BX_BoxMean(cell.Data(), pattern, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfCell),
-                    HalfSide(cellHeight, kHalfOfCell)) ||
+        !MeanOfCross(cell, ground, planes, cellWidth, cellHeight) ||
         !BX_BoxMean(ground.Data(), pattern, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfGround),
                     HalfSide(cellHeight, kHalfOfGround))) {
         return false;
@@ -87,8 +117,15 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
         const float aligned = kAlignedVariance + unrest;
         const float elsewhere = kElsewhereVariance + unrest;
         const float square = std::min(cell[i], kMostContrast * kMostContrast);
-        m_Worth[i] = m_Contrast[i] =
+        m_Contrast[i] =
             0.5f * (LogOfQuotient(elsewhere, aligned) + square * (aligned - elsewhere) / (aligned * elsewhere));
+    }
+    if (!BX_BoxMean(ground.Data(), m_Contrast.Data(), m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfGround),
+                    HalfSide(cellHeight, kHalfOfGround))) {
+        return false;
+    }
+    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
+        m_Worth[i] = m_Contrast[i] -= ground[i];
     }
     return true;
 }
@@ -114,14 +151,14 @@ bool CBxCellMap::SetComb(const CBxPatternPlane& planes, const SBxTone& tone) {
         return false;
     }
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
-        m_Worth[i] = m_Contrast[i] + around[i];
+        m_Worth[i] = m_Contrast[i] + kWeightOfComb * around[i];
     }
     if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, HalfSide(m_dCellWidth, kHalfOfGround),
                     HalfSide(m_dCellHeight, kHalfOfGround))) {
         return false;
     }
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
-        m_Worth[i] -= around[i];
+        m_Worth[i] -= kWeightOfComb * around[i];
     }
     return true;
 }
