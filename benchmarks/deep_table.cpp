@@ -220,8 +220,8 @@ int main(int argc, char** argv) {
     }
     std::printf("searches that found nothing: %d, ordinary %.2f s, deep %.2f s of processor each\n", sum.lost,
                 sum.ordinaryOfLost / std::max(1, sum.lost), sum.deepSeconds / std::max(1, sum.lost));
-    static const char* const kStageNames[kDeepStages] = {"pairs", "tones",  "turned",     "orientations",
-                                                         "cut",   "joined", "one corner", "bent tones"};
+    static const char* const kStageNames[kDeepStages] = {"pairs",  "tones",      "turned",     "orientations", "cut",
+                                                         "joined", "one corner", "bent tones", "anywhere"};
     std::printf("further corners %.1f s, sums %.1f s\n", sum.costs.m_dCorners, sum.costs.m_dSums);
     for (int stage = 0; stage < kDeepStages; ++stage) {
         const SBxDeepCost& cost = sum.costs.m_Stages[stage];

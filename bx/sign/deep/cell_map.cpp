@@ -21,6 +21,7 @@ constexpr float kLeastUnrest = 0.1f;
 constexpr float kUnrestOfSign = 1.2f;
 constexpr float kAlignedVariance = 2.6f;  // of the contrasts of a sign's cells
 constexpr float kElsewhereVariance = 0.5f;
+constexpr float kMostWorth = 1.5f;  // of a contrast; one cell is not to speak for a grid
 constexpr float kWeightOfComb = 0.35f;
 constexpr int kReachOfPlace = 1;  // pixels by which a centre may be off
 constexpr float kPi = 3.14159265f;
@@ -125,7 +126,7 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
         return false;
     }
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
-        m_Worth[i] = m_Contrast[i] -= ground[i];
+        m_Worth[i] = m_Contrast[i] = std::clamp(m_Contrast[i] - ground[i], -kMostWorth, kMostWorth);
     }
     return true;
 }

@@ -40,6 +40,8 @@ public:
     int Width() const { return m_iWidth; }
     int Height() const { return m_iHeight; }
 
+    // The worth of each pixel as a cell's centre.
+    const float* Values() const { return m_Worth.Data(); }
     // The worth of a grid whose outer edges lie so, in pixels of the map.
     float Worth(const CBxRect<double>& frame) const;
 

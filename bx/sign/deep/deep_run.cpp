@@ -29,38 +29,8 @@ constexpr int kMoveRounds = 3;
 constexpr double kOffsetMove = 0.6;  // tones
 constexpr double kGainMove = 0.008;
 constexpr double kExponentMove = 0.02;
-constexpr int kMoves = 5;
+constexpr double kSurelyNearest = 0.8;  // tones; smaller offsets are what they seem
 constexpr double kKnownWithin = 0.005;  // of a gain that the gaps told
-
-// The grid with one of its edges moved, or turned about its origin, by `step` cells.
-SBxGridPose MovedPose(const SBxGridPose& pose, int move, double step) {
-    SBxGridPose moved = pose;
-    const auto shift = [](CBxPoint<double>& point, const CBxPoint<double>& by, double factor) {
-        point = {point.x + factor * by.x, point.y + factor * by.y};
-    };
-    const double perCell = step / kGridSide;
-    switch (move) {
-        case 0:  // the first column's edge, the last one's stays
-            shift(moved.origin, pose.along, step);
-            shift(moved.along, pose.along, -perCell);
-            break;
-        case 1:
-            shift(moved.origin, pose.down, step);
-            shift(moved.down, pose.down, -perCell);
-            break;
-        case 2:  // the last column's edge
-            shift(moved.along, pose.along, perCell);
-            break;
-        case 3:
-            shift(moved.down, pose.down, perCell);
-            break;
-        default:
-            shift(moved.along, pose.down, perCell);
-            shift(moved.down, pose.along, -perCell);
-            break;
-    }
-    return moved;
-}
 
 }  // namespace
 
@@ -158,7 +128,16 @@ SBxSoftReading CBxDeepRun::TryJoint(const SBxGridTrial& trial, const SBxTone& to
 void CBxDeepRun::TryAsRead(const SBxGridTrial& trial, EBxDeepStage stage) {
     float means[kCellCount];
     ReadMeans(means, trial);
-    Try(trial, BX_ToneOfMeans(means), means, stage);
+    TryTones(trial, means, stage);
+}
+
+void CBxDeepRun::TryTones(const SBxGridTrial& trial, const float* means, EBxDeepStage stage) {
+    SBxTone tone = BX_ToneOfMeans(means);
+    Try(trial, tone, means, stage);
+    if (std::fabs(tone.offset) > kSurelyNearest) {
+        tone.offset -= std::copysign(kPeriod / 2, tone.offset);
+        Try(trial, tone, means, stage);
+    }
 }
 
 float CBxDeepRun::FindComb(SBxTone& tone, const float* means) const {
@@ -168,7 +147,7 @@ float CBxDeepRun::FindComb(SBxTone& tone, const float* means) const {
 }
 
 void CBxDeepRun::TryWithComb(const SBxGridTrial& trial, const float* means, EBxDeepStage stage) {
-    Try(trial, BX_ToneOfMeans(means), means, stage);
+    TryTones(trial, means, stage);
     float whole[kCellCount];
     std::copy(means, means + kCellCount, whole);
     m_Clipped.LeaveOut(whole, trial.pose);
@@ -200,7 +179,7 @@ double CBxDeepRun::TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const
             TuneTone(tuned, trial, reading.m_szText);
         }
         MoveUphill(moved, movedSoft, tuned, reading.m_szText);
-        m_ulAllDecodings.fetch_add((2 * kMoves + 6) * kMoveRounds, std::memory_order_relaxed);
+        m_ulAllDecodings.fetch_add((2 * kGridMoves + 6) * kMoveRounds, std::memory_order_relaxed);
         return std::max(reading.m_dAgreement, TrySoft(moved, tuned, movedSoft, stage, false));
     }
     return reading.m_dAgreement;
@@ -316,8 +295,8 @@ double CBxDeepRun::MoveUphill(SBxGridTrial& trial, float* soft, const SBxTone& t
     const double cell = std::hypot(trial.pose.along.x, trial.pose.along.y);
     double step = std::max(kFirstMove * trial.scale / cell, trial.turned != 0.0 ? kFirstMoveOfTurned : 0.0);
     for (int round = 0; round < kMoveRounds; ++round, step *= 0.5) {
-        for (int move = 0; move < 2 * kMoves; ++move) {
-            const SBxGridPose candidate = MovedPose(trial.pose, move / 2, move % 2 == 0 ? step : -step);
+        for (int move = 0; move < 2 * kGridMoves; ++move) {
+            const SBxGridPose candidate = BX_MovedPose(trial.pose, move / 2, move % 2 == 0 ? step : -step);
             const double reached = agreement(candidate, movedSoft);
             if (reached > best) {
                 best = reached;

@@ -77,7 +77,10 @@ public:
 
     // Decodes one interpretation and keeps what is worth it. Any thread. Returns the agreement, 0 below notice.
     double Try(const SBxGridTrial& trial, const SBxTone& tone, const float* means, EBxDeepStage stage);
-    // Reads a trial and decodes it under the tones as they are, but for an offset that its means tell.
+    // The same under the tones as they are, but for an offset that the means tell. A comb does not tell an offset from
+    // one that lies a distance of its lines away: of a large one both are decoded.
+    void TryTones(const SBxGridTrial& trial, const float* means, EBxDeepStage stage);
+    // Reads a trial and decodes it so.
     void TryAsRead(const SBxGridTrial& trial, EBxDeepStage stage);
     // The comb that fits means best, of any gain or of the one that is known.
     float FindComb(SBxTone& tone, const float* means) const;
@@ -135,3 +138,4 @@ unsigned char BX_SearchCut(CBxDeepRun& run);
 unsigned char BX_SearchOneCorner(CBxDeepRun& run);
 unsigned char BX_SearchJoined(CBxDeepRun& run);
 unsigned char BX_SearchBentTones(CBxDeepRun& run);
+unsigned char BX_SearchAnywhere(CBxDeepRun& run);

@@ -19,13 +19,14 @@ struct SStageOfSearch {
 
 // By what they find for what they cost. Joining comes twice: late stages give hints too.
 constexpr SStageOfSearch kStages[] = {
-    {EBxDeepStage::Pairs, BX_SearchPairs, BX_MarkText("Reading all places between corners..."), 25.0},
+    {EBxDeepStage::Pairs, BX_SearchPairs, BX_MarkText("Reading all places between corners..."), 20.0},
     {EBxDeepStage::Joined, BX_SearchJoined, BX_MarkText("Putting carriers together..."), 5.0},
     {EBxDeepStage::Tones, BX_SearchTones, BX_MarkText("Trying other brightness..."), 5.0},
-    {EBxDeepStage::Orientations, BX_SearchOrientations, BX_MarkText("Trying mirrored pictures..."), 10.0},
+    {EBxDeepStage::Orientations, BX_SearchOrientations, BX_MarkText("Trying mirrored pictures..."), 7.0},
     {EBxDeepStage::Turned, BX_SearchTurned, BX_MarkText("Trying turned pictures..."), 20.0},
     {EBxDeepStage::Cut, BX_SearchCut, BX_MarkText("Trying cut pictures..."), 8.0},
     {EBxDeepStage::OneCorner, BX_SearchOneCorner, BX_MarkText("Trying cut pictures..."), 7.0},
+    {EBxDeepStage::Anywhere, BX_SearchAnywhere, BX_MarkText("Trying turned pictures..."), 8.0},
     {EBxDeepStage::BentTones, BX_SearchBentTones, BX_MarkText("Trying other contrast curves..."), 10.0},
     {EBxDeepStage::Joined, BX_SearchJoined, BX_MarkText("Putting carriers together..."), 2.0},
 };

@@ -22,8 +22,9 @@ enum class EBxDeepStage {
     Joined,        // several carriers of the picture together
     OneCorner,     // grids that start at one corner
     BentTones,     // grids between corners under another exponent
+    Anywhere,      // any grids that maps of cells speak for
 };
-inline constexpr int kDeepStages = 8;
+inline constexpr int kDeepStages = 9;
 
 // When a reading is certain: it agrees well and has a clear lead over the runner-up, the clearer the less it agrees.
 inline constexpr double kCertainAgreement = 12.0;

@@ -56,3 +56,38 @@ SBxGridPose BX_Reorient(const SBxGridPose& pose, const SBxGridOrientation& orien
     }
     return result;
 }
+
+SBxGridPose BX_MovedPose(const SBxGridPose& pose, int move, double step) {
+    SBxGridPose moved = pose;
+    const auto shift = [](CBxPoint<double>& point, const CBxPoint<double>& by, double factor) {
+        point = {point.x + factor * by.x, point.y + factor * by.y};
+    };
+    const double perCell = step / kGridSide;
+    switch (move) {
+        case 0:  // the first column's edge, the last one's stays
+            shift(moved.origin, pose.along, step);
+            shift(moved.along, pose.along, -perCell);
+            break;
+        case 1:
+            shift(moved.origin, pose.down, step);
+            shift(moved.down, pose.down, -perCell);
+            break;
+        case 2:  // the last column's edge
+            shift(moved.along, pose.along, perCell);
+            break;
+        case 3:
+            shift(moved.down, pose.down, perCell);
+            break;
+        default: {
+            constexpr double kMiddle = kGridSide / 2.0;
+            const CBxPoint<double> middle = pose.PointAt(kMiddle, kMiddle);
+            shift(moved.along, {-pose.along.y, pose.along.x}, perCell);
+            shift(moved.down, {-pose.down.y, pose.down.x}, perCell);
+            moved.origin = middle;
+            shift(moved.origin, moved.along, -kMiddle);
+            shift(moved.origin, moved.down, -kMiddle);
+            break;
+        }
+    }
+    return moved;
+}

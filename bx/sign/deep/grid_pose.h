@@ -52,3 +52,8 @@ SBxGridPose BX_PoseOfDiagonal(const CBxPoint<double>& p, const CBxPoint<double>&
 
 // The same ground read in another orientation.
 SBxGridPose BX_Reorient(const SBxGridPose& pose, const SBxGridOrientation& orientation);
+
+// The grid with one of its edges moved by `step` cells (the first column's, the first row's, the last column's, the
+// last row's), or turned about its middle by a sixteenth of as much, in radians.
+inline constexpr int kGridMoves = 5;
+SBxGridPose BX_MovedPose(const SBxGridPose& pose, int move, double step);

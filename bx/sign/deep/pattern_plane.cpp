@@ -35,7 +35,36 @@ void Reduce(float* blue, float* mean, const SBxPicBuf& picture, int factor) {
     }
 }
 
+// A plane of width * height pixels out of one of `fineWidth`; zero to begin with.
+void ReducePlane(float* out, const float* fine, int fineWidth, int width, int height, int factorX, int factorY) {
+    const float share = 1.0f / static_cast<float>(factorX * factorY);
+    for (int y = 0; y < height * factorY; ++y) {
+        const float* row = fine + static_cast<std::ptrdiff_t>(y) * fineWidth;
+        float* outRow = out + static_cast<std::ptrdiff_t>(y / factorY) * width;
+        for (int x = 0; x < width; ++x) {
+            float sum = 0.0f;
+            for (int i = 0; i < factorX; ++i) {
+                sum += row[x * factorX + i];
+            }
+            outRow[x] += share * sum;
+        }
+    }
+}
+
 }  // namespace
+
+bool CBxPatternPlane::PrepareReduced(const CBxPatternPlane& planes, int factorX, int factorY) {
+    m_iWidth = planes.m_iWidth / factorX;
+    m_iHeight = planes.m_iHeight / factorY;
+    m_dScale = planes.m_dScale / factorX;
+    const std::size_t count = static_cast<std::size_t>(m_iWidth) * m_iHeight;
+    if (!m_Blue.AllocateZeroed(count) || !m_Pattern.AllocateZeroed(count)) {
+        return false;
+    }
+    ReducePlane(m_Blue.Data(), planes.m_Blue.Data(), planes.m_iWidth, m_iWidth, m_iHeight, factorX, factorY);
+    ReducePlane(m_Pattern.Data(), planes.m_Pattern.Data(), planes.m_iWidth, m_iWidth, m_iHeight, factorX, factorY);
+    return true;
+}
 
 bool CBxPatternPlane::Prepare(const SBxPicBuf& picture) {
     const double pixels = static_cast<double>(picture.m_iWidth) * picture.m_iHeight;

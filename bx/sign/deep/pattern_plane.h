@@ -14,6 +14,9 @@ public:
     // From a 3_8 picture, reduced by a whole factor to 0.3 to 1.4 megapixels. False without memory.
     [[nodiscard]] bool Prepare(const SBxPicBuf& picture);
 
+    // From other planes, reduced by whole factors; Scale() is then that of the rows. False without memory.
+    [[nodiscard]] bool PrepareReduced(const CBxPatternPlane& planes, int factorX, int factorY);
+
     int Width() const { return m_iWidth; }
     int Height() const { return m_iHeight; }
     // Pixels of the planes a pixel of the picture.

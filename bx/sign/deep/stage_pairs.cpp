@@ -25,7 +25,7 @@ unsigned char BX_SearchPairs(CBxDeepRun& run) {
             float soft[kCellCount];
             BX_SoftValues(soft, means, tone);
             run.m_Softs.Set(i, soft);
-            run.TrySoft(trial, tone, soft, EBxDeepStage::Pairs, true);
+            run.TryTones(trial, means, EBxDeepStage::Pairs);
         }
         return !run.Ended();
     };

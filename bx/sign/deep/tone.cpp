@@ -12,7 +12,6 @@ constexpr double kFrequencyStep = 0.0005;      // lines a tone
 constexpr float kLeastSpread = 2.5f;           // standard deviation of the means, in tones, that can show a comb
 
 constexpr double kClearComb = 0.13;     // twice what anything else shows
-constexpr double kLargestOffset = 1.3;  // tones
 
 bool IsNumber(float value) {
     return value == value;
@@ -108,7 +107,7 @@ SBxTone BX_ToneOfMeans(const float* means) {
     const std::complex<double> sum = SumOnComb(means, kCellCount);
     // Lines lie where the phase is that of a half; an offset turns it.
     const double offset = std::arg(-sum) / (2.0 * kPi) * kLineDistance;
-    if (std::abs(sum) > kClearComb && std::fabs(offset) < kLargestOffset) {
+    if (std::abs(sum) > kClearComb) {
         tone.offset = offset;
     }
     return tone;

@@ -1,0 +1,207 @@
+// Stage: no pair of corners leads to the carrier, because the picture was turned or reduced and its strongest corners
+// are others now. All grids of all sizes are weighed on maps of cells, upright and turned by up to 12 degrees; the best
+// are moved to where the comb of their means is clearest, and decoded.
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+
+#include "comb_climb.h"
+#include "deep_run.h"
+#include "heap_array.h"
+#include "result.h"
+#include "slices.h"
+#include "turned_map.h"
+
+namespace {
+
+constexpr double kAngleStep = 1.5;            // degrees
+constexpr int kAngles = 8;                    // to either side
+constexpr double kSmallestCell = 5.0;         // pixels
+constexpr double kSmallestTurnedCell = 14.0;  // pixels; few turned pictures are reduced as well
+constexpr double kLongest = 2.6;              // the longer side of a carrier against the shorter one
+constexpr double kMostUpright = 2e8;          // grids
+constexpr double kMostTurned = 6e8;
+constexpr int kMostSizes = 256;
+constexpr std::size_t kOfAngle = 32;  // grids that one sweep may give
+constexpr std::size_t kOfSizes = 96;
+constexpr std::size_t kMostFollowed = 200;
+constexpr std::size_t kMostClimbed = 60;
+constexpr std::size_t kMostRead = 16;
+constexpr double kCellAsSigned = kSmallestCarrierSide / kGridSide;  // pixels; smaller cells were reduced
+constexpr double kErrorOfMap = 0.1;                                 // cells
+constexpr int kFirstRounds = 2;
+constexpr double kErrorOfClimb = 0.05;  // cells
+constexpr int kLastRounds = 4;
+constexpr double kClearComb = 6.0;  // standard deviations; chance makes it 5
+constexpr int kFarthestPlace = 2;   // cells
+constexpr double kPi = 3.141592653589793;
+
+// A range of cell sizes, from so many pixels up.
+struct SSizes {
+    double width;
+    double height;
+    double grids;  // of a sweep
+    int angles;    // to either side of upright
+};
+
+class CSearchAnywhere {
+public:
+    explicit CSearchAnywhere(CBxDeepRun& run) : m_Run(run) {}
+
+    unsigned char Search() {
+        CBxPatternPlane planes;
+        bool hasMemory = planes.Prepare(m_Run.m_Picture) && m_Best.Prepare(kMostFollowed);
+        ChooseSizes();
+        for (int i = 0; i < m_iSizes && hasMemory && !m_Run.Ended(); ++i) {
+            hasMemory = SearchSizes(planes, m_Sizes[i]);
+        }
+        if (hasMemory && !m_Run.Ended()) {
+            m_Best.Settle();
+            Read();
+        }
+        return hasMemory ? kBxSuccess : kBxOutOfMemory;
+    }
+
+private:
+    // Sizes that cost least come first, as long as the grids are not too many.
+    void ChooseSizes() {
+        const double width = m_Run.m_Sums.Width();
+        const double height = m_Run.m_Sums.Height();
+        constexpr double kStep = CBxTurnedMap::kSizes;
+        for (double high = height / kGridSide / kStep; high * kStep > kSmallestCell; high /= kStep) {
+            for (double wide = width / kGridSide / kStep; wide * kStep > kSmallestCell; wide /= kStep) {
+                if (wide < kLongest * kStep * high && high < kLongest * kStep * wide && m_iSizes < kMostSizes) {
+                    m_Sizes[m_iSizes++] = {wide, high, CBxTurnedSweep::Grids(width, height, wide, high), 0};
+                }
+            }
+        }
+        std::sort(m_Sizes, m_Sizes + m_iSizes, [](const SSizes& a, const SSizes& b) { return a.grids < b.grids; });
+        double upright = 0.0;
+        double turned = 0.0;
+        int count = 0;
+        for (; count < m_iSizes && upright < kMostUpright; ++count) {
+            SSizes& sizes = m_Sizes[count];
+            upright += sizes.grids;
+            if (std::min(sizes.width, sizes.height) * kStep > kSmallestTurnedCell) {
+                turned += 2 * kAngles * sizes.grids;
+                sizes.angles = turned < kMostTurned ? kAngles : 0;
+            }
+        }
+        m_iSizes = count;
+    }
+
+    bool SearchSizes(const CBxPatternPlane& planes, const SSizes& sizes) {
+        CBxTurnedMap map;
+        CBxBestGrids best;
+        if (!map.Make(planes, sizes.width, sizes.height, SBxTone()) || !best.Prepare(kOfSizes)) {
+            return false;
+        }
+        std::atomic<bool> hasMemory{true};
+        auto slice = [&](std::size_t begin, std::size_t /*end*/) {
+            const double degrees = (static_cast<int>(begin) - sizes.angles) * kAngleStep;
+            if (!SweepAngle(best, map, degrees)) {
+                hasMemory.store(false);
+            }
+            return hasMemory.load() && !m_Run.Ended();
+        };
+        BX_RunSlices(static_cast<std::size_t>(2 * sizes.angles + 1), 1, m_Run.m_uiThreads, slice);
+        best.Settle();
+        for (std::size_t i = 0; i < best.Count() && !m_Run.Ended(); ++i) {
+            SBxTurnedGrid grid = best[i];
+            grid.worth = map.Follow(grid.pose);
+            m_Best.Offer(grid);
+        }
+        return hasMemory.load();
+    }
+
+    bool SweepAngle(CBxBestGrids& best, const CBxTurnedMap& map, double degrees) {
+        CBxTurnedSweep sweep;
+        CBxBestGrids ofAngle;
+        if (!sweep.Prepare(map, degrees) || !ofAngle.Prepare(kOfAngle)) {
+            return false;
+        }
+        unsigned long grids = 0;
+        for (int height = 0; height < CBxTurnedSweep::kHeights && !m_Run.Ended(); ++height) {
+            grids += sweep.SweepHeight(ofAngle, height);
+        }
+        m_Run.m_ulGrids.fetch_add(grids, std::memory_order_relaxed);
+        ofAngle.Settle();
+        pthread_mutex_lock(&m_Mutex);
+        for (std::size_t i = 0; i < ofAngle.Count(); ++i) {
+            best.Offer(ofAngle[i]);
+        }
+        pthread_mutex_unlock(&m_Mutex);
+        return true;
+    }
+
+    void Read() {
+        m_iClimbed = static_cast<int>(std::min(kMostClimbed, m_Best.Count()));
+        auto climb = [this](std::size_t begin, std::size_t end) {
+            for (std::size_t i = begin; i < end && !m_Run.Ended(); ++i) {
+                m_Climbed[i].trial = TrialOf(m_Best[i]);
+                m_Climbed[i].clearness = BX_ClimbComb(m_Run, m_Climbed[i].trial, kErrorOfMap, kFirstRounds);
+            }
+            return !m_Run.Ended();
+        };
+        BX_RunSlices(static_cast<std::size_t>(m_iClimbed), 1, m_Run.m_uiThreads, climb);
+        if (m_Run.Ended()) {
+            return;
+        }
+        std::stable_sort(m_Climbed, m_Climbed + m_iClimbed,
+                         [](const SClimbed& a, const SClimbed& b) { return a.clearness > b.clearness; });
+        auto read = [this](std::size_t begin, std::size_t end) {
+            for (std::size_t i = begin; i < end && !m_Run.Ended(); ++i) {
+                ReadLattice(m_Climbed[i].trial);
+            }
+            return !m_Run.Ended();
+        };
+        BX_RunSlices(std::min(kMostRead, static_cast<std::size_t>(m_iClimbed)), 1, m_Run.m_uiThreads, read);
+    }
+
+    static SBxGridTrial TrialOf(const SBxTurnedGrid& grid) {
+        const double cell =
+            std::min(std::hypot(grid.pose.along.x, grid.pose.along.y), std::hypot(grid.pose.down.x, grid.pose.down.y));
+        const double scale = std::min(1.0, cell / kCellAsSigned);
+        return {grid.pose, BX_BlurOfScale(scale), scale, static_cast<double>(grid.degrees), BX_GridOrientation(0)};
+    }
+
+    // Decodes a grid where its comb is clearest. A grid that lies some whole cells beside the carrier has nearly as
+    // clear a comb, so places around are decoded, too.
+    void ReadLattice(SBxGridTrial trial) {
+        const double clearness = BX_ClimbComb(m_Run, trial, kErrorOfClimb, kLastRounds);
+        if (trial.turned != 0.0) {
+            trial.turned = std::atan2(trial.pose.along.y, trial.pose.along.x) * 180.0 / kPi;
+        }
+        m_Run.TryAsRead(trial, EBxDeepStage::Anywhere);
+        if (clearness < kClearComb) {
+            return;
+        }
+        for (int down = -kFarthestPlace; down <= kFarthestPlace; ++down) {
+            for (int right = -kFarthestPlace; right <= kFarthestPlace && !m_Run.Ended(); ++right) {
+                if (down != 0 || right != 0) {
+                    SBxGridTrial shifted = trial;
+                    shifted.pose.origin = trial.pose.PointAt(right, down);
+                    m_Run.TryAsRead(shifted, EBxDeepStage::Anywhere);
+                }
+            }
+        }
+    }
+
+    CBxDeepRun& m_Run;
+    int m_iSizes = 0;
+    SSizes m_Sizes[kMostSizes];
+    CBxBestGrids m_Best;
+    struct SClimbed {
+        SBxGridTrial trial;
+        double clearness;
+    };
+    int m_iClimbed = 0;
+    SClimbed m_Climbed[kMostClimbed];
+    pthread_mutex_t m_Mutex = PTHREAD_MUTEX_INITIALIZER;  // guards the best grids of one range of sizes
+};
+
+}  // namespace
+
+unsigned char BX_SearchAnywhere(CBxDeepRun& run) {
+    return CSearchAnywhere(run).Search();
+}

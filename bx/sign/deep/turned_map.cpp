@@ -1,0 +1,240 @@
+#include "turned_map.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+
+namespace {
+
+constexpr double kPi = 3.141592653589793;
+constexpr double kViewOfCell = 6.0;     // pixels of the view that the smallest cells are wide and high
+constexpr double kSmallestOfMap = 7.0;  // pixels of the map; cells are not reduced below
+constexpr double kSizeStep = 1.2;       // pixels of the view, of the sides of grids
+constexpr float kSteps = 30.0f;         // of the view's numbers, for a worth of 1
+constexpr float kMostWorth = 4.0f;      // of one cell
+constexpr double kNear = 0.35;          // cells
+constexpr double kFirstMove = 0.12;     // cells
+constexpr double kLastMove = 0.02;
+
+CBxPoint<double> TurnedBack(const CBxPoint<double>& point, double degrees) {
+    const double angle = degrees / 180.0 * kPi;
+    return {point.x * std::cos(angle) + point.y * std::sin(angle),
+            point.y * std::cos(angle) - point.x * std::sin(angle)};
+}
+
+bool IsNear(const SBxGridPose& a, const SBxGridPose& b) {
+    const double cell = std::min(std::hypot(a.along.x, a.along.y), std::hypot(a.down.x, a.down.y));
+    for (const int corner : {0, 1, 2, 3}) {
+        const CBxPoint<double> p = a.PointAt((corner & 1) * kGridSide, (corner >> 1) * kGridSide);
+        const CBxPoint<double> q = b.PointAt((corner & 1) * kGridSide, (corner >> 1) * kGridSide);
+        if (std::hypot(p.x - q.x, p.y - q.y) > kNear * cell) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+bool CBxBestGrids::Prepare(std::size_t most) {
+    m_uiMost = most;
+    m_uiCount = 0;
+    m_fBar = -std::numeric_limits<float>::infinity();
+    return m_Grids.Allocate(3 * most);
+}
+
+void CBxBestGrids::Offer(const SBxTurnedGrid& grid) {
+    if (!(grid.worth > m_fBar)) {
+        return;
+    }
+    if (m_uiCount == m_Grids.Size()) {
+        Settle();
+    }
+    m_Grids[m_uiCount++] = grid;
+}
+
+void CBxBestGrids::Settle() {
+    std::sort(m_Grids.Data(), m_Grids.Data() + m_uiCount, [](const SBxTurnedGrid& a, const SBxTurnedGrid& b) {
+        return a.worth != b.worth                   ? a.worth > b.worth
+               : a.degrees != b.degrees             ? a.degrees < b.degrees
+               : a.pose.origin.x != b.pose.origin.x ? a.pose.origin.x < b.pose.origin.x
+                                                    : a.pose.origin.y < b.pose.origin.y;
+    });
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < m_uiCount && kept < m_uiMost; ++i) {
+        const SBxGridPose& pose = m_Grids[i].pose;
+        if (std::none_of(m_Grids.Data(), m_Grids.Data() + kept,
+                         [&pose](const SBxTurnedGrid& better) { return IsNear(better.pose, pose); })) {
+            m_Grids[kept++] = m_Grids[i];
+        }
+    }
+    m_uiCount = kept;
+    if (kept == m_uiMost) {
+        m_fBar = m_Grids[kept - 1].worth;
+    }
+}
+
+bool CBxTurnedMap::Make(const CBxPatternPlane& planes, double cellWidth, double cellHeight, const SBxTone& tone) {
+    m_dCellWidth = cellWidth;
+    m_dCellHeight = cellHeight;
+    const int factorX = std::max(1, static_cast<int>(cellWidth * planes.Scale() / kSmallestOfMap));
+    const int factorY = std::max(1, static_cast<int>(cellHeight * planes.Scale() / kSmallestOfMap));
+    m_dScaleX = planes.Scale() / factorX;
+    m_dScaleY = planes.Scale() / factorY;
+    CBxPatternPlane reduced;
+    const double middle = std::sqrt(kSizes);
+    return reduced.PrepareReduced(planes, factorX, factorY) &&
+           m_Map.Make(reduced, middle * cellWidth * m_dScaleX, middle * cellHeight * m_dScaleY) &&
+           m_Map.SetComb(reduced, tone);
+}
+
+float CBxTurnedMap::Worth(const SBxGridPose& pose) const {
+    float sum = 0.0f;
+    const float* values = m_Map.Values();
+    const int width = m_Map.Width();
+    for (int cell = 0; cell < kCellCount; ++cell) {
+        const CBxPoint<double> centre = pose.CentreOfCell(cell);
+        const double x = centre.x * m_dScaleX - 0.5;
+        const double y = centre.y * m_dScaleY - 0.5;
+        if (x < 0.0 || y < 0.0 || x >= width - 1 || y >= m_Map.Height() - 1) {
+            continue;
+        }
+        const int column = static_cast<int>(x);
+        const int row = static_cast<int>(y);
+        const auto dx = static_cast<float>(x - column);
+        const auto dy = static_cast<float>(y - row);
+        const float* upper = values + static_cast<std::ptrdiff_t>(row) * width + column;
+        const float* lower = upper + width;
+        sum += std::clamp(
+            (upper[0] + dx * (upper[1] - upper[0])) * (1.0f - dy) + (lower[0] + dx * (lower[1] - lower[0])) * dy,
+            -kMostWorth, kMostWorth);
+    }
+    return sum;
+}
+
+float CBxTurnedMap::Follow(SBxGridPose& pose) const {
+    float best = Worth(pose);
+    for (double step = kFirstMove; step > kLastMove; step *= 0.5) {
+        for (int move = 0; move < 2 * kGridMoves; ++move) {
+            const SBxGridPose moved = BX_MovedPose(pose, move / 2, move % 2 == 0 ? step : -step);
+            const float worth = Worth(moved);
+            if (worth > best) {
+                best = worth;
+                pose = moved;
+            }
+        }
+    }
+    return best;
+}
+
+double CBxTurnedSweep::Grids(double width, double height, double cellWidth, double cellHeight) {
+    const double middle = kGridSide * kViewOfCell * std::sqrt(CBxTurnedMap::kSizes);
+    const double columns = std::max(1.0, width * kViewOfCell / cellWidth - middle);
+    const double rows = std::max(1.0, height * kViewOfCell / cellHeight - middle);
+    return columns * rows * kHeights * kHeights;
+}
+
+bool CBxTurnedSweep::Prepare(const CBxTurnedMap& map, double degrees) {
+    m_fDegrees = static_cast<float>(degrees);
+    m_dScaleX = kViewOfCell / map.m_dCellWidth;
+    m_dScaleY = kViewOfCell / map.m_dCellHeight;
+    const double width = map.m_Map.Width() / map.m_dScaleX;
+    const double height = map.m_Map.Height() / map.m_dScaleY;
+    CBxPoint<double> last = {-1e9, -1e9};
+    m_Origin = {1e9, 1e9};
+    for (const int corner : {0, 1, 2, 3}) {
+        const CBxPoint<double> point = TurnedBack({(corner & 1) * width, (corner >> 1) * height}, degrees);
+        m_Origin = {std::min(m_Origin.x, point.x), std::min(m_Origin.y, point.y)};
+        last = {std::max(last.x, point.x), std::max(last.y, point.y)};
+    }
+    m_iWidth = static_cast<int>((last.x - m_Origin.x) * m_dScaleX);
+    m_iHeight = static_cast<int>((last.y - m_Origin.y) * m_dScaleY);
+    if (!m_View.AllocateZeroed(static_cast<std::size_t>(m_iWidth) * m_iHeight) ||
+        !m_Sums.AllocateZeroed(static_cast<std::size_t>(m_iWidth)) ||
+        !m_Worths.AllocateZeroed(static_cast<std::size_t>(m_iWidth))) {
+        return false;
+    }
+    // From a pixel of the view to the next one, in pixels of the map.
+    const CBxPoint<double> right = TurnedBack({1.0 / m_dScaleX, 0.0}, -degrees);
+    const double stepX = right.x * map.m_dScaleX;
+    const double stepY = right.y * map.m_dScaleY;
+    const float* values = map.m_Map.Values();
+    const int mapWidth = map.m_Map.Width();
+    for (int y = 0; y < m_iHeight; ++y) {
+        const CBxPoint<double> start =
+            TurnedBack({m_Origin.x + 0.5 / m_dScaleX, m_Origin.y + (y + 0.5) / m_dScaleY}, -degrees);
+        double mapX = start.x * map.m_dScaleX - 0.5;
+        double mapY = start.y * map.m_dScaleY - 0.5;
+        std::int16_t* row = m_View.Data() + static_cast<std::ptrdiff_t>(y) * m_iWidth;
+        for (int x = 0; x < m_iWidth; ++x, mapX += stepX, mapY += stepY) {
+            if (mapX >= 0.0 && mapY >= 0.0 && mapX < mapWidth - 1 && mapY < map.m_Map.Height() - 1) {
+                const int column = static_cast<int>(mapX);
+                const int line = static_cast<int>(mapY);
+                const auto dx = static_cast<float>(mapX - column);
+                const auto dy = static_cast<float>(mapY - line);
+                const float* upper = values + static_cast<std::ptrdiff_t>(line) * mapWidth + column;
+                const float* lower = upper + mapWidth;
+                const float worth = (upper[0] + dx * (upper[1] - upper[0])) * (1.0f - dy) +
+                                    (lower[0] + dx * (lower[1] - lower[0])) * dy;
+                row[x] = static_cast<std::int16_t>(kSteps * std::clamp(worth, -kMostWorth, kMostWorth));
+            }
+        }
+    }
+    return true;
+}
+
+void CBxTurnedSweep::SumRows(int top, double height) {
+    std::int16_t* const sums = m_Sums.Data();
+    std::fill(sums, sums + m_iWidth, static_cast<std::int16_t>(0));
+    for (int cell = 0; cell < kGridSide; cell += 2) {
+        const int first = top + static_cast<int>((cell + 0.5) * height / kGridSide);
+        const int second = top + static_cast<int>((cell + 1.5) * height / kGridSide);
+        const std::int16_t* a = m_View.Data() + static_cast<std::ptrdiff_t>(first) * m_iWidth;
+        const std::int16_t* b = m_View.Data() + static_cast<std::ptrdiff_t>(second) * m_iWidth;
+        for (int x = 0; x < m_iWidth; ++x) {
+            sums[x] = static_cast<std::int16_t>(sums[x] + a[x] + b[x]);
+        }
+    }
+}
+
+void CBxTurnedSweep::FindBest(CBxBestGrids& best, double width, int top, double height) {
+    const int count = m_iWidth - static_cast<int>(std::ceil(width)) + 1;
+    const std::int16_t* s[kGridSide];
+    for (int cell = 0; cell < kGridSide; ++cell) {
+        s[cell] = m_Sums.Data() + static_cast<int>((cell + 0.5) * width / kGridSide);
+    }
+    std::int16_t* const worths = m_Worths.Data();
+    std::int16_t highest = std::numeric_limits<std::int16_t>::min();
+    for (int x = 0; x < count; ++x) {
+        const auto worth = static_cast<std::int16_t>(s[0][x] + s[1][x] + s[2][x] + s[3][x] + s[4][x] + s[5][x] +
+                                                     s[6][x] + s[7][x] + s[8][x] + s[9][x] + s[10][x] + s[11][x] +
+                                                     s[12][x] + s[13][x] + s[14][x] + s[15][x]);
+        worths[x] = worth;
+        highest = std::max(highest, worth);
+    }
+    const float worth = static_cast<float>(highest) / kSteps;
+    if (count > 0 && worth > best.Bar()) {
+        const auto x = static_cast<double>(std::find(worths, worths + count, highest) - worths);
+        const double degrees = m_fDegrees;
+        best.Offer({worth,
+                    m_fDegrees,
+                    {TurnedBack({m_Origin.x + x / m_dScaleX, m_Origin.y + top / m_dScaleY}, -degrees),
+                     TurnedBack({width / m_dScaleX / kGridSide, 0.0}, -degrees),
+                     TurnedBack({0.0, height / m_dScaleY / kGridSide}, -degrees)}});
+    }
+}
+
+unsigned long CBxTurnedSweep::SweepHeight(CBxBestGrids& best, int height) {
+    constexpr double kSmallest = kGridSide * kViewOfCell;
+    const double high = kSmallest + height * kSizeStep;
+    unsigned long grids = 0;
+    for (int top = 0; top + high <= m_iHeight; ++top) {
+        SumRows(top, high);
+        for (double wide = kSmallest; wide < kSmallest * CBxTurnedMap::kSizes && wide <= m_iWidth; wide += kSizeStep) {
+            FindBest(best, wide, top, high);
+            grids += static_cast<unsigned long>(m_iWidth - wide) + 1;
+        }
+    }
+    return grids;
+}

@@ -1,0 +1,101 @@
+// Looks at every place of a cell map for grids that were turned by some degrees.
+//
+// The map is turned back, in steps of a sixth of a cell, to whole numbers of two bytes. Upright grids of one size then
+// have their columns at fixed distances, so the worth of all grids of a row is the sum of 16 shifted copies of the
+// row's sums,
+//
+//      sums of 16 rows      s s s s s s s s s s s s ..
+//      shifted              . . s s s s s s s s s s ..
+//                           . . . . . s s s s s s s ..
+//
+// eight of them at a time: a billion grids a second.
+#pragma once
+
+#include <cstdint>
+
+#include "cell_map.h"
+#include "grid_pose.h"
+#include "heap_array.h"
+
+// A grid that a map speaks for.
+struct SBxTurnedGrid {
+    float worth;
+    float degrees;  // by which the picture was turned
+    SBxGridPose pose;
+};
+
+// The best grids that were offered, none of them within a third of a cell of a better one.
+class CBxBestGrids {
+public:
+    // Room for `most` distinct grids. False without memory.
+    [[nodiscard]] bool Prepare(std::size_t most);
+
+    // What a grid must be worth to be taken.
+    float Bar() const { return m_fBar; }
+    void Offer(const SBxTurnedGrid& grid);
+    // Sorts, best first, and drops what is near a better one; to be called before the grids are read.
+    void Settle();
+
+    std::size_t Count() const { return m_uiCount; }
+    SBxTurnedGrid& operator[](std::size_t index) { return m_Grids[index]; }
+    const SBxTurnedGrid& operator[](std::size_t index) const { return m_Grids[index]; }
+
+private:
+    std::size_t m_uiMost = 0;
+    std::size_t m_uiCount = 0;
+    float m_fBar = -1e30f;
+    CBxHeapArray<SBxTurnedGrid> m_Grids;  // twice as many as are kept
+};
+
+// A map of cells of nearly one size.
+class CBxTurnedMap {
+public:
+    // For cells from `cellWidth` x `cellHeight` pixels of the picture up to kSizes times as large. False without
+    // memory.
+    [[nodiscard]] bool Make(const CBxPatternPlane& planes, double cellWidth, double cellHeight, const SBxTone& tone);
+
+    static constexpr double kSizes = 1.25;
+
+    // The worth of any grid.
+    float Worth(const SBxGridPose& pose) const;
+    // Moves the edges of a grid, and turns it, to where it is worth most; returns that.
+    float Follow(SBxGridPose& pose) const;
+
+private:
+    friend class CBxTurnedSweep;
+
+    double m_dCellWidth = 0.0;
+    double m_dCellHeight = 0.0;
+    double m_dScaleX = 1.0;  // pixels of the map a pixel of the picture
+    double m_dScaleY = 1.0;
+    CBxCellMap m_Map;
+};
+
+// A map turned back by some degrees, and the walk over its grids.
+class CBxTurnedSweep {
+public:
+    // How many grids there are, about, in a picture of this size.
+    static double Grids(double width, double height, double cellWidth, double cellHeight);
+
+    // False without memory.
+    [[nodiscard]] bool Prepare(const CBxTurnedMap& map, double degrees);
+
+    // Offers what is worth it of the grids of one height, 0 .. kHeights - 1. Returns how many there are.
+    unsigned long SweepHeight(CBxBestGrids& best, int height);
+
+    static constexpr int kHeights = 20;
+
+private:
+    void SumRows(int top, double height);
+    void FindBest(CBxBestGrids& best, double width, int top, double height);
+
+    float m_fDegrees = 0.0f;
+    double m_dScaleX = 1.0;  // pixels of the view a pixel of the picture
+    double m_dScaleY = 1.0;
+    CBxPoint<double> m_Origin = {};  // of the view, in the frame turned back
+    int m_iWidth = 0;
+    int m_iHeight = 0;
+    CBxHeapArray<std::int16_t> m_View;
+    CBxHeapArray<std::int16_t> m_Sums;
+    CBxHeapArray<std::int16_t> m_Worths;
+};
