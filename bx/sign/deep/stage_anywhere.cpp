@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cmath>
 
+#include "cell_lattice.h"
 #include "comb_climb.h"
 #include "deep_run.h"
 #include "heap_array.h"
@@ -14,27 +15,55 @@
 
 namespace {
 
-constexpr double kAngleStep = 1.5;            // degrees
-constexpr int kAngles = 8;                    // to either side
-constexpr double kSmallestCell = 5.0;         // pixels
-constexpr double kSmallestTurnedCell = 14.0;  // pixels; few turned pictures are reduced as well
-constexpr double kLongest = 2.6;              // the longer side of a carrier against the shorter one
-constexpr double kMostUpright = 2e8;          // grids
-constexpr double kMostTurned = 6e8;
+constexpr double kPi = 3.141592653589793;
+constexpr double kCellAsSigned = kSmallestCarrierSide / kGridSide;  // pixels; smaller cells were reduced
+constexpr double kAngleStep = 1.5;                                  // degrees
+constexpr int kAngles = 8;                                          // to either side
+constexpr double kSmallestTurned = 0.985 * kCellAsSigned;           // few turned pictures are reduced as well
+constexpr double kSmallestCell = 4.1;                               // pixels
+constexpr double kAlmost = 0.999;
+constexpr double kLongest = 2.6;        // the longer side of a carrier against the shorter one
+constexpr double kMostUpright = 2.5e8;  // grids
+constexpr double kMostTurned = 5e8;
 constexpr int kMostSizes = 256;
 constexpr std::size_t kOfAngle = 32;  // grids that one sweep may give
 constexpr std::size_t kOfSizes = 96;
 constexpr std::size_t kMostFollowed = 200;
 constexpr std::size_t kMostClimbed = 60;
 constexpr std::size_t kMostRead = 16;
-constexpr double kCellAsSigned = kSmallestCarrierSide / kGridSide;  // pixels; smaller cells were reduced
-constexpr double kErrorOfMap = 0.1;                                 // cells
+constexpr int kMostPlaces = 12;  // of one lattice
+constexpr int kMostClimbedPlaces = 4;
+constexpr double kShareOfSharp = 0.5;  // of the blur
+constexpr double kErrorOfMap = 0.1;    // cells
 constexpr int kFirstRounds = 2;
-constexpr double kErrorOfClimb = 0.05;  // cells
+constexpr double kErrorOfClimb = 0.05;
+constexpr double kErrorOfPlace = 0.03;
 constexpr int kLastRounds = 4;
-constexpr double kClearComb = 6.0;  // standard deviations; chance makes it 5
-constexpr int kFarthestPlace = 2;   // cells
-constexpr double kPi = 3.141592653589793;
+constexpr double kClearComb = 6.0;     // standard deviations; chance makes it 5
+constexpr double kSameLattice = 0.25;  // cells
+
+// Whether two grids differ by a shift of whole cells only.
+bool IsAlias(const SBxGridPose& a, const SBxGridPose& b) {
+    const double determinant = a.along.x * a.down.y - a.along.y * a.down.x;
+    double first[2] = {};
+    for (const int corner : {0, 1, 2, 3}) {
+        const double column = (corner & 1) * kGridSide;
+        const double row = (corner >> 1) * kGridSide;
+        const CBxPoint<double> p = a.PointAt(column, row);
+        const CBxPoint<double> q = b.PointAt(column, row);
+        const double shift[2] = {((q.x - p.x) * a.down.y - (q.y - p.y) * a.down.x) / determinant,
+                                 ((q.y - p.y) * a.along.x - (q.x - p.x) * a.along.y) / determinant};
+        for (int axis = 0; axis < 2; ++axis) {
+            if (corner == 0) {
+                first[axis] = std::round(shift[axis]);
+            }
+            if (std::fabs(shift[axis] - first[axis]) > kSameLattice) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
 
 // A range of cell sizes, from so many pixels up.
 struct SSizes {
@@ -68,8 +97,12 @@ private:
         const double width = m_Run.m_Sums.Width();
         const double height = m_Run.m_Sums.Height();
         constexpr double kStep = CBxTurnedMap::kSizes;
-        for (double high = height / kGridSide / kStep; high * kStep > kSmallestCell; high /= kStep) {
-            for (double wide = width / kGridSide / kStep; wide * kStep > kSmallestCell; wide /= kStep) {
+        double smallest = kSmallestTurned;
+        while (smallest > kStep * kSmallestCell) {
+            smallest /= kStep;
+        }
+        for (double high = smallest; high * kGridSide < height; high *= kStep) {
+            for (double wide = smallest; wide * kGridSide < width; wide *= kStep) {
                 if (wide < kLongest * kStep * high && high < kLongest * kStep * wide && m_iSizes < kMostSizes) {
                     m_Sizes[m_iSizes++] = {wide, high, CBxTurnedSweep::Grids(width, height, wide, high), 0};
                 }
@@ -79,12 +112,15 @@ private:
         double upright = 0.0;
         double turned = 0.0;
         int count = 0;
-        for (; count < m_iSizes && upright < kMostUpright; ++count) {
-            SSizes& sizes = m_Sizes[count];
+        for (int i = 0; i < m_iSizes; ++i) {
+            SSizes sizes = m_Sizes[i];
             upright += sizes.grids;
-            if (std::min(sizes.width, sizes.height) * kStep > kSmallestTurnedCell) {
+            if (std::min(sizes.width, sizes.height) > kAlmost * kSmallestTurned) {
                 turned += 2 * kAngles * sizes.grids;
                 sizes.angles = turned < kMostTurned ? kAngles : 0;
+            }
+            if (upright < kMostUpright) {
+                m_Sizes[count++] = sizes;
             }
         }
         m_iSizes = count;
@@ -149,6 +185,7 @@ private:
         }
         std::stable_sort(m_Climbed, m_Climbed + m_iClimbed,
                          [](const SClimbed& a, const SClimbed& b) { return a.clearness > b.clearness; });
+        DropAliases();
         auto read = [this](std::size_t begin, std::size_t end) {
             for (std::size_t i = begin; i < end && !m_Run.Ended(); ++i) {
                 ReadLattice(m_Climbed[i].trial);
@@ -156,6 +193,19 @@ private:
             return !m_Run.Ended();
         };
         BX_RunSlices(std::min(kMostRead, static_cast<std::size_t>(m_iClimbed)), 1, m_Run.m_uiThreads, read);
+    }
+
+    // Of grids whose cells are the same but for a shift by whole cells the clearest is kept.
+    void DropAliases() {
+        int kept = 0;
+        for (int i = 0; i < m_iClimbed; ++i) {
+            if (std::none_of(m_Climbed, m_Climbed + kept, [this, i](const SClimbed& better) {
+                    return IsAlias(better.trial.pose, m_Climbed[i].trial.pose);
+                })) {
+                std::swap(m_Climbed[kept++], m_Climbed[i]);
+            }
+        }
+        m_iClimbed = kept;
     }
 
     static SBxGridTrial TrialOf(const SBxTurnedGrid& grid) {
@@ -168,22 +218,37 @@ private:
     // Decodes a grid where its comb is clearest. A grid that lies some whole cells beside the carrier has nearly as
     // clear a comb, so places around are decoded, too.
     void ReadLattice(SBxGridTrial trial) {
-        const double clearness = BX_ClimbComb(m_Run, trial, kErrorOfClimb, kLastRounds);
-        if (trial.turned != 0.0) {
-            trial.turned = std::atan2(trial.pose.along.y, trial.pose.along.x) * 180.0 / kPi;
-        }
-        m_Run.TryAsRead(trial, EBxDeepStage::Anywhere);
-        if (clearness < kClearComb) {
+        if (ReadWhereClearest(trial, kErrorOfClimb) < kClearComb || m_Run.Ended()) {
             return;
         }
-        for (int down = -kFarthestPlace; down <= kFarthestPlace; ++down) {
-            for (int right = -kFarthestPlace; right <= kFarthestPlace && !m_Run.Ended(); ++right) {
-                if (down != 0 || right != 0) {
-                    SBxGridTrial shifted = trial;
-                    shifted.pose.origin = trial.pose.PointAt(right, down);
-                    m_Run.TryAsRead(shifted, EBxDeepStage::Anywhere);
-                }
-            }
+        CBxCellLattice lattice;
+        lattice.Read(m_Run, trial);
+        SBxGridTrial places[kMostPlaces];
+        const int count = lattice.ClearestPlaces(places, kMostPlaces);
+        for (int i = 0; i < count && !m_Run.Ended(); ++i) {
+            m_Run.TryAsRead(places[i], EBxDeepStage::Anywhere);
+        }
+        for (int i = 0; i < std::min(count, kMostClimbedPlaces) && !m_Run.Ended(); ++i) {
+            ReadWhereClearest(places[i], kErrorOfPlace);
+        }
+    }
+
+    // Under soft edges and sharp ones: programs that scale or turn pictures differ. Returns how clear the comb is.
+    double ReadWhereClearest(SBxGridTrial& trial, double error) {
+        const double blur = trial.blur;
+        double clearness = 0.0;
+        for (const double share : {kShareOfSharp, 1.0}) {
+            trial.blur = share * blur;
+            clearness = std::max(clearness, BX_ClimbComb(m_Run, trial, error, kLastRounds));
+            SetAngle(trial);
+            m_Run.TryAsRead(trial, EBxDeepStage::Anywhere);
+        }
+        return clearness;
+    }
+
+    static void SetAngle(SBxGridTrial& trial) {
+        if (trial.turned != 0.0) {
+            trial.turned = std::atan2(trial.pose.along.y, trial.pose.along.x) * 180.0 / kPi;
         }
     }
 

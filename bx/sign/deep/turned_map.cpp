@@ -10,11 +10,12 @@ namespace {
 constexpr double kPi = 3.141592653589793;
 constexpr double kViewOfCell = 6.0;     // pixels of the view that the smallest cells are wide and high
 constexpr double kSmallestOfMap = 7.0;  // pixels of the map; cells are not reduced below
-constexpr double kSizeStep = 1.2;       // pixels of the view, of the sides of grids
-constexpr float kSteps = 30.0f;         // of the view's numbers, for a worth of 1
-constexpr float kMostWorth = 4.0f;      // of one cell
-constexpr double kNear = 0.35;          // cells
-constexpr double kFirstMove = 0.12;     // cells
+constexpr double kSmallestGrid = kGridSide * kViewOfCell;
+constexpr double kSizeStep = 1.6;    // pixels of the view, of the sides of grids
+constexpr float kSteps = 30.0f;      // of the view's numbers, for a worth of 1
+constexpr float kMostWorth = 4.0f;   // of one cell
+constexpr double kNear = 0.35;       // cells
+constexpr double kFirstMove = 0.12;  // cells
 constexpr double kLastMove = 0.02;
 
 CBxPoint<double> TurnedBack(const CBxPoint<double>& point, double degrees) {
@@ -132,7 +133,7 @@ double CBxTurnedSweep::Grids(double width, double height, double cellWidth, doub
     const double middle = kGridSide * kViewOfCell * std::sqrt(CBxTurnedMap::kSizes);
     const double columns = std::max(1.0, width * kViewOfCell / cellWidth - middle);
     const double rows = std::max(1.0, height * kViewOfCell / cellHeight - middle);
-    return columns * rows * kHeights * kHeights;
+    return columns * rows * kHeights * kWidths;
 }
 
 bool CBxTurnedSweep::Prepare(const CBxTurnedMap& map, double degrees) {
@@ -152,7 +153,8 @@ bool CBxTurnedSweep::Prepare(const CBxTurnedMap& map, double degrees) {
     m_iHeight = static_cast<int>((last.y - m_Origin.y) * m_dScaleY);
     if (!m_View.AllocateZeroed(static_cast<std::size_t>(m_iWidth) * m_iHeight) ||
         !m_Sums.AllocateZeroed(static_cast<std::size_t>(m_iWidth)) ||
-        !m_Worths.AllocateZeroed(static_cast<std::size_t>(m_iWidth))) {
+        !m_Worths.AllocateZeroed(static_cast<std::size_t>(m_iWidth)) || !m_Fours.AllocateZeroed(m_View.Size()) ||
+        !m_FoursOfRow.AllocateZeroed(static_cast<std::size_t>(m_iWidth))) {
         return false;
     }
     // From a pixel of the view to the next one, in pixels of the map.
@@ -184,32 +186,68 @@ bool CBxTurnedSweep::Prepare(const CBxTurnedMap& map, double degrees) {
     return true;
 }
 
-void CBxTurnedSweep::SumRows(int top, double height) {
-    std::int16_t* const sums = m_Sums.Data();
-    std::fill(sums, sums + m_iWidth, static_cast<std::int16_t>(0));
-    for (int cell = 0; cell < kGridSide; cell += 2) {
-        const int first = top + static_cast<int>((cell + 0.5) * height / kGridSide);
-        const int second = top + static_cast<int>((cell + 1.5) * height / kGridSide);
-        const std::int16_t* a = m_View.Data() + static_cast<std::ptrdiff_t>(first) * m_iWidth;
-        const std::int16_t* b = m_View.Data() + static_cast<std::ptrdiff_t>(second) * m_iWidth;
-        for (int x = 0; x < m_iWidth; ++x) {
-            sums[x] = static_cast<std::int16_t>(sums[x] + a[x] + b[x]);
+// Distances between neighbouring cells and between neighbouring pairs of them, in whole pixels, and where the fours of
+// cells begin.
+struct CBxTurnedSweep::SSpacing {
+    int pair;
+    int four;
+    int starts[kFours];
+
+    explicit SSpacing(double size) {
+        const double cell = size / kGridSide;
+        pair = static_cast<int>(std::lround(cell));
+        four = static_cast<int>(std::lround(2.0 * cell));
+        for (int i = 0; i < kFours; ++i) {
+            // The middle of the four lies where it should.
+            starts[i] = static_cast<int>((4 * i + 2) * cell - 0.5 * (pair + four) + 0.5);
         }
+    }
+};
+
+// Each pixel of the view becomes the sum of a four of cells that begins there and runs down.
+void CBxTurnedSweep::SumFoursDown(const SSpacing& spacing) {
+    const auto pair = static_cast<std::ptrdiff_t>(spacing.pair) * m_iWidth;
+    const auto four = static_cast<std::ptrdiff_t>(spacing.four) * m_iWidth;
+    const std::ptrdiff_t count = static_cast<std::ptrdiff_t>(m_iHeight) * m_iWidth - pair - four;
+    const std::int16_t* const view = m_View.Data();
+    std::int16_t* const fours = m_Fours.Data();
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        fours[i] = static_cast<std::int16_t>(view[i] + view[i + pair] + view[i + four] + view[i + four + pair]);
     }
 }
 
-void CBxTurnedSweep::FindBest(CBxBestGrids& best, double width, int top, double height) {
-    const int count = m_iWidth - static_cast<int>(std::ceil(width)) + 1;
-    const std::int16_t* s[kGridSide];
-    for (int cell = 0; cell < kGridSide; ++cell) {
-        s[cell] = m_Sums.Data() + static_cast<int>((cell + 0.5) * width / kGridSide);
+void CBxTurnedSweep::SumRows(int top, const SSpacing& rows) {
+    const std::int16_t* four[kFours];
+    for (int i = 0; i < kFours; ++i) {
+        four[i] = m_Fours.Data() + static_cast<std::ptrdiff_t>(top + rows.starts[i]) * m_iWidth;
     }
+    std::int16_t* const sums = m_Sums.Data();
+    for (int x = 0; x < m_iWidth; ++x) {
+        sums[x] = static_cast<std::int16_t>(four[0][x] + four[1][x] + four[2][x] + four[3][x]);
+    }
+}
+
+void CBxTurnedSweep::SumFoursAcross(const SSpacing& columns) {
+    const int count = m_iWidth - columns.pair - columns.four;
+    const std::int16_t* const sums = m_Sums.Data();
+    std::int16_t* const fours = m_FoursOfRow.Data();
+    for (int x = 0; x < count; ++x) {
+        fours[x] = static_cast<std::int16_t>(sums[x] + sums[x + columns.pair] + sums[x + columns.four] +
+                                             sums[x + columns.four + columns.pair]);
+    }
+}
+
+void CBxTurnedSweep::FindBest(CBxBestGrids& best, double width, const SSpacing& columns, int top, double height) {
+    const int count = m_iWidth - static_cast<int>(std::ceil(width));
+    const std::int16_t* const fours = m_FoursOfRow.Data();
+    const std::int16_t* const a = fours + columns.starts[0];
+    const std::int16_t* const b = fours + columns.starts[1];
+    const std::int16_t* const c = fours + columns.starts[2];
+    const std::int16_t* const d = fours + columns.starts[3];
     std::int16_t* const worths = m_Worths.Data();
     std::int16_t highest = std::numeric_limits<std::int16_t>::min();
     for (int x = 0; x < count; ++x) {
-        const auto worth = static_cast<std::int16_t>(s[0][x] + s[1][x] + s[2][x] + s[3][x] + s[4][x] + s[5][x] +
-                                                     s[6][x] + s[7][x] + s[8][x] + s[9][x] + s[10][x] + s[11][x] +
-                                                     s[12][x] + s[13][x] + s[14][x] + s[15][x]);
+        const auto worth = static_cast<std::int16_t>(a[x] + b[x] + c[x] + d[x]);
         worths[x] = worth;
         highest = std::max(highest, worth);
     }
@@ -226,13 +264,24 @@ void CBxTurnedSweep::FindBest(CBxBestGrids& best, double width, int top, double 
 }
 
 unsigned long CBxTurnedSweep::SweepHeight(CBxBestGrids& best, int height) {
-    constexpr double kSmallest = kGridSide * kViewOfCell;
-    const double high = kSmallest + height * kSizeStep;
+    const double high = kSmallestGrid + height * kSizeStep;
+    const SSpacing rows(high);
     unsigned long grids = 0;
+    if (high > m_iHeight || kSmallestGrid > m_iWidth) {
+        return grids;
+    }
+    SumFoursDown(rows);
     for (int top = 0; top + high <= m_iHeight; ++top) {
-        SumRows(top, high);
-        for (double wide = kSmallest; wide < kSmallest * CBxTurnedMap::kSizes && wide <= m_iWidth; wide += kSizeStep) {
-            FindBest(best, wide, top, high);
+        SumRows(top, rows);
+        SSpacing before(0.0);
+        for (int i = 0; i < kWidths && kSmallestGrid + i * kSizeStep <= m_iWidth; ++i) {
+            const double wide = kSmallestGrid + i * kSizeStep;
+            const SSpacing columns(wide);
+            if (columns.pair != before.pair || columns.four != before.four) {
+                SumFoursAcross(columns);
+            }
+            before = columns;
+            FindBest(best, wide, columns, top, high);
             grids += static_cast<unsigned long>(m_iWidth - wide) + 1;
         }
     }

@@ -83,11 +83,16 @@ public:
     // Offers what is worth it of the grids of one height, 0 .. kHeights - 1. Returns how many there are.
     unsigned long SweepHeight(CBxBestGrids& best, int height);
 
-    static constexpr int kHeights = 20;
+    static constexpr int kHeights = 15;
 
 private:
-    void SumRows(int top, double height);
-    void FindBest(CBxBestGrids& best, double width, int top, double height);
+    static constexpr int kWidths = kHeights;
+    static constexpr int kFours = kGridSide / 4;
+    struct SSpacing;
+    void SumFoursDown(const SSpacing& spacing);
+    void SumRows(int top, const SSpacing& rows);
+    void SumFoursAcross(const SSpacing& columns);
+    void FindBest(CBxBestGrids& best, double width, const SSpacing& columns, int top, double height);
 
     float m_fDegrees = 0.0f;
     double m_dScaleX = 1.0;  // pixels of the view a pixel of the picture
@@ -96,6 +101,8 @@ private:
     int m_iWidth = 0;
     int m_iHeight = 0;
     CBxHeapArray<std::int16_t> m_View;
-    CBxHeapArray<std::int16_t> m_Sums;
+    CBxHeapArray<std::int16_t> m_Fours;  // of cells that stand one below the other
+    CBxHeapArray<std::int16_t> m_Sums;   // of 16 rows
+    CBxHeapArray<std::int16_t> m_FoursOfRow;
     CBxHeapArray<std::int16_t> m_Worths;
 };
