@@ -9,8 +9,9 @@ constexpr double kPi = 3.141592653589793;
 constexpr double kRadiansOfTone = 2.0 * kPi / (kPeriod / 2);
 constexpr double kLeastError = 0.25;  // pixels
 constexpr double kStepOfError = 1.0;
-constexpr int kSweeps = 2;  // of all moves, in a round
-constexpr int kShifts = 2;  // moves of the whole grid, before the others
+constexpr double kFewRows = 8.0;  // of an ellipse
+constexpr int kSweeps = 2;        // of all moves, in a round
+constexpr int kShifts = 2;        // moves of the whole grid, before the others
 
 SBxGridPose Moved(const SBxGridPose& pose, int move, double step) {
     if (move >= kShifts) {
@@ -24,7 +25,7 @@ SBxGridPose Moved(const SBxGridPose& pose, int move, double step) {
 
 class CClimb {
 public:
-    CClimb(CBxDeepRun& run, SBxGridTrial& trial) : m_Run(run), m_Trial(trial) {
+    CClimb(CBxDeepRun& run, SBxGridTrial& trial, bool isQuick) : m_Run(run), m_Trial(trial), m_bQuick(isQuick) {
         m_dCell = std::min(std::hypot(trial.pose.along.x, trial.pose.along.y),
                            std::hypot(trial.pose.down.x, trial.pose.down.y));
     }
@@ -52,6 +53,16 @@ public:
     }
 
 private:
+    // Quickly: from fewer rows, under sharp edges.
+    void Read(float* means, const SBxGridTrial& trial) {
+        if (m_bQuick) {
+            m_Run.m_ulGrids.fetch_add(1, std::memory_order_relaxed);
+            m_Run.m_Sums.MeansOfShare(means, trial.pose, kEllipseShare, kFewRows, false);
+        } else {
+            m_Run.ReadMeans(means, trial);
+        }
+    }
+
     // From how the means change when the grid is moved a little.
     void SetWeights(double error) {
         float means[4][kCellCount];
@@ -59,7 +70,7 @@ private:
         for (int i = 0; i < 4; ++i) {
             SBxGridTrial moved = m_Trial;
             (i < 2 ? moved.pose.origin.x : moved.pose.origin.y) += i % 2 == 0 ? -half : half;
-            m_Run.ReadMeans(means[i], moved);
+            Read(means[i], moved);
         }
         for (int cell = 0; cell < kCellCount; ++cell) {
             const double x = means[1][cell] - means[0][cell];
@@ -73,7 +84,7 @@ private:
         SBxGridTrial trial = m_Trial;
         trial.pose = pose;
         float means[kCellCount];
-        m_Run.ReadMeans(means, trial);
+        Read(means, trial);
         double real = 0.0;
         double imaginary = 0.0;
         double squares = 1e-9;
@@ -90,14 +101,15 @@ private:
 
     CBxDeepRun& m_Run;
     SBxGridTrial& m_Trial;
+    const bool m_bQuick;
     double m_dCell;
     double m_dWeights[kCellCount];
 };
 
 }  // namespace
 
-double BX_ClimbComb(CBxDeepRun& run, SBxGridTrial& trial, double error, int rounds) {
-    CClimb climb(run, trial);
+double BX_ClimbComb(CBxDeepRun& run, SBxGridTrial& trial, double error, int rounds, bool isQuick) {
+    CClimb climb(run, trial, isQuick);
     double reached = 0.0;
     for (int round = 0; round < rounds && !run.Ended(); ++round, error *= 0.5) {
         reached = climb.Round(error);

@@ -11,5 +11,6 @@
 #include "deep_run.h"
 
 // Moves, stretches and turns `trial`, from an error of `error` cells on, for so many rounds in each of which the error
-// is halved. Returns how far the comb stands out, in standard deviations of what chance would make it at one place.
-double BX_ClimbComb(CBxDeepRun& run, SBxGridTrial& trial, double error, int rounds);
+// is halved; quickly, from fewer rows of the cells, or closely. Returns how far the comb stands out, in standard
+// deviations of what chance would make it at one place.
+double BX_ClimbComb(CBxDeepRun& run, SBxGridTrial& trial, double error, int rounds, bool isQuick);

@@ -27,11 +27,13 @@ constexpr double kMostUpright = 2.5e8;  // grids
 constexpr double kMostTurned = 5e8;
 constexpr int kMostSizes = 256;
 constexpr std::size_t kOfAngle = 32;  // grids that one sweep may give
-constexpr std::size_t kOfSizes = 96;
-constexpr std::size_t kMostFollowed = 200;
-constexpr std::size_t kMostClimbed = 60;
+constexpr std::size_t kOfSizes = 48;
+constexpr std::size_t kMostFollowed = 100;
+constexpr std::size_t kMostClimbed = 80;
 constexpr std::size_t kMostRead = 16;
-constexpr int kMostPlaces = 12;  // of one lattice
+constexpr std::size_t kSurelyRead = 4;
+constexpr double kPromisingComb = 4.8;  // standard deviations
+constexpr int kMostPlaces = 12;         // of one lattice
 constexpr int kMostClimbedPlaces = 4;
 constexpr double kShareOfSharp = 0.5;  // of the blur
 constexpr double kErrorOfMap = 0.1;    // cells
@@ -79,7 +81,8 @@ public:
 
     unsigned char Search() {
         CBxPatternPlane planes;
-        bool hasMemory = planes.Prepare(m_Run.m_Picture) && m_Best.Prepare(kMostFollowed);
+        bool hasMemory =
+            planes.Prepare(m_Run.m_Picture) && m_Best.Prepare(kMostFollowed) && m_Swept.Prepare(kMostFollowed);
         ChooseSizes();
         for (int i = 0; i < m_iSizes && hasMemory && !m_Run.Ended(); ++i) {
             hasMemory = SearchSizes(planes, m_Sizes[i]);
@@ -142,7 +145,11 @@ private:
         };
         BX_RunSlices(static_cast<std::size_t>(2 * sizes.angles + 1), 1, m_Run.m_uiThreads, slice);
         best.Settle();
-        for (std::size_t i = 0; i < best.Count() && !m_Run.Ended(); ++i) {
+        for (std::size_t i = 0; i < best.Count(); ++i) {
+            m_Swept.Offer(best[i]);
+        }
+        m_Swept.Settle();
+        for (std::size_t i = 0; i < best.Count() && best[i].worth >= m_Swept.Bar() && !m_Run.Ended(); ++i) {
             SBxTurnedGrid grid = best[i];
             grid.worth = map.Follow(grid.pose);
             m_Best.Offer(grid);
@@ -175,7 +182,7 @@ private:
         auto climb = [this](std::size_t begin, std::size_t end) {
             for (std::size_t i = begin; i < end && !m_Run.Ended(); ++i) {
                 m_Climbed[i].trial = TrialOf(m_Best[i]);
-                m_Climbed[i].clearness = BX_ClimbComb(m_Run, m_Climbed[i].trial, kErrorOfMap, kFirstRounds);
+                m_Climbed[i].clearness = BX_ClimbComb(m_Run, m_Climbed[i].trial, kErrorOfMap, kFirstRounds, true);
             }
             return !m_Run.Ended();
         };
@@ -188,7 +195,9 @@ private:
         DropAliases();
         auto read = [this](std::size_t begin, std::size_t end) {
             for (std::size_t i = begin; i < end && !m_Run.Ended(); ++i) {
-                ReadLattice(m_Climbed[i].trial);
+                if (i < kSurelyRead || m_Climbed[i].clearness > kPromisingComb) {
+                    ReadLattice(m_Climbed[i].trial);
+                }
             }
             return !m_Run.Ended();
         };
@@ -239,7 +248,7 @@ private:
         double clearness = 0.0;
         for (const double share : {kShareOfSharp, 1.0}) {
             trial.blur = share * blur;
-            clearness = std::max(clearness, BX_ClimbComb(m_Run, trial, error, kLastRounds));
+            clearness = std::max(clearness, BX_ClimbComb(m_Run, trial, error, kLastRounds, false));
             SetAngle(trial);
             m_Run.TryAsRead(trial, EBxDeepStage::Anywhere);
         }
@@ -255,7 +264,8 @@ private:
     CBxDeepRun& m_Run;
     int m_iSizes = 0;
     SSizes m_Sizes[kMostSizes];
-    CBxBestGrids m_Best;
+    CBxBestGrids m_Swept;  // as they came of the sweeps
+    CBxBestGrids m_Best;   // moved to where they are worth most
     struct SClimbed {
         SBxGridTrial trial;
         double clearness;
