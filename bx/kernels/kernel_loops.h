@@ -8,6 +8,7 @@
 #include "kernel_cells.h"
 #include "kernel_corners.h"
 #include "kernel_ellipses.h"
+#include "kernel_fours.h"
 #include "kernel_resampling.h"
 #include "kernel_sums.h"
 #include "kernels.h"
@@ -160,6 +161,7 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.SmoothedSums4 = SmoothedSums4;
     kernels.AddEllipseRow = AddEllipseRow;
     kernels.SumEllipses = SumEllipses;
+    kernels.SumFour = SumFour;
     return kernels;
 }
 

@@ -149,6 +149,9 @@ struct SBxKernels {
     bool (*AddEllipseRow)(const SBxEllipseRow& row, double* sums, double* weights, unsigned char* undecided);
     // sums[i] = what lies inside ellipse i, areas[i] = how many pixels of the plane that is; parts of pixels count.
     void (*SumEllipses)(const SBxEllipses& cells, float* sums, float* areas);
+    // out[i] = a[i] + b[i] + c[i] + d[i], which must be in range; returns the largest, the lowest number for none. The
+    // inputs may overlap one another.
+    short (*SumFour)(short* out, const short* a, const short* b, const short* c, const short* d, std::size_t count);
 };
 
 // The loops in the form in use.

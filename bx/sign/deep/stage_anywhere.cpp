@@ -22,9 +22,11 @@ constexpr int kAngles = 8;                                          // to either
 constexpr double kSmallestTurned = 0.985 * kCellAsSigned;           // few turned pictures are reduced as well
 constexpr double kSmallestCell = 4.1;                               // pixels
 constexpr double kAlmost = 0.999;
-constexpr double kLongest = 2.6;        // the longer side of a carrier against the shorter one
-constexpr double kMostUpright = 2.5e8;  // grids
-constexpr double kMostTurned = 5e8;
+constexpr double kLongest = 2.6;      // the longer side of a carrier against the shorter one
+constexpr double kMostUpright = 3e8;  // grids
+constexpr double kMostUprightOfSmall = 7e8;
+constexpr double kSmallPicture = 5e5;  // pixels; most are copies of larger ones
+constexpr double kMostTurned = 3e8;
 constexpr int kMostSizes = 256;
 constexpr std::size_t kOfAngle = 32;  // grids that one sweep may give
 constexpr std::size_t kOfSizes = 48;
@@ -39,7 +41,7 @@ constexpr double kShareOfSharp = 0.5;  // of the blur
 constexpr double kErrorOfMap = 0.1;    // cells
 constexpr int kFirstRounds = 2;
 constexpr double kErrorOfClimb = 0.05;
-constexpr double kErrorOfPlace = 0.03;
+constexpr double kErrorsOfPlace[] = {0.03, 0.08};
 constexpr int kLastRounds = 4;
 constexpr double kClearComb = 6.0;     // standard deviations; chance makes it 5
 constexpr double kSameLattice = 0.25;  // cells
@@ -81,8 +83,8 @@ public:
 
     unsigned char Search() {
         CBxPatternPlane planes;
-        bool hasMemory =
-            planes.Prepare(m_Run.m_Picture) && m_Best.Prepare(kMostFollowed) && m_Swept.Prepare(kMostFollowed);
+        bool hasMemory = planes.Prepare(m_Run.m_Picture) && m_Best.Prepare(kMostFollowed, 0.0f) &&
+                         m_Swept.Prepare(kMostFollowed, 0.0f);
         ChooseSizes();
         for (int i = 0; i < m_iSizes && hasMemory && !m_Run.Ended(); ++i) {
             hasMemory = SearchSizes(planes, m_Sizes[i]);
@@ -112,6 +114,7 @@ private:
             }
         }
         std::sort(m_Sizes, m_Sizes + m_iSizes, [](const SSizes& a, const SSizes& b) { return a.grids < b.grids; });
+        const double mostUpright = width * height < kSmallPicture ? kMostUprightOfSmall : kMostUpright;
         double upright = 0.0;
         double turned = 0.0;
         int count = 0;
@@ -122,7 +125,7 @@ private:
                 turned += 2 * kAngles * sizes.grids;
                 sizes.angles = turned < kMostTurned ? kAngles : 0;
             }
-            if (upright < kMostUpright) {
+            if (upright < mostUpright) {
                 m_Sizes[count++] = sizes;
             }
         }
@@ -132,7 +135,7 @@ private:
     bool SearchSizes(const CBxPatternPlane& planes, const SSizes& sizes) {
         CBxTurnedMap map;
         CBxBestGrids best;
-        if (!map.Make(planes, sizes.width, sizes.height, SBxTone()) || !best.Prepare(kOfSizes)) {
+        if (!map.Make(planes, sizes.width, sizes.height, SBxTone()) || !best.Prepare(kOfSizes, m_Swept.Bar())) {
             return false;
         }
         std::atomic<bool> hasMemory{true};
@@ -160,7 +163,7 @@ private:
     bool SweepAngle(CBxBestGrids& best, const CBxTurnedMap& map, double degrees) {
         CBxTurnedSweep sweep;
         CBxBestGrids ofAngle;
-        if (!sweep.Prepare(map, degrees) || !ofAngle.Prepare(kOfAngle)) {
+        if (!sweep.Prepare(map, degrees) || !ofAngle.Prepare(kOfAngle, m_Swept.Bar())) {
             return false;
         }
         unsigned long grids = 0;
@@ -237,8 +240,11 @@ private:
         for (int i = 0; i < count && !m_Run.Ended(); ++i) {
             m_Run.TryAsRead(places[i], EBxDeepStage::Anywhere);
         }
-        for (int i = 0; i < std::min(count, kMostClimbedPlaces) && !m_Run.Ended(); ++i) {
-            ReadWhereClearest(places[i], kErrorOfPlace);
+        for (const double error : kErrorsOfPlace) {
+            for (int i = 0; i < std::min(count, kMostClimbedPlaces) && !m_Run.Ended(); ++i) {
+                SBxGridTrial place = places[i];
+                ReadWhereClearest(place, error);
+            }
         }
     }
 

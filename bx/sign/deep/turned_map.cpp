@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <limits>
 
+#include "kernels.h"
+
 namespace {
 
 constexpr double kPi = 3.141592653589793;
@@ -25,11 +27,12 @@ CBxPoint<double> TurnedBack(const CBxPoint<double>& point, double degrees) {
 }
 
 bool IsNear(const SBxGridPose& a, const SBxGridPose& b) {
-    const double cell = std::min(std::hypot(a.along.x, a.along.y), std::hypot(a.down.x, a.down.y));
+    const auto square = [](double x, double y) { return x * x + y * y; };
+    const double near = kNear * kNear * std::min(square(a.along.x, a.along.y), square(a.down.x, a.down.y));
     for (const int corner : {0, 1, 2, 3}) {
         const CBxPoint<double> p = a.PointAt((corner & 1) * kGridSide, (corner >> 1) * kGridSide);
         const CBxPoint<double> q = b.PointAt((corner & 1) * kGridSide, (corner >> 1) * kGridSide);
-        if (std::hypot(p.x - q.x, p.y - q.y) > kNear * cell) {
+        if (square(p.x - q.x, p.y - q.y) > near) {
             return false;
         }
     }
@@ -38,10 +41,10 @@ bool IsNear(const SBxGridPose& a, const SBxGridPose& b) {
 
 }  // namespace
 
-bool CBxBestGrids::Prepare(std::size_t most) {
+bool CBxBestGrids::Prepare(std::size_t most, float bar) {
     m_uiMost = most;
     m_uiCount = 0;
-    m_fBar = -std::numeric_limits<float>::infinity();
+    m_fBar = bar;
     return m_Grids.Allocate(3 * most);
 }
 
@@ -208,12 +211,9 @@ struct CBxTurnedSweep::SSpacing {
 void CBxTurnedSweep::SumFoursDown(const SSpacing& spacing) {
     const auto pair = static_cast<std::ptrdiff_t>(spacing.pair) * m_iWidth;
     const auto four = static_cast<std::ptrdiff_t>(spacing.four) * m_iWidth;
-    const std::ptrdiff_t count = static_cast<std::ptrdiff_t>(m_iHeight) * m_iWidth - pair - four;
     const std::int16_t* const view = m_View.Data();
-    std::int16_t* const fours = m_Fours.Data();
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-        fours[i] = static_cast<std::int16_t>(view[i] + view[i + pair] + view[i + four] + view[i + four + pair]);
-    }
+    BX_Kernels().SumFour(m_Fours.Data(), view, view + pair, view + four, view + four + pair,
+                         m_View.Size() - static_cast<std::size_t>(pair + four));
 }
 
 void CBxTurnedSweep::SumRows(int top, const SSpacing& rows) {
@@ -221,38 +221,30 @@ void CBxTurnedSweep::SumRows(int top, const SSpacing& rows) {
     for (int i = 0; i < kFours; ++i) {
         four[i] = m_Fours.Data() + static_cast<std::ptrdiff_t>(top + rows.starts[i]) * m_iWidth;
     }
-    std::int16_t* const sums = m_Sums.Data();
-    for (int x = 0; x < m_iWidth; ++x) {
-        sums[x] = static_cast<std::int16_t>(four[0][x] + four[1][x] + four[2][x] + four[3][x]);
-    }
+    BX_Kernels().SumFour(m_Sums.Data(), four[0], four[1], four[2], four[3], m_Sums.Size());
 }
 
 void CBxTurnedSweep::SumFoursAcross(const SSpacing& columns) {
-    const int count = m_iWidth - columns.pair - columns.four;
     const std::int16_t* const sums = m_Sums.Data();
-    std::int16_t* const fours = m_FoursOfRow.Data();
-    for (int x = 0; x < count; ++x) {
-        fours[x] = static_cast<std::int16_t>(sums[x] + sums[x + columns.pair] + sums[x + columns.four] +
-                                             sums[x + columns.four + columns.pair]);
-    }
+    const int behind = columns.pair + columns.four;
+    BX_Kernels().SumFour(m_FoursOfRow.Data(), sums, sums + columns.pair, sums + columns.four, sums + behind,
+                         m_Sums.Size() - static_cast<std::size_t>(behind));
 }
 
 void CBxTurnedSweep::FindBest(CBxBestGrids& best, double width, const SSpacing& columns, int top, double height) {
     const int count = m_iWidth - static_cast<int>(std::ceil(width));
-    const std::int16_t* const fours = m_FoursOfRow.Data();
-    const std::int16_t* const a = fours + columns.starts[0];
-    const std::int16_t* const b = fours + columns.starts[1];
-    const std::int16_t* const c = fours + columns.starts[2];
-    const std::int16_t* const d = fours + columns.starts[3];
-    std::int16_t* const worths = m_Worths.Data();
-    std::int16_t highest = std::numeric_limits<std::int16_t>::min();
-    for (int x = 0; x < count; ++x) {
-        const auto worth = static_cast<std::int16_t>(a[x] + b[x] + c[x] + d[x]);
-        worths[x] = worth;
-        highest = std::max(highest, worth);
+    if (count <= 0) {
+        return;
     }
+    const std::int16_t* four[kFours];
+    for (int i = 0; i < kFours; ++i) {
+        four[i] = m_FoursOfRow.Data() + columns.starts[i];
+    }
+    std::int16_t* const worths = m_Worths.Data();
+    const std::int16_t highest =
+        BX_Kernels().SumFour(worths, four[0], four[1], four[2], four[3], static_cast<std::size_t>(count));
     const float worth = static_cast<float>(highest) / kSteps;
-    if (count > 0 && worth > best.Bar()) {
+    if (worth > best.Bar()) {
         const auto x = static_cast<double>(std::find(worths, worths + count, highest) - worths);
         const double degrees = m_fDegrees;
         best.Offer({worth,

@@ -27,8 +27,8 @@ struct SBxTurnedGrid {
 // The best grids that were offered, none of them within a third of a cell of a better one.
 class CBxBestGrids {
 public:
-    // Room for `most` distinct grids. False without memory.
-    [[nodiscard]] bool Prepare(std::size_t most);
+    // Room for `most` distinct grids that are worth more than `bar`. False without memory.
+    [[nodiscard]] bool Prepare(std::size_t most, float bar);
 
     // What a grid must be worth to be taken.
     float Bar() const { return m_fBar; }
@@ -43,7 +43,7 @@ public:
 private:
     std::size_t m_uiMost = 0;
     std::size_t m_uiCount = 0;
-    float m_fBar = -1e30f;
+    float m_fBar = 0.0f;
     CBxHeapArray<SBxTurnedGrid> m_Grids;  // twice as many as are kept
 };
 
