@@ -35,34 +35,82 @@ void Reduce(float* blue, float* mean, const SBxPicBuf& picture, int factor) {
     }
 }
 
-// A plane of width * height pixels out of one of `fineWidth`; zero to begin with.
-void ReducePlane(float* out, const float* fine, int fineWidth, int width, int height, int factorX, int factorY) {
-    const float share = 1.0f / static_cast<float>(factorX * factorY);
-    for (int y = 0; y < height * factorY; ++y) {
-        const float* row = fine + static_cast<std::ptrdiff_t>(y) * fineWidth;
-        float* outRow = out + static_cast<std::ptrdiff_t>(y / factorY) * width;
-        for (int x = 0; x < width; ++x) {
-            float sum = 0.0f;
-            for (int i = 0; i < factorX; ++i) {
-                sum += row[x * factorX + i];
+// What a pixel of a scaled axis is made of: the mean over the part of the axis that it covers, of at least one pixel.
+struct SCover {
+    int first;
+    int last;
+    float ofFirst;
+    float ofLast;
+    float share;
+
+    SCover(int index, double scale, int size) {
+        const double width = std::max(1.0, 1.0 / scale);
+        const double from = std::clamp((index + 0.5) / scale - width / 2, 0.0, size - 1.0);
+        const double to = std::clamp(from + width, from + 1e-3, static_cast<double>(size));
+        first = static_cast<int>(from);
+        last = std::min(static_cast<int>(to), size - 1);
+        ofFirst = static_cast<float>(first < last ? first + 1 - from : to - from);
+        ofLast = static_cast<float>(first < last ? to - last : 0.0);
+        share = static_cast<float>(1.0 / (to - from));
+    }
+};
+
+void ScaleColumns(float* out, int outWidth, const float* in, int width, int height, double scale) {
+    for (int x = 0; x < outWidth; ++x) {
+        const SCover cover(x, scale, width);
+        for (int y = 0; y < height; ++y) {
+            const float* row = in + static_cast<std::ptrdiff_t>(y) * width;
+            float sum = cover.ofFirst * row[cover.first] + cover.ofLast * row[cover.last];
+            for (int i = cover.first + 1; i < cover.last; ++i) {
+                sum += row[i];
             }
-            outRow[x] += share * sum;
+            out[static_cast<std::ptrdiff_t>(y) * outWidth + x] = cover.share * sum;
+        }
+    }
+}
+
+void ScaleRows(float* out, int outHeight, const float* in, int width, int height, double scale) {
+    for (int y = 0; y < outHeight; ++y) {
+        const SCover cover(y, scale, height);
+        float* outRow = out + static_cast<std::ptrdiff_t>(y) * width;
+        std::fill(outRow, outRow + width, 0.0f);
+        for (int i = cover.first; i <= cover.last; ++i) {
+            const float weight = cover.share * (i == cover.first  ? cover.ofFirst
+                                                : i == cover.last ? cover.ofLast
+                                                                  : 1.0f);
+            const float* row = in + static_cast<std::ptrdiff_t>(i) * width;
+            for (int x = 0; x < width; ++x) {
+                outRow[x] += weight * row[x];
+            }
         }
     }
 }
 
 }  // namespace
 
-bool CBxPatternPlane::PrepareReduced(const CBxPatternPlane& planes, int factorX, int factorY) {
-    m_iWidth = planes.m_iWidth / factorX;
-    m_iHeight = planes.m_iHeight / factorY;
-    m_dScale = planes.m_dScale / factorX;
+bool CBxPatternPlane::PrepareColumns(const CBxPatternPlane& planes, double scale) {
+    m_iWidth = std::max(1, static_cast<int>(planes.m_iWidth * scale));
+    m_iHeight = planes.m_iHeight;
+    m_dScale = planes.m_dScale;
     const std::size_t count = static_cast<std::size_t>(m_iWidth) * m_iHeight;
-    if (!m_Blue.AllocateZeroed(count) || !m_Pattern.AllocateZeroed(count)) {
+    if (!m_Blue.Allocate(count) || !m_Pattern.Allocate(count)) {
         return false;
     }
-    ReducePlane(m_Blue.Data(), planes.m_Blue.Data(), planes.m_iWidth, m_iWidth, m_iHeight, factorX, factorY);
-    ReducePlane(m_Pattern.Data(), planes.m_Pattern.Data(), planes.m_iWidth, m_iWidth, m_iHeight, factorX, factorY);
+    ScaleColumns(m_Blue.Data(), m_iWidth, planes.m_Blue.Data(), planes.m_iWidth, m_iHeight, scale);
+    ScaleColumns(m_Pattern.Data(), m_iWidth, planes.m_Pattern.Data(), planes.m_iWidth, m_iHeight, scale);
+    return true;
+}
+
+bool CBxPatternPlane::PrepareRows(const CBxPatternPlane& planes, double scale) {
+    m_iWidth = planes.m_iWidth;
+    m_iHeight = std::max(1, static_cast<int>(planes.m_iHeight * scale));
+    m_dScale = planes.m_dScale;
+    const std::size_t count = static_cast<std::size_t>(m_iWidth) * m_iHeight;
+    if (!m_Blue.Allocate(count) || !m_Pattern.Allocate(count)) {
+        return false;
+    }
+    ScaleRows(m_Blue.Data(), m_iHeight, planes.m_Blue.Data(), m_iWidth, planes.m_iHeight, scale);
+    ScaleRows(m_Pattern.Data(), m_iHeight, planes.m_Pattern.Data(), m_iWidth, planes.m_iHeight, scale);
     return true;
 }
 

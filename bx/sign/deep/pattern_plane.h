@@ -14,8 +14,10 @@ public:
     // From a 3_8 picture, reduced by a whole factor to 0.3 to 1.4 megapixels. False without memory.
     [[nodiscard]] bool Prepare(const SBxPicBuf& picture);
 
-    // From other planes, reduced by whole factors; Scale() is then that of the rows. False without memory.
-    [[nodiscard]] bool PrepareReduced(const CBxPatternPlane& planes, int factorX, int factorY);
+    // From other planes, with their columns, or their rows, scaled by any factor; Scale() stays theirs. False without
+    // memory.
+    [[nodiscard]] bool PrepareColumns(const CBxPatternPlane& planes, double scale);
+    [[nodiscard]] bool PrepareRows(const CBxPatternPlane& planes, double scale);
 
     int Width() const { return m_iWidth; }
     int Height() const { return m_iHeight; }

@@ -86,8 +86,13 @@ public:
         bool hasMemory = planes.Prepare(m_Run.m_Picture) && m_Best.Prepare(kMostFollowed, 0.0f) &&
                          m_Swept.Prepare(kMostFollowed, 0.0f);
         ChooseSizes();
+        CBxPatternPlane columns;
         for (int i = 0; i < m_iSizes && hasMemory && !m_Run.Ended(); ++i) {
-            hasMemory = SearchSizes(planes, m_Sizes[i]);
+            const double width = m_Sizes[i].width;
+            if (i == 0 || width != m_Sizes[i - 1].width) {
+                hasMemory = columns.PrepareColumns(planes, CBxTurnedMap::ScaleOf(width) / planes.Scale());
+            }
+            hasMemory = hasMemory && SearchSizes(columns, m_Sizes[i]);
         }
         if (hasMemory && !m_Run.Ended()) {
             m_Best.Settle();
@@ -130,12 +135,15 @@ private:
             }
         }
         m_iSizes = count;
+        std::sort(m_Sizes, m_Sizes + m_iSizes, [](const SSizes& a, const SSizes& b) {
+            return a.width != b.width ? a.width > b.width : a.height > b.height;
+        });
     }
 
-    bool SearchSizes(const CBxPatternPlane& planes, const SSizes& sizes) {
+    bool SearchSizes(const CBxPatternPlane& columns, const SSizes& sizes) {
         CBxTurnedMap map;
         CBxBestGrids best;
-        if (!map.Make(planes, sizes.width, sizes.height, SBxTone()) || !best.Prepare(kOfSizes, m_Swept.Bar())) {
+        if (!map.Make(columns, sizes.width, sizes.height, SBxTone()) || !best.Prepare(kOfSizes, m_Swept.Bar())) {
             return false;
         }
         std::atomic<bool> hasMemory{true};

@@ -10,8 +10,9 @@
 namespace {
 
 constexpr double kPi = 3.141592653589793;
-constexpr double kViewOfCell = 6.0;     // pixels of the view that the smallest cells are wide and high
-constexpr double kSmallestOfMap = 7.0;  // pixels of the map; cells are not reduced below
+constexpr double kViewOfCell = 6.0;      // pixels of the view that the smallest cells are wide and high
+constexpr double kCellOfMap = 9.8;       // pixels of the map; boxes of whole pixels suit such cells
+constexpr double kShareOfMiddle = 0.92;  // of the middle size, that they stand for: smaller ones tell cells better
 constexpr double kSmallestGrid = kGridSide * kViewOfCell;
 constexpr double kSizeStep = 1.6;    // pixels of the view, of the sides of grids
 constexpr float kSteps = 30.0f;      // of the view's numbers, for a worth of 1
@@ -79,18 +80,18 @@ void CBxBestGrids::Settle() {
     }
 }
 
-bool CBxTurnedMap::Make(const CBxPatternPlane& planes, double cellWidth, double cellHeight, const SBxTone& tone) {
+double CBxTurnedMap::ScaleOf(double cell) {
+    return kCellOfMap / (kShareOfMiddle * cell * std::sqrt(kSizes));
+}
+
+bool CBxTurnedMap::Make(const CBxPatternPlane& columns, double cellWidth, double cellHeight, const SBxTone& tone) {
     m_dCellWidth = cellWidth;
     m_dCellHeight = cellHeight;
-    const int factorX = std::max(1, static_cast<int>(cellWidth * planes.Scale() / kSmallestOfMap));
-    const int factorY = std::max(1, static_cast<int>(cellHeight * planes.Scale() / kSmallestOfMap));
-    m_dScaleX = planes.Scale() / factorX;
-    m_dScaleY = planes.Scale() / factorY;
-    CBxPatternPlane reduced;
-    const double middle = std::sqrt(kSizes);
-    return reduced.PrepareReduced(planes, factorX, factorY) &&
-           m_Map.Make(reduced, middle * cellWidth * m_dScaleX, middle * cellHeight * m_dScaleY) &&
-           m_Map.SetComb(reduced, tone);
+    m_dScaleX = ScaleOf(cellWidth);
+    m_dScaleY = ScaleOf(cellHeight);
+    CBxPatternPlane planes;
+    return planes.PrepareRows(columns, m_dScaleY / columns.Scale()) && m_Map.Make(planes, kCellOfMap, kCellOfMap) &&
+           m_Map.SetComb(planes, tone);
 }
 
 float CBxTurnedMap::Worth(const SBxGridPose& pose) const {

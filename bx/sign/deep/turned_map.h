@@ -50,9 +50,11 @@ private:
 // A map of cells of nearly one size.
 class CBxTurnedMap {
 public:
-    // For cells from `cellWidth` x `cellHeight` pixels of the picture up to kSizes times as large. False without
-    // memory.
-    [[nodiscard]] bool Make(const CBxPatternPlane& planes, double cellWidth, double cellHeight, const SBxTone& tone);
+    // Pixels of the map a pixel of the picture, on an axis on which cells have this size.
+    static double ScaleOf(double cell);
+    // For cells from `cellWidth` x `cellHeight` pixels of the picture up to kSizes times as large, from planes whose
+    // columns were scaled for them. False without memory.
+    [[nodiscard]] bool Make(const CBxPatternPlane& columns, double cellWidth, double cellHeight, const SBxTone& tone);
 
     static constexpr double kSizes = 1.25;
 
