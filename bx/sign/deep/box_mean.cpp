@@ -7,11 +7,50 @@
 
 namespace {
 
-// Adds a row to the sums of columns, or takes it off with sign -1.
-void AddRow(double* columns, const float* row, int width, double sign) {
+void AddRow(double* columns, const float* row, int width) {
     for (int x = 0; x < width; ++x) {
-        columns[x] += sign * static_cast<double>(row[x]);
+        columns[x] += static_cast<double>(row[x]);
     }
+}
+
+// Adds a row to the sums of columns and takes another one off.
+void MoveRows(double* columns, const float* added, const float* left, int width) {
+    for (int x = 0; x < width; ++x) {
+        columns[x] += static_cast<double>(added[x] - left[x]);
+    }
+}
+
+void DropRow(double* columns, const float* row, int width) {
+    for (int x = 0; x < width; ++x) {
+        columns[x] -= static_cast<double>(row[x]);
+    }
+}
+
+// running[x] = the columns in front of x. The quarters of a row are summed side by side, as one addition waits for the
+// other.
+void SumUp(double* running, const double* columns, int width) {
+    constexpr int kQuarters = 4;
+    const int length = width / kQuarters;
+    double sums[kQuarters] = {};
+    for (int i = 0; i < length; ++i) {
+        for (int quarter = 0; quarter < kQuarters; ++quarter) {
+            const int x = quarter * length + i;
+            running[x] = sums[quarter];
+            sums[quarter] += columns[x];
+        }
+    }
+    double before = 0.0;
+    for (int quarter = 0; quarter < kQuarters; ++quarter) {
+        for (int x = quarter * length; x < (quarter + 1) * length; ++x) {
+            running[x] += before;
+        }
+        before += sums[quarter];
+    }
+    for (int x = kQuarters * length; x < width; ++x) {
+        running[x] = before;
+        before += columns[x];
+    }
+    running[width] = before;
 }
 
 // From the running sum over columns, `running[x]` being what stands in front of column x.
@@ -46,20 +85,19 @@ bool BX_BoxMean(float* out, const float* in, int width, int height, int reachX, 
     }
     const auto rowOf = [in, width](int y) { return in + static_cast<std::ptrdiff_t>(y) * width; };
     for (int y = 0; y < std::min(reachY, height); ++y) {
-        AddRow(columns.Data(), rowOf(y), width, 1.0);
+        AddRow(columns.Data(), rowOf(y), width);
     }
     for (int y = 0; y < height; ++y) {
-        if (y + reachY < height) {
-            AddRow(columns.Data(), rowOf(y + reachY), width, 1.0);
+        const bool adds = y + reachY < height;
+        const bool drops = y - reachY - 1 >= 0;
+        if (adds && drops) {
+            MoveRows(columns.Data(), rowOf(y + reachY), rowOf(y - reachY - 1), width);
+        } else if (adds) {
+            AddRow(columns.Data(), rowOf(y + reachY), width);
+        } else if (drops) {
+            DropRow(columns.Data(), rowOf(y - reachY - 1), width);
         }
-        if (y - reachY - 1 >= 0) {
-            AddRow(columns.Data(), rowOf(y - reachY - 1), width, -1.0);
-        }
-        double sum = 0.0;
-        for (int x = 0; x < width; ++x) {
-            sum += columns[x];
-            running[x + 1] = sum;
-        }
+        SumUp(running.Data(), columns.Data(), width);
         const int rows = std::min(height - 1, y + reachY) - std::max(0, y - reachY) + 1;
         WriteRow(out + static_cast<std::ptrdiff_t>(y) * width, running.Data(), width, rows, reachX);
     }

@@ -43,6 +43,7 @@ struct SCover {
     float ofLast;
     float share;
 
+    SCover() = default;
     SCover(int index, double scale, int size) {
         const double width = std::max(1.0, 1.0 / scale);
         const double from = std::clamp((index + 0.5) / scale - width / 2, 0.0, size - 1.0);
@@ -56,15 +57,24 @@ struct SCover {
 };
 
 void ScaleColumns(float* out, int outWidth, const float* in, int width, int height, double scale) {
-    for (int x = 0; x < outWidth; ++x) {
-        const SCover cover(x, scale, width);
+    constexpr int kTogether = 16;
+    for (int begin = 0; begin < outWidth; begin += kTogether) {
+        const int end = std::min(outWidth, begin + kTogether);
+        SCover covers[kTogether];
+        for (int x = begin; x < end; ++x) {
+            covers[x - begin] = SCover(x, scale, width);
+        }
         for (int y = 0; y < height; ++y) {
             const float* row = in + static_cast<std::ptrdiff_t>(y) * width;
-            float sum = cover.ofFirst * row[cover.first] + cover.ofLast * row[cover.last];
-            for (int i = cover.first + 1; i < cover.last; ++i) {
-                sum += row[i];
+            float* outRow = out + static_cast<std::ptrdiff_t>(y) * outWidth;
+            for (int x = begin; x < end; ++x) {
+                const SCover& cover = covers[x - begin];
+                float sum = cover.ofFirst * row[cover.first] + cover.ofLast * row[cover.last];
+                for (int i = cover.first + 1; i < cover.last; ++i) {
+                    sum += row[i];
+                }
+                outRow[x] = cover.share * sum;
             }
-            out[static_cast<std::ptrdiff_t>(y) * outWidth + x] = cover.share * sum;
         }
     }
 }

@@ -56,7 +56,7 @@ public:
     // columns were scaled for them. False without memory.
     [[nodiscard]] bool Make(const CBxPatternPlane& columns, double cellWidth, double cellHeight, const SBxTone& tone);
 
-    static constexpr double kSizes = 1.25;
+    static constexpr double kSizes = 1.3;
 
     // The worth of any grid.
     float Worth(const SBxGridPose& pose) const;
@@ -85,7 +85,7 @@ public:
     // Offers what is worth it of the grids of one height, 0 .. kHeights - 1. Returns how many there are.
     unsigned long SweepHeight(CBxBestGrids& best, int height);
 
-    static constexpr int kHeights = 15;
+    static constexpr int kHeights = 18;
 
 private:
     static constexpr int kWidths = kHeights;
