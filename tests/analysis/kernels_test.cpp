@@ -113,6 +113,27 @@ TEST_P(KernelForms, CalculateTheSame) {
     });
 }
 
+TEST_P(KernelForms, AddFourRowsUpTheSame) {
+    std::mt19937 random(17);
+    std::vector<short> row(4 * kRoom);
+    std::generate(row.begin(), row.end(), [&random] { return static_cast<short>(random() % 16000 - 8000); });
+    ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+        const short* in[4];
+        for (std::size_t i = 0; i < 4; ++i) {
+            in[i] = row.data() + i * (offset + 3);  // they overlap
+        }
+        std::vector<short> out(kRoom, 7);
+        const short largest = kernels.SumFour(out.data() + offset, in[0], in[1], in[2], in[3], count);
+        short expected = -32768;
+        for (std::size_t i = 0; i < count; ++i) {
+            EXPECT_EQ(out[offset + i], in[0][i] + in[1][i] + in[2][i] + in[3][i]);
+            expected = std::max(expected, out[offset + i]);
+        }
+        EXPECT_EQ(largest, expected);
+        return out;
+    });
+}
+
 // The loops of the corner search, against their definition. Few different values, so that plateaus occur.
 TEST_P(KernelForms, SearchCornersTheSame) {
     constexpr std::size_t kRows = 10;

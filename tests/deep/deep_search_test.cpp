@@ -126,6 +126,17 @@ TEST(DeepSearch, ReadsACarrierThatReachesBeyondThePictureFromItsOneCorner) {
     EXPECT_LT(search.finding.m_Pose.origin.y, -5.0);
 }
 
+// Neither of the carrier's corners is strong any more.
+TEST(DeepSearch, ReadsTurnedAndReducedCarriersWithoutTheirCorners) {
+    for (const char* change : {"turned by 3", "scaled 50 %"}) {
+        const SSearch search = SearchChanged("astronaut.png", change);
+        EXPECT_EQ(search.ordinary, kBxFailure) << change;
+        ASSERT_EQ(search.deep, kBxSuccess) << change;
+        EXPECT_STREQ(search.finding.m_Reading.m_szText, kText) << change;
+        EXPECT_EQ(search.finding.m_eStage, EBxDeepStage::Anywhere) << change;
+    }
+}
+
 TEST(DeepSearch, FindsNothingInUnsignedPictures) {
     for (const char* sample : {"astronaut.png", "coffee.png", "cat.png"}) {
         CBxOwnedPic picture = PictureOfImage(Sample(sample));

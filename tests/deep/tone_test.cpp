@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <random>
+#include <utility>
 
 #include "sign_block.h"
 
@@ -62,6 +63,15 @@ TEST(Tones, PicturesDarkenedByAFractionOfAToneAreReadByTheirOwnOffset) {
     BX_EncodeSign(cells, "abc-Z9");
     for (int cell = 0; cell < kCellCount; ++cell) {
         EXPECT_EQ(soft[cell] < 0.0f, cells[cell] == 1) << cell;
+    }
+}
+
+// Half the distance of the lines is as far as an offset can be told.
+TEST(Tones, AnOffsetIsTheNearestOfThoseThatTheCombAllows) {
+    for (const auto& [offset, seen] : {std::pair{-1.4, -1.4}, {1.4, 1.4}, {-1.6, 1.4}, {2.0, -1.0}}) {
+        float means[kCellCount];
+        MakeMeans(means, "abc-Z9", 1.0, offset, 1.0);
+        EXPECT_NEAR(BX_ToneOfMeans(means).offset, seen, 0.05) << offset;
     }
 }
 

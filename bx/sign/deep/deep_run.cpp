@@ -224,6 +224,10 @@ void CBxDeepRun::KeepReading(const SBxGridTrial& trial, const SBxTone& tone, con
     if (!isCertain && BX_RepeatsItself(reading.m_szText)) {
         return;
     }
+    // A grid that was moved uphill tells the angle better than the one that it was tried under.
+    constexpr double kDegrees = 180.0 / 3.141592653589793;
+    const double turned =
+        trial.turned != 0.0 ? kDegrees * std::atan2(trial.pose.along.y, trial.pose.along.x) : trial.turned;
     pthread_mutex_lock(&m_Mutex);
     if (!m_bHasReading || (isCertain && !m_Finding.m_bCertain) ||
         (isCertain == m_Finding.m_bCertain && reading.m_dAgreement > m_Finding.m_Reading.m_dAgreement)) {
@@ -234,7 +238,7 @@ void CBxDeepRun::KeepReading(const SBxGridTrial& trial, const SBxTone& tone, con
                      trial.pose,
                      tone,
                      trial.scale,
-                     trial.turned + 90.0 * trial.orientation.QuarterTurns(),
+                     turned + 90.0 * trial.orientation.QuarterTurns(),
                      trial.orientation.Mirrored()};
     }
     pthread_mutex_unlock(&m_Mutex);

@@ -15,7 +15,6 @@
 
 namespace {
 
-constexpr double kPi = 3.141592653589793;
 constexpr double kCellAsSigned = kSmallestCarrierSide / kGridSide;  // pixels; smaller cells were reduced
 constexpr double kAngleStep = 1.5;                                  // degrees
 constexpr int kAngles = 8;                                          // to either side
@@ -263,16 +262,9 @@ private:
         for (const double share : {kShareOfSharp, 1.0}) {
             trial.blur = share * blur;
             clearness = std::max(clearness, BX_ClimbComb(m_Run, trial, error, kLastRounds, false));
-            SetAngle(trial);
             m_Run.TryAsRead(trial, EBxDeepStage::Anywhere);
         }
         return clearness;
-    }
-
-    static void SetAngle(SBxGridTrial& trial) {
-        if (trial.turned != 0.0) {
-            trial.turned = std::atan2(trial.pose.along.y, trial.pose.along.x) * 180.0 / kPi;
-        }
     }
 
     CBxDeepRun& m_Run;

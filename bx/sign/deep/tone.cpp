@@ -11,7 +11,7 @@ constexpr double kLineDistance = kPeriod / 2;  // 3: between neighbouring lines 
 constexpr double kFrequencyStep = 0.0005;      // lines a tone
 constexpr float kLeastSpread = 2.5f;           // standard deviation of the means, in tones, that can show a comb
 
-constexpr double kClearComb = 0.13;     // twice what anything else shows
+constexpr double kClearComb = 0.13;  // twice what anything else shows
 
 bool IsNumber(float value) {
     return value == value;
