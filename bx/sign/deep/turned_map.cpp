@@ -15,6 +15,7 @@ constexpr double kCellOfMap = 9.8;       // pixels of the map; boxes of whole pi
 constexpr double kShareOfMiddle = 0.92;  // of the middle size, that they stand for: smaller ones tell cells better
 constexpr double kSmallestGrid = kGridSide * kViewOfCell;
 constexpr double kSizeStep = 1.6;    // pixels of the view, of the sides of grids
+constexpr int kStepOfTurned = 2;     // pixels of the view, from row to row: there are many angles
 constexpr float kSteps = 30.0f;      // of the view's numbers, for a worth of 1
 constexpr float kMostWorth = 4.0f;   // of one cell
 constexpr double kNear = 0.35;       // cells
@@ -264,7 +265,8 @@ unsigned long CBxTurnedSweep::SweepHeight(CBxBestGrids& best, int height) {
         return grids;
     }
     SumFoursDown(rows);
-    for (int top = 0; top + high <= m_iHeight; ++top) {
+    const int step = m_fDegrees == 0.0f ? 1 : kStepOfTurned;
+    for (int top = 0; top + high <= m_iHeight; top += step) {
         SumRows(top, rows);
         SSpacing before(0.0);
         for (int i = 0; i < kWidths && kSmallestGrid + i * kSizeStep <= m_iWidth; ++i) {
