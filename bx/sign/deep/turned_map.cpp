@@ -95,26 +95,28 @@ bool CBxTurnedMap::Make(const CBxPatternPlane& columns, double cellWidth, double
            m_Map.SetComb(planes, tone);
 }
 
+// Between the pixels, (0, 0) being the middle of the first one; 0 outside.
+float CBxTurnedMap::At(double x, double y) const {
+    const int width = m_Map.Width();
+    if (!(x >= 0.0 && y >= 0.0 && x < width - 1 && y < m_Map.Height() - 1)) {
+        return 0.0f;
+    }
+    const int column = static_cast<int>(x);
+    const int row = static_cast<int>(y);
+    const auto dx = static_cast<float>(x - column);
+    const auto dy = static_cast<float>(y - row);
+    const float* upper = m_Map.Values() + static_cast<std::ptrdiff_t>(row) * width + column;
+    const float* lower = upper + width;
+    const float worth =
+        (upper[0] + dx * (upper[1] - upper[0])) * (1.0f - dy) + (lower[0] + dx * (lower[1] - lower[0])) * dy;
+    return std::clamp(worth, -kMostWorth, kMostWorth);
+}
+
 float CBxTurnedMap::Worth(const SBxGridPose& pose) const {
     float sum = 0.0f;
-    const float* values = m_Map.Values();
-    const int width = m_Map.Width();
     for (int cell = 0; cell < kCellCount; ++cell) {
         const CBxPoint<double> centre = pose.CentreOfCell(cell);
-        const double x = centre.x * m_dScaleX - 0.5;
-        const double y = centre.y * m_dScaleY - 0.5;
-        if (x < 0.0 || y < 0.0 || x >= width - 1 || y >= m_Map.Height() - 1) {
-            continue;
-        }
-        const int column = static_cast<int>(x);
-        const int row = static_cast<int>(y);
-        const auto dx = static_cast<float>(x - column);
-        const auto dy = static_cast<float>(y - row);
-        const float* upper = values + static_cast<std::ptrdiff_t>(row) * width + column;
-        const float* lower = upper + width;
-        sum += std::clamp(
-            (upper[0] + dx * (upper[1] - upper[0])) * (1.0f - dy) + (lower[0] + dx * (lower[1] - lower[0])) * dy,
-            -kMostWorth, kMostWorth);
+        sum += At(centre.x * m_dScaleX - 0.5, centre.y * m_dScaleY - 0.5);
     }
     return sum;
 }
@@ -162,33 +164,23 @@ bool CBxTurnedSweep::Prepare(const CBxTurnedMap& map, double degrees) {
         !m_FoursOfRow.AllocateZeroed(static_cast<std::size_t>(m_iWidth))) {
         return false;
     }
+    TurnBack(map);
+    return true;
+}
+
+void CBxTurnedSweep::TurnBack(const CBxTurnedMap& map) {
+    const double degrees = m_fDegrees;
     // From a pixel of the view to the next one, in pixels of the map.
     const CBxPoint<double> right = TurnedBack({1.0 / m_dScaleX, 0.0}, -degrees);
-    const double stepX = right.x * map.m_dScaleX;
-    const double stepY = right.y * map.m_dScaleY;
-    const float* values = map.m_Map.Values();
-    const int mapWidth = map.m_Map.Width();
     for (int y = 0; y < m_iHeight; ++y) {
         const CBxPoint<double> start =
             TurnedBack({m_Origin.x + 0.5 / m_dScaleX, m_Origin.y + (y + 0.5) / m_dScaleY}, -degrees);
-        double mapX = start.x * map.m_dScaleX - 0.5;
-        double mapY = start.y * map.m_dScaleY - 0.5;
         std::int16_t* row = m_View.Data() + static_cast<std::ptrdiff_t>(y) * m_iWidth;
-        for (int x = 0; x < m_iWidth; ++x, mapX += stepX, mapY += stepY) {
-            if (mapX >= 0.0 && mapY >= 0.0 && mapX < mapWidth - 1 && mapY < map.m_Map.Height() - 1) {
-                const int column = static_cast<int>(mapX);
-                const int line = static_cast<int>(mapY);
-                const auto dx = static_cast<float>(mapX - column);
-                const auto dy = static_cast<float>(mapY - line);
-                const float* upper = values + static_cast<std::ptrdiff_t>(line) * mapWidth + column;
-                const float* lower = upper + mapWidth;
-                const float worth = (upper[0] + dx * (upper[1] - upper[0])) * (1.0f - dy) +
-                                    (lower[0] + dx * (lower[1] - lower[0])) * dy;
-                row[x] = static_cast<std::int16_t>(kSteps * std::clamp(worth, -kMostWorth, kMostWorth));
-            }
+        for (int x = 0; x < m_iWidth; ++x) {
+            row[x] = static_cast<std::int16_t>(kSteps * map.At((start.x + x * right.x) * map.m_dScaleX - 0.5,
+                                                               (start.y + x * right.y) * map.m_dScaleY - 0.5));
         }
     }
-    return true;
 }
 
 // Distances between neighbouring cells and between neighbouring pairs of them, in whole pixels, and where the fours of

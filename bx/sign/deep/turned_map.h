@@ -66,6 +66,8 @@ public:
 private:
     friend class CBxTurnedSweep;
 
+    float At(double x, double y) const;
+
     double m_dCellWidth = 0.0;
     double m_dCellHeight = 0.0;
     double m_dScaleX = 1.0;  // pixels of the map a pixel of the picture
@@ -91,6 +93,7 @@ private:
     static constexpr int kWidths = kHeights;
     static constexpr int kFours = kGridSide / 4;
     struct SSpacing;
+    void TurnBack(const CBxTurnedMap& map);
     void SumFoursDown(const SSpacing& spacing);
     void SumRows(int top, const SSpacing& rows);
     void SumFoursAcross(const SSpacing& columns);
