@@ -56,7 +56,21 @@ struct SCover {
     }
 };
 
+void HalveColumns(float* out, int outWidth, const float* in, int width, int height) {
+    for (int y = 0; y < height; ++y) {
+        const float* row = in + static_cast<std::ptrdiff_t>(y) * width;
+        float* outRow = out + static_cast<std::ptrdiff_t>(y) * outWidth;
+        for (int x = 0; x < outWidth; ++x) {
+            outRow[x] = 0.5f * (row[2 * x] + row[2 * x + 1]);
+        }
+    }
+}
+
 void ScaleColumns(float* out, int outWidth, const float* in, int width, int height, double scale) {
+    if (scale == 0.5 && width > 1) {
+        HalveColumns(out, outWidth, in, width, height);
+        return;
+    }
     constexpr int kTogether = 16;
     for (int begin = 0; begin < outWidth; begin += kTogether) {
         const int end = std::min(outWidth, begin + kTogether);

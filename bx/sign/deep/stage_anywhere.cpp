@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <utility>
 
 #include "cell_lattice.h"
 #include "comb_climb.h"
@@ -87,9 +88,8 @@ public:
         ChooseSizes();
         CBxPatternPlane columns;
         for (int i = 0; i < m_iSizes && hasMemory && !m_Run.Ended(); ++i) {
-            const double width = m_Sizes[i].width;
-            if (i == 0 || width != m_Sizes[i - 1].width) {
-                hasMemory = columns.PrepareColumns(planes, CBxTurnedMap::ScaleOf(width) / planes.Scale());
+            if (i == 0 || m_Sizes[i].width != m_Sizes[i - 1].width) {
+                hasMemory = ScaleColumns(columns, planes, CBxTurnedMap::ScaleOf(m_Sizes[i].width));
             }
             hasMemory = hasMemory && SearchSizes(columns, m_Sizes[i]);
         }
@@ -101,6 +101,19 @@ public:
     }
 
 private:
+    // To so many pixels a pixel of the picture. Halves the columns that are there while more than twice as many would
+    // do: further sizes are larger.
+    bool ScaleColumns(CBxPatternPlane& columns, CBxPatternPlane& planes, double scale) {
+        for (; scale * m_dHalved / planes.Scale() <= 0.5; m_dHalved *= 2.0) {
+            CBxPatternPlane halved;
+            if (!halved.PrepareColumns(planes, 0.5)) {
+                return false;
+            }
+            planes = std::move(halved);
+        }
+        return columns.PrepareColumns(planes, scale * m_dHalved / planes.Scale());
+    }
+
     // Sizes that cost least come first, as long as the grids are not too many.
     void ChooseSizes() {
         const double width = m_Run.m_Sums.Width();
@@ -135,7 +148,7 @@ private:
         }
         m_iSizes = count;
         std::sort(m_Sizes, m_Sizes + m_iSizes, [](const SSizes& a, const SSizes& b) {
-            return a.width != b.width ? a.width > b.width : a.height > b.height;
+            return a.width != b.width ? a.width < b.width : a.height < b.height;
         });
     }
 
@@ -268,6 +281,7 @@ private:
     }
 
     CBxDeepRun& m_Run;
+    double m_dHalved = 1.0;  // columns of the planes that became one
     int m_iSizes = 0;
     SSizes m_Sizes[kMostSizes];
     CBxBestGrids m_Swept;  // as they came of the sweeps

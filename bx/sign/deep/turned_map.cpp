@@ -16,8 +16,7 @@ constexpr double kShareOfMiddle = 0.92;  // of the middle size, that they stand 
 constexpr double kSmallestGrid = kGridSide * kViewOfCell;
 constexpr double kSizeStep = 1.6;    // pixels of the view, of the sides of grids
 constexpr int kStepOfTurned = 2;     // pixels of the view, from row to row: there are many angles
-constexpr float kSteps = 30.0f;      // of the view's numbers, for a worth of 1
-constexpr float kMostWorth = 4.0f;   // of one cell
+constexpr float kSteps = 30.0f;      // of the view's numbers, for a worth of 1; no cell is worth 4
 constexpr double kNear = 0.35;       // cells
 constexpr double kFirstMove = 0.12;  // cells
 constexpr double kLastMove = 0.02;
@@ -107,9 +106,9 @@ float CBxTurnedMap::At(double x, double y) const {
     const auto dy = static_cast<float>(y - row);
     const float* upper = m_Map.Values() + static_cast<std::ptrdiff_t>(row) * width + column;
     const float* lower = upper + width;
-    const float worth =
-        (upper[0] + dx * (upper[1] - upper[0])) * (1.0f - dy) + (lower[0] + dx * (lower[1] - lower[0])) * dy;
-    return std::clamp(worth, -kMostWorth, kMostWorth);
+    const float above = upper[0] + dx * (upper[1] - upper[0]);
+    const float below = lower[0] + dx * (lower[1] - lower[0]);
+    return above + dy * (below - above);
 }
 
 float CBxTurnedMap::Worth(const SBxGridPose& pose) const {
@@ -172,13 +171,16 @@ void CBxTurnedSweep::TurnBack(const CBxTurnedMap& map) {
     const double degrees = m_fDegrees;
     // From a pixel of the view to the next one, in pixels of the map.
     const CBxPoint<double> right = TurnedBack({1.0 / m_dScaleX, 0.0}, -degrees);
+    const double stepX = right.x * map.m_dScaleX;
+    const double stepY = right.y * map.m_dScaleY;
     for (int y = 0; y < m_iHeight; ++y) {
         const CBxPoint<double> start =
             TurnedBack({m_Origin.x + 0.5 / m_dScaleX, m_Origin.y + (y + 0.5) / m_dScaleY}, -degrees);
+        const double mapX = start.x * map.m_dScaleX - 0.5;
+        const double mapY = start.y * map.m_dScaleY - 0.5;
         std::int16_t* row = m_View.Data() + static_cast<std::ptrdiff_t>(y) * m_iWidth;
         for (int x = 0; x < m_iWidth; ++x) {
-            row[x] = static_cast<std::int16_t>(kSteps * map.At((start.x + x * right.x) * map.m_dScaleX - 0.5,
-                                                               (start.y + x * right.y) * map.m_dScaleY - 0.5));
+            row[x] = static_cast<std::int16_t>(kSteps * map.At(mapX + x * stepX, mapY + x * stepY));
         }
     }
 }
