@@ -17,6 +17,7 @@
 namespace {
 
 constexpr double kHintAgreement = 8.2;
+constexpr double kLeastAgreement = 10.9;  // of a grid that is reported: right readings hardly ever have less
 constexpr double kLeastJointAgreement = 10.5;
 constexpr double kWorthMoving = 8.6;    // agreement from which a grid is moved uphill
 constexpr double kBlurAsWritten = 1.1;  // pixels; standard deviation of the smoothing under which signs are written
@@ -167,7 +168,7 @@ double CBxDeepRun::TrySoft(const SBxGridTrial& trial, const SBxTone& tone, const
     if (reading.m_szText[0] == 0 || reading.m_dAgreement < kHintAgreement || BX_IsTooRegular(soft, reading.m_szText)) {
         return 0.0;
     }
-    if (Evidence(reading.m_dAgreement) >= kEvidenceBits) {
+    if (reading.m_dAgreement >= kLeastAgreement && Evidence(reading.m_dAgreement) >= kEvidenceBits) {
         KeepReading(trial, tone, reading, stage);
     }
     KeepHint(trial, tone, soft, reading);
