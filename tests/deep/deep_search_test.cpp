@@ -84,6 +84,7 @@ TEST(DeepSearch, ReadsWhatTheOrdinarySearchDoesNotAndTellsWhatWasDone) {
         {"astronaut.png", "turned by 90", 90.0, false, 1.0}, {"coffee.png", "turned by 180", 180.0, false, 1.0},
         {"coffee.png", "turned by 270", 270.0, false, 1.0},  {"astronaut.png", "mirrored", 0.0, true, 1.0},
         {"coffee.png", "brightness x 0.8", 0.0, false, 0.8}, {"astronaut.png", "offset 10", 0.0, false, 1.0},
+        {"cat.png", "contrast x 1.25", 0.0, false, 1.25},
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(std::string(row.sample) + ", " + row.change);

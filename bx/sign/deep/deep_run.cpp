@@ -13,6 +13,7 @@
 #include "search_picture.h"
 #include "sign_block.h"
 #include "slices.h"
+#include "tone_gaps.h"
 
 namespace {
 
@@ -22,6 +23,8 @@ constexpr double kWorthMoving = 8.6;    // agreement from which a grid is moved 
 constexpr double kBlurAsWritten = 1.1;  // pixels; standard deviation of the smoothing under which signs are written
 // Zooms that the ordinary search leaves out: pictures enlarged by more than it expects, and small copies.
 constexpr double kFurtherZooms[] = {0.5, 0.55, 0.6, 0.65, 0.7, 0.75, 0.8, 0.85, 2.3, 2.65, 3.0, 3.5, 4.0};
+// Those near which signs are written.
+constexpr double kZoomsOfPutBack[] = {1.0, 0.95, 1.05};
 
 constexpr double kFirstMove = 0.7;           // pixels of the picture as it was signed
 constexpr double kFirstMoveOfTurned = 0.08;  // cells
@@ -106,13 +109,16 @@ unsigned char CBxDeepRun::AddCorners(CBxCornerArchive& archive, const CBxSearchP
 // The zooms are shared out among the threads.
 unsigned char CBxDeepRun::AddFurtherCorners() {
     CBxSearchPicture shared;
-    if (!shared.Prepare(m_Picture)) {
+    if (!shared.Prepare(Picture())) {
         return kBxOutOfMemory;
     }
     std::atomic<unsigned char> result{kBxSuccess};
+    // The corners of a picture that was put back are those that it had when it was signed.
+    const std::size_t count = std::size(kFurtherZooms) + (m_bKnowsTone ? std::size(kZoomsOfPutBack) : 0);
     auto slice = [&](std::size_t begin, std::size_t /*end*/) {
-        const double zoom = kFurtherZooms[begin];
-        if (!BX_IsTooLargeToSearch(m_Picture.m_iWidth, m_Picture.m_iHeight, zoom)) {
+        const double zoom =
+            begin < std::size(kFurtherZooms) ? kFurtherZooms[begin] : kZoomsOfPutBack[begin - std::size(kFurtherZooms)];
+        if (!BX_IsTooLargeToSearch(m_Given.m_iWidth, m_Given.m_iHeight, zoom)) {
             const unsigned char ofZoom = AddCorners(m_Archive, shared, zoom);
             if (ofZoom != kBxSuccess) {
                 result.store(ofZoom);
@@ -120,14 +126,19 @@ unsigned char CBxDeepRun::AddFurtherCorners() {
         }
         return result.load() == kBxSuccess && !Ended();
     };
-    BX_RunSlices(std::size(kFurtherZooms), 1, m_uiThreads, slice);
+    BX_RunSlices(count, 1, m_uiThreads, slice);
     return Ended() ? static_cast<unsigned char>(kBxFailure) : result.load();
 }
 
+unsigned char CBxDeepRun::PutBack() {
+    m_bKnowsTone = BX_FindToneGaps(m_Undone, m_Given);
+    return m_bKnowsTone ? BX_PutBack(m_Back, m_Given, m_Undone) : static_cast<unsigned char>(kBxSuccess);
+}
+
 unsigned char CBxDeepRun::Prepare() {
-    m_bKnowsGain = BX_FindToneGaps(m_KnownTone, m_Picture);
-    return m_Sums.Prepare(m_Picture) && m_Clipped.Prepare(m_Picture) && m_Pool.Collect(m_Archive) &&
-                   m_Softs.Prepare(m_Pool.Count())
+    const bool isPrepared =
+        m_bKnowsTone ? m_Clipped.Prepare(m_Given, SBxLostTones(m_Undone)) : m_Clipped.Prepare(m_Given);
+    return isPrepared && m_Sums.Prepare(Picture()) && m_Pool.Collect(m_Archive) && m_Softs.Prepare(m_Pool.Count())
                ? kBxSuccess
                : kBxOutOfMemory;
 }
@@ -162,8 +173,7 @@ void CBxDeepRun::TryAsRead(const SBxGridTrial& trial, EBxDeepStage stage) {
 }
 
 float CBxDeepRun::FindComb(SBxTone& tone, const float* means) const {
-    return m_bKnowsGain ? BX_FindCombBetween(tone, means, m_KnownTone.gain * (1.0 - kKnownWithin),
-                                             m_KnownTone.gain * (1.0 + kKnownWithin))
+    return m_bKnowsTone ? BX_FindCombBetween(tone, means, 1.0 - kKnownWithin, 1.0 + kKnownWithin)
                         : BX_FindComb(tone, means);
 }
 
@@ -253,7 +263,7 @@ void CBxDeepRun::KeepReading(const SBxGridTrial& trial, const SBxTone& tone, con
                      isCertain,
                      stage,
                      trial.pose,
-                     tone,
+                     BX_Together(m_Undone, tone),
                      trial.scale,
                      trial.turned + 90.0 * trial.orientation.QuarterTurns(),
                      trial.orientation.Mirrored()};
@@ -305,7 +315,7 @@ double CBxDeepRun::MoveUphill(SBxGridTrial& trial, float* soft, const SBxTone& t
     float means[kCellCount];
     const auto agreement = [&](const SBxGridPose& pose, float* values) {
         m_Sums.Means(means, pose, trial.blur);
-        if (!tone.IsUnchanged()) {
+        if (MayBeClipped(tone)) {
             m_Clipped.LeaveOut(means, pose);
         }
         BX_SoftValues(values, means, tone);

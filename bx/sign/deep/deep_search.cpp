@@ -60,7 +60,10 @@ unsigned char BX_SearchDeep(SBxSignRun& run, const SBxPicBuf& picture, CBxCorner
     run.m_ProgressData.SetPercentage(0.0);
     CLaps laps;
     const std::unique_ptr<CBxDeepRun> deep(new (std::nothrow) CBxDeepRun(run, picture, archive, threads));
-    unsigned char result = deep != nullptr ? deep->AddFurtherCorners() : static_cast<unsigned char>(kBxOutOfMemory);
+    unsigned char result = deep != nullptr ? deep->PutBack() : static_cast<unsigned char>(kBxOutOfMemory);
+    if (result == kBxSuccess) {
+        result = deep->AddFurtherCorners();
+    }
     cost.m_dCorners = laps.Next();
     if (result == kBxSuccess) {
         result = deep->Prepare();

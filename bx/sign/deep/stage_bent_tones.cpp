@@ -9,6 +9,7 @@
 
 #include "deep_run.h"
 #include "owned_pic.h"
+#include "put_back.h"
 #include "result.h"
 #include "search_picture.h"
 #include "slices.h"
@@ -41,23 +42,12 @@ struct SPutBack {
     CBxCornerArchive archive;
     CBxGridPool pool;
     CBxBlueSums sums;
+    CBxClippedPixels clipped;
 
     unsigned char Make(CBxDeepRun& run, const SBxTone& tone, bool withCorners) {
-        if (picture.AllocateLike(run.m_Picture) != kBxSuccess) {
+        if (BX_PutBack(picture, run.Picture(), tone) != kBxSuccess ||
+            !clipped.Prepare(run.Picture(), SBxLostTones(tone))) {
             return kBxOutOfMemory;
-        }
-        unsigned char table[256];
-        for (int value = 0; value < 256; ++value) {
-            const double straight = 255.0 * std::pow(value / 255.0, 1.0 / tone.exponent);
-            table[value] =
-                static_cast<unsigned char>(std::clamp(std::lround((straight - tone.offset) / tone.gain), 0L, 255L));
-        }
-        for (int y = 0; y < picture->m_iHeight; ++y) {
-            const auto* from = BX_PicRow<unsigned char>(run.m_Picture, y);
-            auto* to = BX_PicRow<unsigned char>(picture.Pic(), y);
-            for (int x = 0; x < 3 * picture->m_iWidth; ++x) {
-                to[x] = table[from[x]];
-            }
         }
         if (!sums.Prepare(picture.Pic())) {
             return kBxOutOfMemory;
@@ -76,15 +66,10 @@ private:
     }
 };
 
-// What a comb in the put-back picture says of the picture itself.
-SBxTone Together(const SBxTone& guess, const SBxTone& comb) {
-    return {guess.gain * comb.gain, guess.gain * comb.offset + guess.offset, guess.exponent};
-}
-
 void ReadGrid(CBxDeepRun& run, const SPutBack& putBack, const SBxTone& guess, const SBxGridTrial& trial) {
     float means[kCellCount];
     putBack.sums.Means(means, trial.pose, trial.blur);
-    run.m_Clipped.LeaveOut(means, trial.pose);
+    putBack.clipped.LeaveOut(means, trial.pose);
     run.m_ulGrids.fetch_add(1, std::memory_order_relaxed);
     SBxTone comb;
     if (BX_FindCombBetween(comb, means, kLowestRest, kHighestRest) < kClearComb) {
@@ -93,7 +78,7 @@ void ReadGrid(CBxDeepRun& run, const SPutBack& putBack, const SBxTone& guess, co
     for (int reading = 0; reading < 2; ++reading) {
         float soft[kCellCount];
         BX_SoftValues(soft, means, comb);
-        run.TrySoft(trial, Together(guess, comb), soft, EBxDeepStage::BentTones, true);
+        run.TrySoft(trial, BX_Together(guess, comb), soft, EBxDeepStage::BentTones, true);
         comb.offset += kPeriod / 2 * comb.gain;
     }
 }
@@ -123,7 +108,10 @@ unsigned char SearchGuess(CBxDeepRun& run, const SBxTone& guess, bool withCorner
 }  // namespace
 
 unsigned char BX_SearchBentTones(CBxDeepRun& run) {
-    const double pixels = static_cast<double>(run.m_Picture.m_iWidth) * run.m_Picture.m_iHeight;
+    if (run.m_bKnowsTone) {
+        return kBxSuccess;
+    }
+    const double pixels = static_cast<double>(run.Picture().m_iWidth) * run.Picture().m_iHeight;
     for (const SGuess& guess : kGuesses) {
         if (run.Ended()) {
             break;

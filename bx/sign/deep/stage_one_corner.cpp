@@ -128,7 +128,7 @@ public:
         }
         // What the comb has found is surer.
         unsigned char result = kBxSuccess;
-        for (int mark = m_Marks.Count() - 1; mark >= 0 && result == kBxSuccess; --mark) {
+        for (int mark = CBxMapMarks::kCount - 1; mark >= 0 && result == kBxSuccess; --mark) {
             result = Read(mark);
         }
         return result;
@@ -163,8 +163,8 @@ private:
         CBxCellMap map;
         const double middle = std::sqrt(kSizesOfMap);
         bool hasMemory = map.Make(m_Planes, widths.from * middle / kGridSide, heights.from * middle / kGridSide);
-        for (int mark = 0; mark < m_Marks.Count() && hasMemory && !m_Run.Ended(); ++mark) {
-            hasMemory = m_Marks.Apply(map, m_Planes, mark) && SearchMap(map, m_Found[mark], widths, heights);
+        for (int mark = 0; mark < CBxMapMarks::kCount && hasMemory && !m_Run.Ended(); ++mark) {
+            hasMemory = CBxMapMarks::Apply(map, m_Planes, mark) && SearchMap(map, m_Found[mark], widths, heights);
         }
         return hasMemory;
     }
@@ -241,13 +241,13 @@ private:
     const CBxPatternPlane& m_Planes;
     CBxCornerAnchors m_Anchors;
     const CBxMapMarks m_Marks;
-    CBxHeapArray<SCornerGrids> m_Found[CBxMapMarks::kMost];  // by mark; of each anchor and direction
+    CBxHeapArray<SCornerGrids> m_Found[CBxMapMarks::kCount];  // by mark; of each anchor and direction
 };
 
 }  // namespace
 
 unsigned char BX_SearchOneCorner(CBxDeepRun& run) {
     CBxPatternPlane planes;
-    return planes.Prepare(run.m_Picture) ? CCornerSearch(run, planes).Search()
+    return planes.Prepare(run.Picture()) ? CCornerSearch(run, planes).Search()
                                          : static_cast<unsigned char>(kBxOutOfMemory);
 }

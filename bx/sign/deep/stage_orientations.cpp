@@ -93,7 +93,7 @@ private:
 };
 
 unsigned char SearchTurnedBack(CBxDeepRun& run, int index) {
-    CReorientedCopy copy(run.m_Picture, BX_GridOrientation(index));
+    CReorientedCopy copy(run.Picture(), BX_GridOrientation(index));
     if (!copy.Make()) {
         return kBxOutOfMemory;
     }
@@ -120,7 +120,7 @@ unsigned char SearchTurnedBack(CBxDeepRun& run, int index) {
 }  // namespace
 
 unsigned char BX_SearchOrientations(CBxDeepRun& run) {
-    const double pixels = static_cast<double>(run.m_Picture.m_iWidth) * run.m_Picture.m_iHeight;
+    const double pixels = static_cast<double>(run.Picture().m_iWidth) * run.Picture().m_iHeight;
     std::atomic<bool> hasMemory{true};
     auto turnBack = [&](std::size_t begin, std::size_t /*end*/) {
         if (SearchTurnedBack(run, static_cast<int>(begin) + 1) == kBxOutOfMemory) {

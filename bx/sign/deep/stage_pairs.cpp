@@ -26,6 +26,9 @@ unsigned char BX_SearchPairs(CBxDeepRun& run) {
             BX_SoftValues(soft, means, tone);
             run.m_Softs.Set(i, soft);
             run.TrySoft(trial, tone, soft, EBxDeepStage::Pairs, true);
+            if (run.m_bKnowsTone) {
+                run.Try(trial, {tone.gain, tone.offset + kPeriod / 2, tone.exponent}, means, EBxDeepStage::Pairs);
+            }
         }
         return !run.Ended();
     };

@@ -77,6 +77,9 @@ std::size_t CollectGrids(const CBxDeepRun& run, SCombGrid* grids) {
 }  // namespace
 
 unsigned char BX_SearchTones(CBxDeepRun& run) {
+    if (run.m_bKnowsTone) {
+        return kBxSuccess;  // all pairs were read under both of its combs
+    }
     CBxHeapArray<SCombGrid> grids;
     if (!grids.Allocate(run.m_Pool.Count() + 1)) {
         return kBxOutOfMemory;
