@@ -11,7 +11,8 @@
 namespace {
 
 constexpr double kPi = 3.141592653589793;
-constexpr double kMostRows = 14.0;  // of an ellipse, before the next smaller plane is taken: more read no sign better
+constexpr double kMostRows = 28.0;  // of an ellipse, before the next smaller plane is taken: more read no sign better
+constexpr double kRowsOfSmallestAxis = 14.0;
 constexpr double kMostSampledRows = 9.0;
 constexpr double kSmallestReducedAxis = 5.0;  // pixels; thinner ellipses are not read from smaller planes
 constexpr int kSmallestPlaneSide = 16;        // pixels; planes are not reduced further
@@ -36,6 +37,15 @@ void WishForLargePages(void* memory, std::size_t bytes) {
     if (start < end) {
         ::madvise(reinterpret_cast<void*>(start), end - start, MADV_HUGEPAGE);
     }
+}
+
+}  // namespace
+
+namespace {
+
+// A grid whose cells have other sides.
+SBxGridPose Stretched(const SBxGridPose& pose, double along, double down) {
+    return {pose.origin, {pose.along.x * along, pose.along.y * along}, {pose.down.x * down, pose.down.y * down}};
 }
 
 }  // namespace
@@ -182,7 +192,7 @@ int CBxBlueSums::ChooseLevel(double& scale, const SEllipseShape& shape, double m
     int index = 0;
     scale = 1.0;
     while (index + 1 < m_iLevels && 2.0 * shape.top * scale > mostRows &&
-           shape.smallerAxis * scale > kSmallestReducedAxis * mostRows / kMostRows) {
+           shape.smallerAxis * scale > kSmallestReducedAxis * mostRows / kRowsOfSmallestAxis) {
         ++index;
         scale *= 0.5;
     }
@@ -207,22 +217,27 @@ int CBxBlueSums::SampledMeans(float* means, const SBxGridPose& pose) const {
 }
 
 int CBxBlueSums::Means(float* means, const SBxGridPose& pose, double blur) const {
-    const SEllipseShape shape = ShapeOf(pose, kEllipseShare);
-    const double grow = shape.smallerAxis > 0.0 ? blur / shape.smallerAxis : 0.0;
-    if (!(grow > kSmallestEdge && grow < kWidestEdge)) {
+    const double width = kEllipseShare * std::hypot(pose.along.x, pose.along.y);
+    const double height = kEllipseShare * std::hypot(pose.down.x, pose.down.y);
+    const double smaller = std::min(width, height);
+    if (!(blur > kSmallestEdge * smaller && blur < kWidestEdge * smaller)) {
         return MeansOfShare(means, pose, kEllipseShare, kMostRows, false);
     }
     // The mean under a blurred ellipse lies between those under a larger and a smaller one, by their areas.
+    const double x = blur / width;
+    const double y = blur / height;
+    const SEllipseShape large = ShapeOf(Stretched(pose, 1.0 + x, 1.0 + y), kEllipseShare);
+    const SEllipseShape small = ShapeOf(Stretched(pose, 1.0 - x, 1.0 - y), kEllipseShare);
+    const double areaOfLarge = (1.0 + x) * (1.0 + y);
+    const double areaOfSmall = (1.0 - x) * (1.0 - y);
+    const auto shareOfInner = static_cast<float>(areaOfSmall / (areaOfLarge + areaOfSmall));
     double scale = 1.0;
-    const SLevel& level = m_Levels[ChooseLevel(scale, shape, kMostRows)];
-    const double large = 1.0 + grow;
-    const double small = 1.0 - grow;
-    const auto shareOfInner = static_cast<float>(small * small / (large * large + small * small));
+    const SLevel& level = m_Levels[ChooseLevel(scale, ShapeOf(pose, kEllipseShare), kMostRows)];
     for (int row = 0; row < kGridSide; ++row) {
         float* outer = means + row * kGridSide;
         float inner[kGridSide];
-        MeansOfRow(outer, level, shape.Scaled(scale * large), scale, pose, row);
-        MeansOfRow(inner, level, shape.Scaled(scale * small), scale, pose, row);
+        MeansOfRow(outer, level, large.Scaled(scale), scale, pose, row);
+        MeansOfRow(inner, level, small.Scaled(scale), scale, pose, row);
         for (int column = 0; column < kGridSide; ++column) {
             outer[column] += shareOfInner * (inner[column] - outer[column]);
         }
