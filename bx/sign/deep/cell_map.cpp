@@ -55,6 +55,16 @@ SBxCellPlaces::SBxCellPlaces(double first, double last, int size) : inside(0) {
     }
 }
 
+bool CBxCellMap::MakeRoom() {
+    const std::size_t count = static_cast<std::size_t>(m_iWidth) * m_iHeight;
+    for (CBxHeapArray<float>* plane : {&m_Worth, &m_Contrast, &m_Scratch[0], &m_Scratch[1]}) {
+        if (plane->Size() != count && !plane->Allocate(count)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // The logarithm of how much likelier a contrast is for a sign's cell than for another place. The unrest is what the
 // contrasts around have, squared and averaged, less what a sign adds to it.
 bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double cellHeight) {
@@ -64,10 +74,9 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
     m_dCellHeight = cellHeight;
     const float* pattern = planes.Pattern();
 
-    CBxHeapArray<float> cell;
-    CBxHeapArray<float> ground;
-    if (!m_Worth.Allocate(static_cast<std::size_t>(m_iWidth) * m_iHeight) || !m_Contrast.Allocate(m_Worth.Size()) ||
-        !cell.Allocate(m_Worth.Size()) || !ground.Allocate(m_Worth.Size()) ||
+    CBxHeapArray<float>& cell = m_Scratch[0];
+    CBxHeapArray<float>& ground = m_Scratch[1];
+    if (!MakeRoom() ||
         !BX_BoxMean(cell.Data(), pattern, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfCell),
                     HalfSide(cellHeight, kHalfOfCell)) ||
         !BX_BoxMean(ground.Data(), pattern, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfGround),
@@ -97,10 +106,9 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
 // neighbouring places have unlike means, averages to nothing. What places around have is taken off, for calm ground
 // that was not signed.
 bool CBxCellMap::SetComb(const CBxPatternPlane& planes, const SBxTone& tone) {
-    CBxHeapArray<float> means;
-    CBxHeapArray<float> around;
-    if (!means.Allocate(m_Worth.Size()) || !around.Allocate(m_Worth.Size()) ||
-        !BX_BoxMean(means.Data(), planes.Blue(), m_iWidth, m_iHeight, HalfSide(m_dCellWidth, kHalfOfCell),
+    CBxHeapArray<float>& means = m_Scratch[0];
+    CBxHeapArray<float>& around = m_Scratch[1];
+    if (!BX_BoxMean(means.Data(), planes.Blue(), m_iWidth, m_iHeight, HalfSide(m_dCellWidth, kHalfOfCell),
                     HalfSide(m_dCellHeight, kHalfOfCell))) {
         return false;
     }
