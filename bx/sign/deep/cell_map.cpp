@@ -19,6 +19,7 @@ constexpr float kLeastUnrest = 0.1f;
 constexpr float kUnrestOfSign = 1.2f;
 constexpr float kAlignedVariance = 2.6f;  // of the contrasts of a sign's cells
 constexpr float kElsewhereVariance = 0.9f;
+constexpr double kLargestCosine = 1.1;
 constexpr int kReachOfPlace = 1;  // pixels by which a centre may be off
 constexpr float kPi = 3.14159265f;
 constexpr double kRadiansOfTone = 2.0 * 3.141592653589793 / (kPeriod / 2);
@@ -78,9 +79,9 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
     CBxHeapArray<float>& ground = m_Scratch[1];
     if (!MakeRoom() ||
         !BX_BoxMean(cell.Data(), pattern, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfCell),
-                    HalfSide(cellHeight, kHalfOfCell)) ||
+                    HalfSide(cellHeight, kHalfOfCell), CBxPatternPlane::kLargest) ||
         !BX_BoxMean(ground.Data(), pattern, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfGround),
-                    HalfSide(cellHeight, kHalfOfGround))) {
+                    HalfSide(cellHeight, kHalfOfGround), CBxPatternPlane::kLargest)) {
         return false;
     }
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
@@ -88,7 +89,7 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
         cell[i] = std::min(contrast * contrast, kMostUnrest);
     }
     if (!BX_BoxMean(ground.Data(), cell.Data(), m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfUnrest),
-                    HalfSide(cellHeight, kHalfOfUnrest))) {
+                    HalfSide(cellHeight, kHalfOfUnrest), kMostUnrest)) {
         return false;
     }
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
@@ -109,7 +110,7 @@ bool CBxCellMap::SetComb(const CBxPatternPlane& planes, const SBxTone& tone) {
     CBxHeapArray<float>& means = m_Scratch[0];
     CBxHeapArray<float>& around = m_Scratch[1];
     if (!BX_BoxMean(means.Data(), planes.Blue(), m_iWidth, m_iHeight, HalfSide(m_dCellWidth, kHalfOfCell),
-                    HalfSide(m_dCellHeight, kHalfOfCell))) {
+                    HalfSide(m_dCellHeight, kHalfOfCell), CBxPatternPlane::kLargest)) {
         return false;
     }
     // Whole periods keep the angles positive.
@@ -118,14 +119,14 @@ bool CBxCellMap::SetComb(const CBxPatternPlane& planes, const SBxTone& tone) {
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
         means[i] = MinusCosine(means[i] * perTone + first * static_cast<float>(kRadiansOfTone));
     }
-    if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, kReachOfPlace, kReachOfPlace)) {
+    if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, kReachOfPlace, kReachOfPlace, kLargestCosine)) {
         return false;
     }
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
         m_Worth[i] = m_Contrast[i] + around[i];
     }
     if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, HalfSide(m_dCellWidth, kHalfOfGround),
-                    HalfSide(m_dCellHeight, kHalfOfGround))) {
+                    HalfSide(m_dCellHeight, kHalfOfGround), kLargestCosine)) {
         return false;
     }
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
