@@ -16,7 +16,7 @@ namespace {
 
 constexpr double kLargestCut = 0.14;  // of a side of the picture, against what is left of it
 constexpr double kSizeStep = 1.0 / 160.0;
-constexpr double kSmallestCell = 8.0;    // pixels of a plane that a map is made of, if there are finer ones
+constexpr double kSmallestCell = 12.0;   // pixels of a plane that a map is made of, if there are finer ones
 constexpr double kSizesOfMap = 1.5;      // largest to smallest cell that one map is good for
 constexpr double kLongest = 2.6;         // the longer side of a carrier against the shorter one
 constexpr int kFewestInside = 10;        // columns, and rows, of a grid
@@ -48,6 +48,12 @@ struct SCornerGrids {
         }
         best[count++] = grid;
     }
+};
+
+// The best grids of one map.
+struct SMapFindings {
+    SBxMapGrid best[kMostRead];
+    std::size_t count;
 };
 
 // All widths of carriers that have one side at `x`.
@@ -159,8 +165,8 @@ public:
             return kBxOutOfMemory;
         }
         CollectSizes();
-        for (CBxHeapArray<SCornerGrids>& found : m_Found) {
-            if (!found.AllocateZeroed(m_uiSizes * Tasks())) {
+        for (CBxHeapArray<SMapFindings>& found : m_Found) {
+            if (!found.AllocateZeroed(m_uiSizes)) {
                 return kBxOutOfMemory;
             }
         }
@@ -248,14 +254,33 @@ private:
         bool hasMemory = map.Make(planes, sizes.widths.from * middle, sizes.heights.from * middle);
         for (int mark = 0; mark < m_Marks.Count() && hasMemory && !m_Run.Ended(); ++mark) {
             hasMemory = m_Marks.Apply(map, planes, mark);
-            for (std::size_t task = 0; task < Tasks() && hasMemory && !m_Run.Ended(); ++task) {
-                hasMemory = SearchDirection(m_Found[mark][index * Tasks() + task], map, planes.Scale(), task, sizes);
-            }
+            hasMemory = hasMemory && SearchMap(m_Found[mark][index], map, planes.Scale(), sizes);
         }
         return hasMemory;
     }
 
     // `scale` are the map's pixels a pixel of the picture.
+    bool SearchMap(SMapFindings& found, const CBxCellMap& map, double scale, const SMapSizes& sizes) {
+        CBxHeapArray<SBxMapGrid> grids;
+        if (!grids.Allocate(Tasks() * kOfDirection)) {
+            return false;
+        }
+        std::size_t count = 0;
+        for (std::size_t task = 0; task < Tasks() && !m_Run.Ended(); ++task) {
+            SCornerGrids ofTask{};
+            if (!SearchDirection(ofTask, map, scale, task, sizes)) {
+                return false;
+            }
+            ofTask.count = BX_KeepDistinct(ofTask.best, ofTask.count, kOfDirection);
+            std::copy(ofTask.best, ofTask.best + ofTask.count, grids.Data() + count);
+            count += ofTask.count;
+        }
+        found.count = BX_KeepDistinct(grids.Data(), count, kMostRead);
+        std::copy(grids.Data(), grids.Data() + found.count, found.best);
+        std::for_each(found.best, found.best + found.count, [&](SBxMapGrid& grid) { BX_FollowMap(grid, map, scale); });
+        return true;
+    }
+
     bool SearchDirection(SCornerGrids& found, const CBxCellMap& map, double scale, std::size_t task,
                          const SMapSizes& sizes) {
         const SBxCornerAnchor& anchor = m_Anchors[static_cast<int>(task / kDirections)];
@@ -283,29 +308,18 @@ private:
         return true;
     }
 
-    // The best grids of each corner and direction, of all maps.
-    std::size_t CollectFound(SBxMapGrid* grids, int mark) const {
-        std::size_t count = 0;
-        for (std::size_t task = 0; task < Tasks(); ++task) {
-            SCornerGrids together{};
-            for (std::size_t i = 0; i < m_uiSizes; ++i) {
-                const SCornerGrids& found = m_Found[mark][i * Tasks() + task];
-                std::for_each(found.best, found.best + found.count,
-                              [&together](const SBxMapGrid& grid) { together.Offer(grid); });
-            }
-            together.count = BX_KeepDistinct(together.best, together.count, kOfDirection);
-            std::copy(together.best, together.best + together.count, grids + count);
-            count += together.count;
-        }
-        return BX_KeepDistinct(grids, count, kMostRead);
-    }
-
     unsigned char Read(int mark) {
         CBxHeapArray<SBxMapGrid> grids;
-        if (!grids.Allocate(Tasks() * kOfDirection)) {
+        if (!grids.Allocate(m_uiSizes * kMostRead)) {
             return kBxOutOfMemory;
         }
-        const std::size_t count = CollectFound(grids.Data(), mark);
+        std::size_t count = 0;
+        for (std::size_t i = 0; i < m_uiSizes; ++i) {
+            const SMapFindings& found = m_Found[mark][i];
+            std::copy(found.best, found.best + found.count, grids.Data() + count);
+            count += found.count;
+        }
+        count = BX_KeepDistinct(grids.Data(), count, kMostRead);
         auto read = [&](std::size_t begin, std::size_t end) {
             for (std::size_t i = begin; i < end && !m_Run.Ended(); ++i) {
                 const CBxRect<double>& frame = grids[i].frame;
@@ -327,7 +341,7 @@ private:
     const CBxMapMarks m_Marks;
     std::size_t m_uiSizes = 0;
     SMapSizes m_Sizes[kMostSizes];
-    CBxHeapArray<SCornerGrids> m_Found[CBxMapMarks::kMost];  // by mark; of each map, anchor and direction
+    CBxHeapArray<SMapFindings> m_Found[CBxMapMarks::kMost];  // by mark, of each map
 };
 
 }  // namespace
