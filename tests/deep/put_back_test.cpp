@@ -22,14 +22,21 @@ CBxOwnedPic ChangedTones(const SBxTone& change) {
     return picture;
 }
 
+CBxOwnedPic PutBack(const SBxTone& change) {
+    unsigned char table[256];
+    BX_MakePutBackTable(table, change);
+    CBxOwnedPic back;
+    EXPECT_EQ(BX_PutBack(back, ChangedTones(change).Pic(), table), kBxSuccess);
+    return back;
+}
+
 }  // namespace
 
 TEST(PutBack, GivesEveryToneThatWasNotLostAndPutsTheOthersAmongTheLost) {
     for (const SBxTone& change : {SBxTone{1.25, -32.0, 1.0}, SBxTone{1.25, 0.0, 1.0}, SBxTone{1.1, 9.0, 1.0}}) {
         SCOPED_TRACE(change.offset);
         const SBxLostTones lost(change);
-        CBxOwnedPic back;
-        ASSERT_EQ(BX_PutBack(back, ChangedTones(change).Pic(), change), kBxSuccess);
+        const CBxOwnedPic back = PutBack(change);
         const auto* row = BX_PicRow<unsigned char>(back.Pic(), 0);
         for (int tone = 0; tone < 256; ++tone) {
             if (tone < lost.dark - 1.0) {
@@ -46,9 +53,7 @@ TEST(PutBack, GivesEveryToneThatWasNotLostAndPutsTheOthersAmongTheLost) {
 // Where an exponent has pressed tones together they are known to within one.
 TEST(PutBack, UndoesExponents) {
     for (const double exponent : {0.8, 1.25}) {
-        CBxOwnedPic back;
-        const SBxTone change{1.0, 0.0, exponent};
-        ASSERT_EQ(BX_PutBack(back, ChangedTones(change).Pic(), change), kBxSuccess);
+        const CBxOwnedPic back = PutBack({1.0, 0.0, exponent});
         const auto* row = BX_PicRow<unsigned char>(back.Pic(), 0);
         for (int tone = 24; tone < 256; ++tone) {
             EXPECT_NEAR(row[3 * tone], tone, 1.0) << exponent;

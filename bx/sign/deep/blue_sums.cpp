@@ -61,6 +61,21 @@ struct CBxBlueSums::SEllipseShape {
     SEllipseShape Scaled(double factor) const { return {top * factor, shear, reach * factor, smallerAxis * factor}; }
 };
 
+bool CBxBlueSums::MakeRoom(SLevel& level, int width, int height) {
+    level.width = width;
+    level.height = height;
+    level.pitch = width + 2;
+    const std::size_t count = static_cast<std::size_t>(level.pitch) * height;
+    if (level.sums.Size() == count) {
+        return true;
+    }
+    if (!level.sums.Allocate(count)) {
+        return false;
+    }
+    WishForLargePages(level.sums.Data(), count * sizeof(std::uint32_t));
+    return true;
+}
+
 // `sample` gives the whole number at (x, y).
 template <typename Sample>
 bool CBxBlueSums::MakeFirstLevel(int width, int height, Sample sample) {
@@ -68,13 +83,9 @@ bool CBxBlueSums::MakeFirstLevel(int width, int height, Sample sample) {
     m_iHeight = height;
     m_iLevels = 0;
     SLevel& level = m_Levels[0];
-    level.width = width;
-    level.height = height;
-    level.pitch = width + 2;
-    if (width < 1 || height < 1 || !level.sums.Allocate(static_cast<std::size_t>(level.pitch) * height)) {
+    if (width < 1 || height < 1 || !MakeRoom(level, width, height)) {
         return false;
     }
-    WishForLargePages(level.sums.Data(), level.sums.Size() * sizeof(std::uint32_t));
     for (int y = 0; y < height; ++y) {
         std::uint32_t* sums = level.sums.Data() + static_cast<std::ptrdiff_t>(y) * level.pitch;
         std::uint32_t sum = 0;
@@ -92,10 +103,7 @@ bool CBxBlueSums::MakeFirstLevel(int width, int height, Sample sample) {
 bool CBxBlueSums::MakeLevel(int index) {
     const SLevel& fine = m_Levels[index - 1];
     SLevel& level = m_Levels[index];
-    level.width = fine.width / 2;
-    level.height = fine.height / 2;
-    level.pitch = level.width + 2;
-    if (!level.sums.Allocate(static_cast<std::size_t>(level.pitch) * level.height)) {
+    if (!MakeRoom(level, fine.width / 2, fine.height / 2)) {
         return false;
     }
     for (int y = 0; y < level.height; ++y) {
@@ -121,11 +129,13 @@ bool CBxBlueSums::MakeFurtherLevels() {
     return true;
 }
 
-bool CBxBlueSums::Prepare(const SBxPicBuf& picture) {
-    return MakeFirstLevel(
-               picture.m_iWidth, picture.m_iHeight,
-               [&picture](int x, int y) -> std::uint32_t { return BX_PicRow<unsigned char>(picture, y)[3 * x]; }) &&
-           MakeFurtherLevels();
+bool CBxBlueSums::Prepare(const SBxPicBuf& picture, const unsigned char* table) {
+    const auto blueAt = [&picture](int x, int y) { return BX_PicRow<unsigned char>(picture, y)[3 * x]; };
+    const auto plain = [&](int x, int y) -> std::uint32_t { return blueAt(x, y); };
+    const auto replaced = [&](int x, int y) -> std::uint32_t { return table[blueAt(x, y)]; };
+    const bool hasFirst = table == nullptr ? MakeFirstLevel(picture.m_iWidth, picture.m_iHeight, plain)
+                                           : MakeFirstLevel(picture.m_iWidth, picture.m_iHeight, replaced);
+    return hasFirst && MakeFurtherLevels();
 }
 
 bool CBxBlueSums::Prepare(const std::uint16_t* plane, int width, int height) {

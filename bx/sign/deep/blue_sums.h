@@ -17,8 +17,9 @@
 // Made once; read by any number of threads. About 5.4 bytes a pixel.
 class CBxBlueSums {
 public:
-    // From a 3_8 picture, which it does not refer to afterwards. False without memory and for an empty picture.
-    [[nodiscard]] bool Prepare(const SBxPicBuf& picture);
+    // From a 3_8 picture, which it does not refer to afterwards; `table` (256 values, or null) replaces its values.
+    // False without memory and for an empty picture. Made anew, it keeps its memory if the size is the same.
+    [[nodiscard]] bool Prepare(const SBxPicBuf& picture, const unsigned char* table = nullptr);
     // The same for any plane of whole numbers, width * height of them.
     [[nodiscard]] bool Prepare(const std::uint16_t* plane, int width, int height);
 
@@ -61,6 +62,8 @@ private:
     template <typename Sample>
     bool MakeFirstLevel(int width, int height, Sample sample);
     bool MakeLevel(int index);
+    // Gives a level its size and room for it.
+    [[nodiscard]] static bool MakeRoom(SLevel& level, int width, int height);
     bool MakeFurtherLevels();
     // Which plane suits ellipses of a shape in pixels of the picture; `scale` receives its pixels a picture pixel.
     int ChooseLevel(double& scale, const SEllipseShape& shape, double mostRows) const;

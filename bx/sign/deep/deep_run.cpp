@@ -132,7 +132,12 @@ unsigned char CBxDeepRun::AddFurtherCorners() {
 
 unsigned char CBxDeepRun::PutBack() {
     m_bKnowsTone = BX_FindToneGaps(m_Undone, m_Given);
-    return m_bKnowsTone ? BX_PutBack(m_Back, m_Given, m_Undone) : static_cast<unsigned char>(kBxSuccess);
+    if (!m_bKnowsTone) {
+        return kBxSuccess;
+    }
+    unsigned char table[256];
+    BX_MakePutBackTable(table, m_Undone);
+    return BX_PutBack(m_Back, m_Given, table);
 }
 
 unsigned char CBxDeepRun::Prepare() {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 #include "result.h"
 
@@ -22,12 +23,8 @@ double Before(double value, const SBxTone& tone) {
 SBxLostTones::SBxLostTones(const SBxTone& tone)
     : dark(std::max(0.0, Before(kBlack, tone) - kBlack)), bright(std::max(0.0, kWhite - Before(kWhite, tone))) {}
 
-unsigned char BX_PutBack(CBxOwnedPic& back, const SBxPicBuf& picture, const SBxTone& tone) {
-    if (back.AllocateLike(picture) != kBxSuccess) {
-        return kBxOutOfMemory;
-    }
+void BX_MakePutBackTable(unsigned char* table, const SBxTone& tone) {
     const SBxLostTones lost(tone);
-    unsigned char table[256];
     for (int value = 0; value < 256; ++value) {
         double before = Before(value, tone);
         if (value == 0) {
@@ -37,12 +34,17 @@ unsigned char BX_PutBack(CBxOwnedPic& back, const SBxPicBuf& picture, const SBxT
         }
         table[value] = static_cast<unsigned char>(std::clamp(std::lround(before), 0L, 255L));
     }
+}
+
+unsigned char BX_PutBack(CBxOwnedPic& back, const SBxPicBuf& picture, const unsigned char* table) {
+    const bool hasPixels = back->m_iWidth == picture.m_iWidth && back->m_iHeight == picture.m_iHeight;
+    if (!hasPixels && back.AllocateLike(picture) != kBxSuccess) {
+        return kBxOutOfMemory;
+    }
     for (int y = 0; y < picture.m_iHeight; ++y) {
         const auto* from = BX_PicRow<unsigned char>(picture, y);
-        auto* to = BX_PicRow<unsigned char>(back.Pic(), y);
-        for (int x = 0; x < 3 * picture.m_iWidth; ++x) {
-            to[x] = table[from[x]];
-        }
+        std::transform(from, from + 3 * static_cast<std::ptrdiff_t>(picture.m_iWidth),
+                       BX_PicRow<unsigned char>(back.Pic(), y), [table](unsigned char value) { return table[value]; });
     }
     return kBxSuccess;
 }

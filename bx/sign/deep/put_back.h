@@ -17,8 +17,12 @@ struct SBxLostTones {
     SBxLostTones() = default;
 };
 
-// From a 3_8 picture. `back` receives a picture of the same size. 0; 6 without memory.
-[[nodiscard]] unsigned char BX_PutBack(CBxOwnedPic& back, const SBxPicBuf& picture, const SBxTone& tone);
+// What each of the 256 values was.
+void BX_MakePutBackTable(unsigned char* table, const SBxTone& tone);
+
+// From a 3_8 picture. `back` receives a picture of the same size, in the pixels of an earlier one if it has one. 0; 6
+// without memory.
+[[nodiscard]] unsigned char BX_PutBack(CBxOwnedPic& back, const SBxPicBuf& picture, const unsigned char* table);
 
 // What a comb in a picture that was put back says of the picture itself.
 SBxTone BX_Together(const SBxTone& undone, const SBxTone& comb);
