@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr double kLargestCut = 0.14;  // of a side of the picture, against what is left of it
+constexpr double kLargestCut = 0.45;  // of a side of the picture, against what is left of it
 constexpr double kSizeStep = 1.0 / 160.0;
 constexpr double kSmallestCell = 12.0;   // pixels of a plane that a map is made of, if there are finer ones
 constexpr double kSizesOfMap = 1.5;      // largest to smallest cell that one map is good for
