@@ -23,6 +23,7 @@
 #include "deep_search.h"
 #include "picture_changes.h"
 #include "result.h"
+#include "second_look.h"
 #include "sign_op.h"
 
 namespace {
@@ -89,10 +90,15 @@ void Search(SCounts& counts, SBxPicBuf& picture, int sizeClass, const SOptions& 
     unsigned char result = SearchOrdinarily(cost, run, picture, text, options.threads);
     ++counts.pictures;
     ++counts.ofClass[sizeClass];
-    if (result == kBxSuccess) {
+    SBxSoftReading second;
+    if (result == kBxSuccess &&
+        (BX_LookAgain(second, picture, run.m_Finding, text) != kBxSuccess || second.m_dGap >= kLeadOfOrdinary)) {
         const bool isRight = options.isSigned && options.text == text;
         ++(isRight ? counts.ordinary : counts.wrongCertain);
         counts.readOfClass[sizeClass] += isRight ? 1 : 0;
+        if (options.isVerbose && !isRight) {
+            std::printf("    %s: ordinary search \"%s\"\n", what, text);
+        }
         return;
     }
     SBxDeepFinding finding;
