@@ -22,9 +22,19 @@ constexpr double kLeastJointAgreement = 10.5;
 constexpr double kWorthMoving = 8.6;    // agreement from which a grid is moved uphill
 constexpr double kBlurAsWritten = 1.1;  // pixels; standard deviation of the smoothing under which signs are written
 // Zooms that the ordinary search leaves out: pictures enlarged by more than it expects, and small copies.
-constexpr double kFurtherZooms[] = {0.5, 0.55, 0.6, 0.65, 0.7, 0.75, 0.8, 0.85, 2.3, 2.65, 3.0, 3.5, 4.0};
+constexpr double kFurtherZooms[] = {0.5, 0.55, 0.6, 0.65, 0.7, 0.75, 0.8, 0.85};
 // Those near which signs are written.
 constexpr double kZoomsOfPutBack[] = {1.0, 0.95, 1.05};
+
+// A picture that was reduced and is enlarged again has the corners that it was signed by, if it is smoothed as it was
+// then, not more for being enlarged.
+constexpr double kZoomsOfReduced[] = {1.2, 1.35, 1.5, 1.65, 1.8, 1.95, 2.05, 2.2, 2.4, 2.65, 2.9, 3.2, 3.6, 4.0};
+constexpr double kMostPixelsOfReduced = 1.3e7;
+struct SZoom {
+    double zoom;
+    double stretch;  // of the smoothing
+};
+constexpr std::size_t kMostZooms = std::size(kFurtherZooms) + std::size(kZoomsOfPutBack) + std::size(kZoomsOfReduced);
 
 constexpr double kFirstMove = 0.7;           // pixels of the picture as it was signed
 constexpr double kFirstMoveOfTurned = 0.08;  // cells
@@ -82,7 +92,8 @@ SBxGridTrial CBxDeepRun::TrialOfWholePicture(double scale) const {
     return {BX_PoseOfRectangle(whole), BX_BlurOfScale(scale), scale, 0.0, BX_GridOrientation(0)};
 }
 
-unsigned char CBxDeepRun::AddCorners(CBxCornerArchive& archive, const CBxSearchPicture& shared, double zoom) {
+unsigned char CBxDeepRun::AddCorners(CBxCornerArchive& archive, const CBxSearchPicture& shared, double zoom,
+                                     double stretch) {
     struct SLists {
         SBxCornerList dark;
         SBxCornerList bright;
@@ -99,7 +110,7 @@ unsigned char CBxDeepRun::AddCorners(CBxCornerArchive& archive, const CBxSearchP
     SBxCornerBars bars;
     const CBxRunStop stop(m_Run, EBxStopOn::Abort);
     const unsigned char result =
-        BX_FindCornersOfHalves(lists->dark, lists->bright, mean, mean.Width(), mean.Height(), zoom, bars, &stop);
+        BX_FindCornersOfHalves(lists->dark, lists->bright, mean, mean.Width(), mean.Height(), stretch, bars, &stop);
     if (result == kBxSuccess) {
         archive.Add(zoom, lists->dark, lists->bright);
     }
@@ -113,13 +124,27 @@ unsigned char CBxDeepRun::AddFurtherCorners() {
         return kBxOutOfMemory;
     }
     std::atomic<unsigned char> result{kBxSuccess};
+    SZoom zooms[kMostZooms];
+    std::size_t count = 0;
+    for (const double zoom : kFurtherZooms) {
+        zooms[count++] = {zoom, zoom};
+    }
+    const double pixels = static_cast<double>(m_Given.m_iWidth) * m_Given.m_iHeight;
+    for (const double zoom : kZoomsOfReduced) {
+        if (pixels * zoom * zoom < kMostPixelsOfReduced) {
+            zooms[count++] = {zoom, 1.0};
+        }
+    }
     // The corners of a picture that was put back are those that it had when it was signed.
-    const std::size_t count = std::size(kFurtherZooms) + (m_bKnowsTone ? std::size(kZoomsOfPutBack) : 0);
+    for (const double zoom : kZoomsOfPutBack) {
+        if (m_bKnowsTone) {
+            zooms[count++] = {zoom, zoom};
+        }
+    }
     auto slice = [&](std::size_t begin, std::size_t /*end*/) {
-        const double zoom =
-            begin < std::size(kFurtherZooms) ? kFurtherZooms[begin] : kZoomsOfPutBack[begin - std::size(kFurtherZooms)];
+        const double zoom = zooms[begin].zoom;
         if (!BX_IsTooLargeToSearch(m_Given.m_iWidth, m_Given.m_iHeight, zoom)) {
-            const unsigned char ofZoom = AddCorners(m_Archive, shared, zoom);
+            const unsigned char ofZoom = AddCorners(m_Archive, shared, zoom, zooms[begin].stretch);
             if (ofZoom != kBxSuccess) {
                 result.store(ofZoom);
             }

@@ -41,7 +41,7 @@ public:
     // Adds the corners of zooms that the ordinary search does not look at. 0, 1 when aborted, 6.
     unsigned char AddFurtherCorners();
     // Adds the corners of one zoom of a picture to an archive. 0, 1 when aborted, 6.
-    unsigned char AddCorners(CBxCornerArchive& archive, const CBxSearchPicture& shared, double zoom);
+    unsigned char AddCorners(CBxCornerArchive& archive, const CBxSearchPicture& shared, double zoom, double stretch);
     // Collects the pairs and makes the sums. 0 or 6.
     unsigned char Prepare();
 

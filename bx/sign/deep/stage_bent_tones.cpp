@@ -66,7 +66,7 @@ private:
         if (!shared.Prepare(m_Picture.Pic())) {
             return kBxOutOfMemory;
         }
-        const unsigned char result = run.AddCorners(archive, shared, kAsSigned);
+        const unsigned char result = run.AddCorners(archive, shared, kAsSigned, kAsSigned);
         return result == kBxSuccess && !m_Pool.Collect(archive) ? static_cast<unsigned char>(kBxOutOfMemory) : result;
     }
 
