@@ -22,6 +22,8 @@ constexpr double kLeastJointAgreement = 10.5;
 constexpr double kWorthMoving = 8.6;    // agreement from which a grid is moved uphill
 constexpr double kBlurAsWritten = 1.1;  // pixels; standard deviation of the smoothing under which signs are written
 // Zooms that the ordinary search leaves out: pictures enlarged by more than it expects, and small copies.
+// Of the larger ones every second of the zooms below 1 is enough.
+constexpr double kLargePicture = 6e6;  // pixels
 constexpr double kFurtherZooms[] = {0.5, 0.55, 0.6, 0.65, 0.7, 0.75, 0.8, 0.85, 2.3, 2.65, 3.0, 3.5, 4.0};
 // Those near which signs are written.
 constexpr double kZoomsOfPutBack[] = {1.0, 0.95, 1.05};
@@ -116,9 +118,11 @@ unsigned char CBxDeepRun::AddFurtherCorners() {
     // The corners of a picture that was put back are those that it had when it was signed.
     const std::size_t count = std::size(kFurtherZooms) + (m_bKnowsTone ? std::size(kZoomsOfPutBack) : 0);
     auto slice = [&](std::size_t begin, std::size_t /*end*/) {
-        const double zoom =
-            begin < std::size(kFurtherZooms) ? kFurtherZooms[begin] : kZoomsOfPutBack[begin - std::size(kFurtherZooms)];
-        if (!BX_IsTooLargeToSearch(m_Given.m_iWidth, m_Given.m_iHeight, zoom)) {
+        const bool isFurther = begin < std::size(kFurtherZooms);
+        const double zoom = isFurther ? kFurtherZooms[begin] : kZoomsOfPutBack[begin - std::size(kFurtherZooms)];
+        const bool isLarge = static_cast<double>(m_Given.m_iWidth) * m_Given.m_iHeight > kLargePicture;
+        if (!(isLarge && isFurther && zoom < 1.0 && begin % 2 != 0) &&
+            !BX_IsTooLargeToSearch(m_Given.m_iWidth, m_Given.m_iHeight, zoom)) {
             const unsigned char ofZoom = AddCorners(m_Archive, shared, zoom);
             if (ofZoom != kBxSuccess) {
                 result.store(ofZoom);
