@@ -145,11 +145,27 @@ unsigned char CBxDeepRun::PutBack() {
 }
 
 unsigned char CBxDeepRun::Prepare() {
-    const bool isPrepared =
-        m_bKnowsTone ? m_Clipped.Prepare(m_Given, SBxLostTones(m_Undone)) : m_Clipped.Prepare(m_Given);
-    return isPrepared && m_Sums.Prepare(Picture()) && m_Pool.Collect(m_Archive) && m_Softs.Prepare(m_Pool.Count())
-               ? kBxSuccess
-               : kBxOutOfMemory;
+    const CBxRunStop stop(m_Run, EBxStopOn::Abort);
+    if (!m_Sums.Prepare(Picture(), nullptr, {m_uiThreads, &stop})) {
+        return kBxOutOfMemory;
+    }
+    constexpr std::size_t kParts = 2;
+    std::atomic<bool> hasMemory{true};
+    auto part = [&](std::size_t begin, std::size_t /*end*/) {
+        const bool isPrepared = begin == 1     ? m_Pool.Collect(m_Archive) && m_Softs.Prepare(m_Pool.Count())
+                                : m_bKnowsTone ? m_Clipped.Prepare(m_Given, SBxLostTones(m_Undone))
+                                               : m_Clipped.Prepare(m_Given);
+        if (!isPrepared) {
+            hasMemory.store(false);
+        }
+        return hasMemory.load() && !Ended();
+    };
+    BX_RunSlices(kParts, 1, m_uiThreads, part);
+    return hasMemory.load() ? kBxSuccess : kBxOutOfMemory;
+}
+
+bool CBxDeepRun::PreparePlanes() {
+    return m_Planes.Width() > 0 || m_Planes.Prepare(Picture());
 }
 
 double CBxDeepRun::Evidence(double agreement) const {

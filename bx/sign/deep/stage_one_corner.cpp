@@ -16,7 +16,7 @@ namespace {
 
 constexpr double kLargestCut = 0.45;  // of a side of the picture, against what is left of it
 constexpr double kSizeStep = 1.0 / 160.0;
-constexpr double kSmallestCell = 8.0;   // pixels of a plane that a map is made of, if there are finer ones
+constexpr double kSmallestCell = 8.0;    // pixels of a plane that a map is made of, if there are finer ones
 constexpr double kSizesOfMap = 1.5;      // largest to smallest cell that one map is good for
 constexpr double kLongest = 2.6;         // the longer side of a carrier against the shorter one
 constexpr int kFewestInside = 10;        // columns, and rows, of a grid
@@ -384,7 +384,5 @@ private:
 }  // namespace
 
 unsigned char BX_SearchOneCorner(CBxDeepRun& run) {
-    CBxPatternPlane planes;
-    return planes.Prepare(run.Picture()) ? CCornerSearch(run, planes).Search()
-                                         : static_cast<unsigned char>(kBxOutOfMemory);
+    return run.PreparePlanes() ? CCornerSearch(run, run.m_Planes).Search() : static_cast<unsigned char>(kBxOutOfMemory);
 }
