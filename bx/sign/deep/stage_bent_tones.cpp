@@ -12,6 +12,7 @@
 #include "owned_pic.h"
 #include "put_back.h"
 #include "result.h"
+#include "run_stop.h"
 #include "search_picture.h"
 #include "slices.h"
 
@@ -45,7 +46,9 @@ public:
     unsigned char Make(CBxDeepRun& run, const SBxTone& tone, bool withCorners) {
         unsigned char table[256];
         BX_MakePutBackTable(table, tone);
-        if (!m_Sums.Prepare(run.Picture(), table) || !m_Clipped.Prepare(run.Picture(), SBxLostTones(tone))) {
+        const CBxRunStop stop(run.m_Run, EBxStopOn::Abort);
+        if (!m_Sums.Prepare(run.Picture(), table, {run.m_uiThreads, &stop}) ||
+            !m_Clipped.Prepare(run.Picture(), SBxLostTones(tone))) {
             return kBxOutOfMemory;
         }
         return withCorners ? CollectCorners(run, table) : static_cast<unsigned char>(kBxSuccess);
