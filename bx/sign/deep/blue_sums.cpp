@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 #include "kernels.h"
 #include "slices.h"
@@ -92,11 +93,7 @@ bool CBxBlueSums::MakeRoom(SLevel& level, int width, int height) {
 
 // `sample` gives the whole number at (x, y).
 template <typename Sample>
-bool CBxBlueSums::MakeFirstLevel(int width, int height, Sample sample, const SWork& work) {
-    m_iWidth = width;
-    m_iHeight = height;
-    m_iLevels = 0;
-    SLevel& level = m_Levels[0];
+bool CBxBlueSums::MakeFirstLevel(SLevel& level, int width, int height, Sample sample, const SWork& work) {
     if (width < 1 || height < 1 || !MakeRoom(level, width, height)) {
         return false;
     }
@@ -109,7 +106,6 @@ bool CBxBlueSums::MakeFirstLevel(int width, int height, Sample sample, const SWo
         }
         sums[width] = sums[width + 1] = sum;
     });
-    m_iLevels = 1;
     return true;
 }
 
@@ -144,19 +140,35 @@ bool CBxBlueSums::MakeFurtherLevels(const SWork& work) {
 }
 
 bool CBxBlueSums::Prepare(const SBxPicBuf& picture, const unsigned char* table, const SWork& work) {
-    const auto blueAt = [&picture](int x, int y) { return BX_PicRow<unsigned char>(picture, y)[3 * x]; };
-    const auto plain = [&](int x, int y) -> std::uint32_t { return blueAt(x, y); };
-    const auto replaced = [&](int x, int y) -> std::uint32_t { return table[blueAt(x, y)]; };
-    const bool hasFirst = table == nullptr ? MakeFirstLevel(picture.m_iWidth, picture.m_iHeight, plain, work)
-                                           : MakeFirstLevel(picture.m_iWidth, picture.m_iHeight, replaced, work);
+    unsigned char unchanged[256];
+    if (table == nullptr) {
+        std::iota(unchanged, unchanged + 256, static_cast<unsigned char>(0));
+        table = unchanged;
+    }
+    const int width = m_iWidth = picture.m_iWidth;
+    const int height = m_iHeight = picture.m_iHeight;
+    m_iFirstLevel = work.halved && width >= 2 * kSmallestPlaneSide && height >= 2 * kSmallestPlaneSide ? 1 : 0;
+    m_iLevels = m_iFirstLevel + 1;
+    const auto one = [&picture, table](int x, int y) -> std::uint32_t {
+        return table[BX_PicRow<unsigned char>(picture, y)[3 * x]];
+    };
+    const auto four = [&one](int x, int y) -> std::uint32_t {
+        return one(2 * x, 2 * y) + one(2 * x + 1, 2 * y) + one(2 * x, 2 * y + 1) + one(2 * x + 1, 2 * y + 1);
+    };
+    const bool hasFirst = m_iFirstLevel == 0 ? MakeFirstLevel(m_Levels[0], width, height, one, work)
+                                             : MakeFirstLevel(m_Levels[1], width / 2, height / 2, four, work);
     return hasFirst && MakeFurtherLevels(work);
 }
 
 bool CBxBlueSums::Prepare(const std::uint16_t* plane, int width, int height) {
+    m_iWidth = width;
+    m_iHeight = height;
+    m_iFirstLevel = 0;
+    m_iLevels = 1;
     const auto sample = [plane, width](int x, int y) -> std::uint32_t {
         return plane[static_cast<std::ptrdiff_t>(y) * width + x];
     };
-    return MakeFirstLevel(width, height, sample, SWork{}) && MakeFurtherLevels(SWork{});
+    return MakeFirstLevel(m_Levels[0], width, height, sample, SWork{}) && MakeFurtherLevels(SWork{});
 }
 
 // The means of one row of cells under one ellipse; NaN where too little of it is seen.
@@ -212,8 +224,8 @@ CBxBlueSums::SEllipseShape CBxBlueSums::ShapeOf(const SBxGridPose& pose, double 
 }
 
 int CBxBlueSums::ChooseLevel(double& scale, const SEllipseShape& shape, double mostRows) const {
-    int index = 0;
-    scale = 1.0;
+    int index = m_iFirstLevel;
+    scale = index == 0 ? 1.0 : 0.5;
     while (index + 1 < m_iLevels && 2.0 * shape.top * scale > mostRows &&
            shape.smallerAxis * scale > kSmallestReducedAxis * mostRows / kRowsOfSmallestAxis) {
         ++index;

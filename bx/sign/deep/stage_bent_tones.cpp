@@ -47,7 +47,7 @@ public:
         unsigned char table[256];
         BX_MakePutBackTable(table, tone);
         const CBxRunStop stop(run.m_Run, EBxStopOn::Abort);
-        if (!m_Sums.Prepare(run.Picture(), table, {run.m_uiThreads, &stop}) ||
+        if (!m_Sums.Prepare(run.Picture(), table, {run.m_uiThreads, &stop, !withCorners}) ||
             !m_Clipped.Prepare(run.Picture(), SBxLostTones(tone))) {
             return kBxOutOfMemory;
         }

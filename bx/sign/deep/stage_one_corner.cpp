@@ -23,7 +23,7 @@ constexpr int kFewestInside = 10;        // columns, and rows, of a grid
 constexpr int kDirections = 4;           // to the right or left, down or up
 constexpr std::size_t kOfDirection = 3;  // grids that one corner may give in one direction
 constexpr std::size_t kMostRead = 24;
-constexpr double kMostGrids = 1.2e7;  // on all maps with all marks; the last corners are left out
+constexpr double kMostGrids = 8e6;  // on all maps with all marks; the last corners are left out
 constexpr int kFewestAnchors = 16;
 constexpr float kWorthless = -1e30f;
 
