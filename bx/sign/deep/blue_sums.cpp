@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 #include "kernels.h"
+#include "slices.h"
 
 namespace {
 
@@ -28,6 +30,19 @@ int CountNumbers(const float* means, int count) {
 }  // namespace
 
 namespace {
+
+// Calls make(row) for all rows.
+template <typename Make>
+void MakeRows(int rows, const CBxBlueSums::SWork& work, Make make) {
+    constexpr std::size_t kSlice = 64;
+    auto slice = [&](std::size_t begin, std::size_t end) {
+        for (std::size_t row = begin; row < end; ++row) {
+            make(static_cast<int>(row));
+        }
+        return work.stop == nullptr || !work.stop->Stopped();
+    };
+    BX_RunSlices(static_cast<std::size_t>(rows), kSlice, work.threads, slice);
+}
 
 // Rows of one grid lie on hundreds of pages; with large pages their addresses are found at once. A hint, no more.
 void WishForLargePages(void* memory, std::size_t bytes) {
@@ -78,15 +93,11 @@ bool CBxBlueSums::MakeRoom(SLevel& level, int width, int height) {
 
 // `sample` gives the whole number at (x, y).
 template <typename Sample>
-bool CBxBlueSums::MakeFirstLevel(int width, int height, Sample sample) {
-    m_iWidth = width;
-    m_iHeight = height;
-    m_iLevels = 0;
-    SLevel& level = m_Levels[0];
+bool CBxBlueSums::MakeFirstLevel(SLevel& level, int width, int height, Sample sample, const SWork& work) {
     if (width < 1 || height < 1 || !MakeRoom(level, width, height)) {
         return false;
     }
-    for (int y = 0; y < height; ++y) {
+    MakeRows(height, work, [&](int y) {
         std::uint32_t* sums = level.sums.Data() + static_cast<std::ptrdiff_t>(y) * level.pitch;
         std::uint32_t sum = 0;
         for (int x = 0; x < width; ++x) {
@@ -94,19 +105,18 @@ bool CBxBlueSums::MakeFirstLevel(int width, int height, Sample sample) {
             sum += sample(x, y);
         }
         sums[width] = sums[width + 1] = sum;
-    }
-    m_iLevels = 1;
+    });
     return true;
 }
 
 // Two rows of two pixels become one pixel: a difference of sums of the finer plane.
-bool CBxBlueSums::MakeLevel(int index) {
+bool CBxBlueSums::MakeLevel(int index, const SWork& work) {
     const SLevel& fine = m_Levels[index - 1];
     SLevel& level = m_Levels[index];
     if (!MakeRoom(level, fine.width / 2, fine.height / 2)) {
         return false;
     }
-    for (int y = 0; y < level.height; ++y) {
+    MakeRows(level.height, work, [&](int y) {
         const std::uint32_t* upper = fine.sums.Data() + static_cast<std::ptrdiff_t>(2 * y) * fine.pitch;
         const std::uint32_t* lower = upper + fine.pitch;
         std::uint32_t* sums = level.sums.Data() + static_cast<std::ptrdiff_t>(y) * level.pitch;
@@ -114,14 +124,14 @@ bool CBxBlueSums::MakeLevel(int index) {
             sums[x] = upper[2 * x] + lower[2 * x];
         }
         sums[level.width + 1] = sums[level.width];
-    }
+    });
     return true;
 }
 
-bool CBxBlueSums::MakeFurtherLevels() {
+bool CBxBlueSums::MakeFurtherLevels(const SWork& work) {
     while (m_iLevels < kMostLevels && m_Levels[m_iLevels - 1].width >= 2 * kSmallestPlaneSide &&
            m_Levels[m_iLevels - 1].height >= 2 * kSmallestPlaneSide) {
-        if (!MakeLevel(m_iLevels)) {
+        if (!MakeLevel(m_iLevels, work)) {
             return false;
         }
         ++m_iLevels;
@@ -129,21 +139,36 @@ bool CBxBlueSums::MakeFurtherLevels() {
     return true;
 }
 
-bool CBxBlueSums::Prepare(const SBxPicBuf& picture, const unsigned char* table) {
-    const auto blueAt = [&picture](int x, int y) { return BX_PicRow<unsigned char>(picture, y)[3 * x]; };
-    const auto plain = [&](int x, int y) -> std::uint32_t { return blueAt(x, y); };
-    const auto replaced = [&](int x, int y) -> std::uint32_t { return table[blueAt(x, y)]; };
-    const bool hasFirst = table == nullptr ? MakeFirstLevel(picture.m_iWidth, picture.m_iHeight, plain)
-                                           : MakeFirstLevel(picture.m_iWidth, picture.m_iHeight, replaced);
-    return hasFirst && MakeFurtherLevels();
+bool CBxBlueSums::Prepare(const SBxPicBuf& picture, const unsigned char* table, const SWork& work) {
+    unsigned char unchanged[256];
+    if (table == nullptr) {
+        std::iota(unchanged, unchanged + 256, static_cast<unsigned char>(0));
+        table = unchanged;
+    }
+    const int width = m_iWidth = picture.m_iWidth;
+    const int height = m_iHeight = picture.m_iHeight;
+    m_iFirstLevel = work.halved && width >= 2 * kSmallestPlaneSide && height >= 2 * kSmallestPlaneSide ? 1 : 0;
+    m_iLevels = m_iFirstLevel + 1;
+    const auto one = [&picture, table](int x, int y) -> std::uint32_t {
+        return table[BX_PicRow<unsigned char>(picture, y)[3 * x]];
+    };
+    const auto four = [&one](int x, int y) -> std::uint32_t {
+        return one(2 * x, 2 * y) + one(2 * x + 1, 2 * y) + one(2 * x, 2 * y + 1) + one(2 * x + 1, 2 * y + 1);
+    };
+    const bool hasFirst = m_iFirstLevel == 0 ? MakeFirstLevel(m_Levels[0], width, height, one, work)
+                                             : MakeFirstLevel(m_Levels[1], width / 2, height / 2, four, work);
+    return hasFirst && MakeFurtherLevels(work);
 }
 
 bool CBxBlueSums::Prepare(const std::uint16_t* plane, int width, int height) {
-    return MakeFirstLevel(width, height,
-                          [plane, width](int x, int y) -> std::uint32_t {
-                              return plane[static_cast<std::ptrdiff_t>(y) * width + x];
-                          }) &&
-           MakeFurtherLevels();
+    m_iWidth = width;
+    m_iHeight = height;
+    m_iFirstLevel = 0;
+    m_iLevels = 1;
+    const auto sample = [plane, width](int x, int y) -> std::uint32_t {
+        return plane[static_cast<std::ptrdiff_t>(y) * width + x];
+    };
+    return MakeFirstLevel(m_Levels[0], width, height, sample, SWork{}) && MakeFurtherLevels(SWork{});
 }
 
 // The means of one row of cells under one ellipse; NaN where too little of it is seen.
@@ -199,8 +224,8 @@ CBxBlueSums::SEllipseShape CBxBlueSums::ShapeOf(const SBxGridPose& pose, double 
 }
 
 int CBxBlueSums::ChooseLevel(double& scale, const SEllipseShape& shape, double mostRows) const {
-    int index = 0;
-    scale = 1.0;
+    int index = m_iFirstLevel;
+    scale = index == 0 ? 1.0 : 0.5;
     while (index + 1 < m_iLevels && 2.0 * shape.top * scale > mostRows &&
            shape.smallerAxis * scale > kSmallestReducedAxis * mostRows / kRowsOfSmallestAxis) {
         ++index;

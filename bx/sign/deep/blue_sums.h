@@ -10,6 +10,7 @@
 
 #include <cstdint>
 
+#include "corner_search.h"
 #include "grid_pose.h"
 #include "heap_array.h"
 #include "pic_buf.h"
@@ -17,9 +18,19 @@
 // Made once; read by any number of threads. About 5.4 bytes a pixel.
 class CBxBlueSums {
 public:
+    // How it is made: by so many threads, and until this says stop (null: never); with `halved` without the plane of
+    // the whole picture, which takes three quarters of the time and of the memory.
+    struct SWork {
+        unsigned int threads = 1;
+        const CBxStopCheck* stop = nullptr;
+        bool halved = false;
+    };
+
     // From a 3_8 picture, which it does not refer to afterwards; `table` (256 values, or null) replaces its values.
-    // False without memory and for an empty picture. Made anew, it keeps its memory if the size is the same.
-    [[nodiscard]] bool Prepare(const SBxPicBuf& picture, const unsigned char* table = nullptr);
+    // False without memory and for an empty picture; worthless when it was stopped. Made anew, it keeps its memory if
+    // the size is the same.
+    [[nodiscard]] bool Prepare(const SBxPicBuf& picture, const unsigned char* table, const SWork& work);
+    [[nodiscard]] bool Prepare(const SBxPicBuf& picture) { return Prepare(picture, nullptr, SWork{}); }
     // The same for any plane of whole numbers, width * height of them.
     [[nodiscard]] bool Prepare(const std::uint16_t* plane, int width, int height);
 
@@ -60,11 +71,11 @@ private:
     struct SEllipseShape;
 
     template <typename Sample>
-    bool MakeFirstLevel(int width, int height, Sample sample);
-    bool MakeLevel(int index);
+    bool MakeFirstLevel(SLevel& level, int width, int height, Sample sample, const SWork& work);
+    bool MakeLevel(int index, const SWork& work);
     // Gives a level its size and room for it.
     [[nodiscard]] static bool MakeRoom(SLevel& level, int width, int height);
-    bool MakeFurtherLevels();
+    bool MakeFurtherLevels(const SWork& work);
     // Which plane suits ellipses of a shape in pixels of the picture; `scale` receives its pixels a picture pixel.
     int ChooseLevel(double& scale, const SEllipseShape& shape, double mostRows) const;
     static SEllipseShape ShapeOf(const SBxGridPose& pose, double share);
@@ -73,6 +84,7 @@ private:
 
     int m_iWidth = 0;
     int m_iHeight = 0;
-    int m_iLevels = 0;
+    int m_iFirstLevel = 0;
+    int m_iLevels = 0;  // the last one and one
     SLevel m_Levels[kMostLevels];
 };

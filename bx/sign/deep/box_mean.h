@@ -5,4 +5,4 @@
 // `in` are two planes of width x height floats, packed rows, and no sample is further from zero than `largest`: samples
 // are rounded to the finest whole numbers whose sums 32 bits hold. False without memory.
 [[nodiscard]] bool BX_BoxMean(float* out, const float* in, int width, int height, int reachX, int reachY,
-                              double largest);
+                              double largest = 255.0);

@@ -51,8 +51,10 @@ bool CBxClippedPixels::Prepare(const SBxPicBuf& picture, int darkest, int bright
         std::fill_n(counts.Data(), width, 0);
         for (int row = y * factor; row < (y + 1) * factor; ++row) {
             const auto* blue = BX_PicRow<unsigned char>(picture, row);
-            for (int x = 0; x < width * factor; ++x) {
-                counts[x / factor] += blue[3 * x] <= darkest || blue[3 * x] >= brightest ? 1 : 0;
+            for (int x = 0; x < width; ++x) {
+                for (int i = 0; i < factor; ++i, blue += 3) {
+                    counts[x] += *blue <= darkest || *blue >= brightest ? 1 : 0;
+                }
             }
         }
         for (int x = 0; x < width; ++x) {

@@ -21,20 +21,6 @@ constexpr double kHintAgreement = 8.2;
 constexpr double kLeastJointAgreement = 10.5;
 constexpr double kWorthMoving = 8.6;    // agreement from which a grid is moved uphill
 constexpr double kBlurAsWritten = 1.1;  // pixels; standard deviation of the smoothing under which signs are written
-// Zooms that the ordinary search leaves out: pictures enlarged by more than it expects, and small copies.
-constexpr double kFurtherZooms[] = {0.5, 0.55, 0.6, 0.65, 0.7, 0.75, 0.8, 0.85};
-// Those near which signs are written.
-constexpr double kZoomsOfPutBack[] = {1.0, 0.95, 1.05};
-
-// A picture that was reduced and is enlarged again has the corners that it was signed by, if it is smoothed as it was
-// then, not more for being enlarged.
-constexpr double kZoomsOfReduced[] = {1.2, 1.35, 1.5, 1.65, 1.8, 1.95, 2.05, 2.2, 2.4, 2.65, 2.9, 3.2, 3.6, 4.0};
-constexpr double kMostPixelsOfReduced = 1.3e7;
-struct SZoom {
-    double zoom;
-    double stretch;  // of the smoothing
-};
-constexpr std::size_t kMostZooms = std::size(kFurtherZooms) + std::size(kZoomsOfPutBack) + std::size(kZoomsOfReduced);
 
 constexpr double kFirstMove = 0.7;           // pixels of the picture as it was signed
 constexpr double kFirstMoveOfTurned = 0.08;  // cells
@@ -92,69 +78,6 @@ SBxGridTrial CBxDeepRun::TrialOfWholePicture(double scale) const {
     return {BX_PoseOfRectangle(whole), BX_BlurOfScale(scale), scale, 0.0, BX_GridOrientation(0)};
 }
 
-unsigned char CBxDeepRun::AddCorners(CBxCornerArchive& archive, const CBxSearchPicture& shared, double zoom,
-                                     double stretch) {
-    struct SLists {
-        SBxCornerList dark;
-        SBxCornerList bright;
-    };
-    const std::unique_ptr<SLists> lists(new (std::nothrow) SLists);
-    CBxColumnWeights columns;
-    if (lists == nullptr || !columns.Prepare(shared.Width(), zoom)) {
-        return kBxOutOfMemory;
-    }
-    CBxScaledRows mean(shared, columns, zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
-    if (!mean.Prepare()) {
-        return kBxOutOfMemory;
-    }
-    SBxCornerBars bars;
-    const CBxRunStop stop(m_Run, EBxStopOn::Abort);
-    const unsigned char result =
-        BX_FindCornersOfHalves(lists->dark, lists->bright, mean, mean.Width(), mean.Height(), stretch, bars, &stop);
-    if (result == kBxSuccess) {
-        archive.Add(zoom, lists->dark, lists->bright);
-    }
-    return result;
-}
-
-// The zooms are shared out among the threads.
-unsigned char CBxDeepRun::AddFurtherCorners() {
-    CBxSearchPicture shared;
-    if (!shared.Prepare(Picture())) {
-        return kBxOutOfMemory;
-    }
-    std::atomic<unsigned char> result{kBxSuccess};
-    SZoom zooms[kMostZooms];
-    std::size_t count = 0;
-    for (const double zoom : kFurtherZooms) {
-        zooms[count++] = {zoom, zoom};
-    }
-    const double pixels = static_cast<double>(m_Given.m_iWidth) * m_Given.m_iHeight;
-    for (const double zoom : kZoomsOfReduced) {
-        if (pixels * zoom * zoom < kMostPixelsOfReduced) {
-            zooms[count++] = {zoom, 1.0};
-        }
-    }
-    // The corners of a picture that was put back are those that it had when it was signed.
-    for (const double zoom : kZoomsOfPutBack) {
-        if (m_bKnowsTone) {
-            zooms[count++] = {zoom, zoom};
-        }
-    }
-    auto slice = [&](std::size_t begin, std::size_t /*end*/) {
-        const double zoom = zooms[begin].zoom;
-        if (!BX_IsTooLargeToSearch(m_Given.m_iWidth, m_Given.m_iHeight, zoom)) {
-            const unsigned char ofZoom = AddCorners(m_Archive, shared, zoom, zooms[begin].stretch);
-            if (ofZoom != kBxSuccess) {
-                result.store(ofZoom);
-            }
-        }
-        return result.load() == kBxSuccess && !Ended();
-    };
-    BX_RunSlices(count, 1, m_uiThreads, slice);
-    return Ended() ? static_cast<unsigned char>(kBxFailure) : result.load();
-}
-
 unsigned char CBxDeepRun::PutBack() {
     m_bKnowsTone = BX_FindToneGaps(m_Undone, m_Given);
     if (!m_bKnowsTone) {
@@ -166,11 +89,27 @@ unsigned char CBxDeepRun::PutBack() {
 }
 
 unsigned char CBxDeepRun::Prepare() {
-    const bool isPrepared =
-        m_bKnowsTone ? m_Clipped.Prepare(m_Given, SBxLostTones(m_Undone)) : m_Clipped.Prepare(m_Given);
-    return isPrepared && m_Sums.Prepare(Picture()) && m_Pool.Collect(m_Archive) && m_Softs.Prepare(m_Pool.Count())
-               ? kBxSuccess
-               : kBxOutOfMemory;
+    const CBxRunStop stop(m_Run, EBxStopOn::Abort);
+    if (!m_Sums.Prepare(Picture(), nullptr, {m_uiThreads, &stop})) {
+        return kBxOutOfMemory;
+    }
+    constexpr std::size_t kParts = 2;
+    std::atomic<bool> hasMemory{true};
+    auto part = [&](std::size_t begin, std::size_t /*end*/) {
+        const bool isPrepared = begin == 1     ? m_Pool.Collect(m_Archive) && m_Softs.Prepare(m_Pool.Count())
+                                : m_bKnowsTone ? m_Clipped.Prepare(m_Given, SBxLostTones(m_Undone))
+                                               : m_Clipped.Prepare(m_Given);
+        if (!isPrepared) {
+            hasMemory.store(false);
+        }
+        return hasMemory.load() && !Ended();
+    };
+    BX_RunSlices(kParts, 1, m_uiThreads, part);
+    return hasMemory.load() ? kBxSuccess : kBxOutOfMemory;
+}
+
+bool CBxDeepRun::PreparePlanes() {
+    return m_Planes.Width() > 0 || m_Planes.Prepare(Picture());
 }
 
 double CBxDeepRun::Evidence(double agreement) const {

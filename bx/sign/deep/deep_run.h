@@ -10,6 +10,7 @@
 #include "deep_search.h"
 #include "grid_pool.h"
 #include "owned_pic.h"
+#include "pattern_plane.h"
 #include "soft_store.h"
 
 // A grid to be read, and how it came about.
@@ -41,7 +42,7 @@ public:
     // Adds the corners of zooms that the ordinary search does not look at. 0, 1 when aborted, 6.
     unsigned char AddFurtherCorners();
     // Adds the corners of one zoom of a picture to an archive. 0, 1 when aborted, 6.
-    unsigned char AddCorners(CBxCornerArchive& archive, const CBxSearchPicture& shared, double zoom, double stretch);
+    unsigned char AddCorners(CBxCornerArchive& archive, const CBxSearchPicture& shared, double zoom);
     // Collects the pairs and makes the sums. 0 or 6.
     unsigned char Prepare();
 
@@ -52,6 +53,7 @@ public:
     CBxBlueSums m_Sums;
     CBxClippedPixels m_Clipped;
     CBxGridPool m_Pool;
+    CBxPatternPlane m_Planes;
     // Whether the picture told what became of its tones and was put back. An offset of a few whole tones may be left.
     bool m_bKnowsTone = false;
     CBxSoftStore m_Softs;  // of the pool's grids as they stand, once the first stage has read them
@@ -61,6 +63,9 @@ public:
         return m_Run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0 ||
                m_bCertain.load(std::memory_order_relaxed);
     }
+
+    // Makes m_Planes when it is first called, between the stages. False without memory.
+    [[nodiscard]] bool PreparePlanes();
 
     // The grid of the whole picture as carrier, if the picture was scaled by this.
     SBxGridTrial TrialOfWholePicture(double scale) const;

@@ -12,6 +12,7 @@
 #include "owned_pic.h"
 #include "put_back.h"
 #include "result.h"
+#include "run_stop.h"
 #include "search_picture.h"
 #include "slices.h"
 
@@ -24,9 +25,9 @@ constexpr float kClearComb = 0.16f;
 constexpr std::size_t kMostDecoded = 100;  // grids of a guess
 constexpr double kLowestRest = 0.9;        // of the gain that a guess leaves
 constexpr double kHighestRest = 1.12;
-constexpr double kFarthestZoom = 1.06;  // of corners that are not looked for anew
-constexpr double kLargePicture =
-    6e6;  // pixels; fewer guesses are made for larger ones, with the corners that are known
+constexpr double kFarthestZoom = 1.06;     // of corners that are not looked for anew
+constexpr double kLargePicture = 2e6;      // pixels; fewer guesses are made for larger ones,
+constexpr double kVeryLargePicture = 6e6;  // and for these with the corners that are known
 
 struct SGuess {
     SBxTone tone;
@@ -45,7 +46,9 @@ public:
     unsigned char Make(CBxDeepRun& run, const SBxTone& tone, bool withCorners) {
         unsigned char table[256];
         BX_MakePutBackTable(table, tone);
-        if (!m_Sums.Prepare(run.Picture(), table) || !m_Clipped.Prepare(run.Picture(), SBxLostTones(tone))) {
+        const CBxRunStop stop(run.m_Run, EBxStopOn::Abort);
+        if (!m_Sums.Prepare(run.Picture(), table, {run.m_uiThreads, &stop, !withCorners}) ||
+            !m_Clipped.Prepare(run.Picture(), SBxLostTones(tone))) {
             return kBxOutOfMemory;
         }
         return withCorners ? CollectCorners(run, table) : static_cast<unsigned char>(kBxSuccess);
@@ -66,7 +69,7 @@ private:
         if (!shared.Prepare(m_Picture.Pic())) {
             return kBxOutOfMemory;
         }
-        const unsigned char result = run.AddCorners(archive, shared, kAsSigned, kAsSigned);
+        const unsigned char result = run.AddCorners(archive, shared, kAsSigned);
         return result == kBxSuccess && !m_Pool.Collect(archive) ? static_cast<unsigned char>(kBxOutOfMemory) : result;
     }
 
@@ -171,14 +174,15 @@ unsigned char BX_SearchBentTones(CBxDeepRun& run) {
     if (putBack == nullptr) {
         return kBxOutOfMemory;
     }
-    const bool isLarge = static_cast<double>(run.Picture().m_iWidth) * run.Picture().m_iHeight > kLargePicture;
+    const double pixels = static_cast<double>(run.Picture().m_iWidth) * run.Picture().m_iHeight;
+    const bool withCorners = pixels < kVeryLargePicture;
     for (const SGuess& guess : kGuesses) {
-        if (isLarge && !guess.forLargeToo) {
+        if (pixels > kLargePicture && !guess.forLargeToo) {
             continue;
         }
-        unsigned char result = putBack->Make(run, guess.tone, !isLarge);
+        unsigned char result = putBack->Make(run, guess.tone, withCorners);
         if (result == kBxSuccess && !run.Ended()) {
-            result = CGuessSearch(run, *putBack, guess.tone, isLarge ? run.m_Pool : putBack->Pool()).Search();
+            result = CGuessSearch(run, *putBack, guess.tone, withCorners ? putBack->Pool() : run.m_Pool).Search();
         }
         if (result == kBxOutOfMemory || run.Ended()) {
             return result == kBxOutOfMemory ? result : static_cast<unsigned char>(kBxSuccess);

@@ -148,13 +148,15 @@ struct SCuts {
 };
 
 unsigned char SearchCuts(CBxDeepRun& run) {
-    CBxPatternPlane planes;
     CBxCellMap map;
     const CBxMapMarks marks(run);
     SCuts cuts[CBxMapMarks::kCount];
     constexpr double kMiddleOfCuts = 1.0 + kLargestCut / 2;
-    if (!planes.Prepare(run.Picture()) ||
-        !map.Make(planes, kMiddleOfCuts * planes.Width() / kGridSide, kMiddleOfCuts * planes.Height() / kGridSide)) {
+    if (!run.PreparePlanes()) {
+        return kBxOutOfMemory;
+    }
+    const CBxPatternPlane& planes = run.m_Planes;
+    if (!map.Make(planes, kMiddleOfCuts * planes.Width() / kGridSide, kMiddleOfCuts * planes.Height() / kGridSide)) {
         return kBxOutOfMemory;
     }
     for (int i = 0; i < CBxMapMarks::kCount && !run.Ended(); ++i) {

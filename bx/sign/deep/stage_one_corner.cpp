@@ -16,13 +16,15 @@ namespace {
 
 constexpr double kLargestCut = 0.45;  // of a side of the picture, against what is left of it
 constexpr double kSizeStep = 1.0 / 160.0;
-constexpr double kSmallestCell = 12.0;   // pixels of a plane that a map is made of, if there are finer ones
+constexpr double kSmallestCell = 8.0;    // pixels of a plane that a map is made of, if there are finer ones
 constexpr double kSizesOfMap = 1.5;      // largest to smallest cell that one map is good for
 constexpr double kLongest = 2.6;         // the longer side of a carrier against the shorter one
 constexpr int kFewestInside = 10;        // columns, and rows, of a grid
 constexpr int kDirections = 4;           // to the right or left, down or up
 constexpr std::size_t kOfDirection = 3;  // grids that one corner may give in one direction
 constexpr std::size_t kMostRead = 24;
+constexpr double kMostGrids = 8e6;  // on all maps with all marks; the last corners are left out
+constexpr int kFewestAnchors = 16;
 constexpr float kWorthless = -1e30f;
 
 struct SRange {
@@ -35,6 +37,14 @@ struct SRange {
 // Sides of carriers, in pixels of the planes, from `from` on in steps of a tenth of a cell.
 double NextSize(double size) {
     return size + std::max(1.0, size * kSizeStep);
+}
+
+double CountSizes(const SRange& sizes, double scale) {
+    int count = 0;
+    for (double size = sizes.from * scale; size < sizes.to * scale; size = NextSize(size)) {
+        ++count;
+    }
+    return count;
 }
 
 // What one corner gives in one direction.
@@ -161,10 +171,12 @@ public:
 
     unsigned char Search() {
         m_Anchors.Collect(m_Run.m_Archive);
+        m_iAnchors = m_Anchors.Count();
         if (m_Levels.Prepare() != kBxSuccess) {
             return kBxOutOfMemory;
         }
         CollectSizes();
+        LimitAnchors();
         for (CBxHeapArray<SMapFindings>& found : m_Found) {
             if (!found.AllocateZeroed(m_uiSizes)) {
                 return kBxOutOfMemory;
@@ -184,7 +196,7 @@ private:
     static constexpr std::size_t kMostMaps = 4;
 
     // Each corner in each direction.
-    std::size_t Tasks() const { return static_cast<std::size_t>(m_Anchors.Count()) * kDirections; }
+    std::size_t Tasks() const { return static_cast<std::size_t>(m_iAnchors) * kDirections; }
 
     // The sizes of a carrier in one direction from a place on an axis of `size` pixels, as far as the map is good.
     static SRange Sizes(const SRange& ofMap, double place, bool backwards, double size, const SBxCornerAnchor& anchor) {
@@ -214,7 +226,7 @@ private:
     // Small carriers, whose maps cost most, come first.
     void CollectSizes() {
         double smallest = 1e9;
-        for (int i = 0; i < m_Anchors.Count(); ++i) {
+        for (int i = 0; i < m_iAnchors; ++i) {
             smallest = std::min(smallest, m_Anchors[i].smallestSide);
         }
         for (double height = smallest; height < m_dHeight * (1.0 + kLargestCut); height *= kSizesOfMap) {
@@ -227,6 +239,30 @@ private:
         }
         std::stable_sort(m_Sizes, m_Sizes + m_uiSizes,
                          [](const SMapSizes& a, const SMapSizes& b) { return a.ShorterSide() < b.ShorterSide(); });
+    }
+
+    double GridsOfAnchor(int anchor) const {
+        double grids = 0.0;
+        for (std::size_t i = 0; i < m_uiSizes; ++i) {
+            const double scale = m_Levels.Of(m_Levels.LevelOf(m_Sizes[i].ShorterSide())).Scale();
+            for (int direction = 0; direction < kDirections; ++direction) {
+                const SMapSizes sizes =
+                    SizesOfTask(m_Sizes[i], static_cast<std::size_t>(anchor * kDirections + direction));
+                grids += CountSizes(sizes.widths, scale) * CountSizes(sizes.heights, scale);
+            }
+        }
+        return grids * CBxMapMarks::kCount;
+    }
+
+    // As many of the corners, the strongest first, as there is time for.
+    void LimitAnchors() {
+        double grids = 0.0;
+        for (int i = 0; i < m_iAnchors; ++i) {
+            grids += GridsOfAnchor(i);
+            if (grids > kMostGrids && i >= kFewestAnchors) {
+                m_iAnchors = i;
+            }
+        }
     }
 
     // Maps are shared out among the threads; what each finds is kept by itself, so that their order does not matter.
@@ -338,6 +374,7 @@ private:
     const double m_dWidth;  // of the picture as far as the planes show it
     const double m_dHeight;
     CBxCornerAnchors m_Anchors;
+    int m_iAnchors = 0;  // that are looked at
     const CBxMapMarks m_Marks;
     std::size_t m_uiSizes = 0;
     SMapSizes m_Sizes[kMostSizes];
@@ -347,7 +384,5 @@ private:
 }  // namespace
 
 unsigned char BX_SearchOneCorner(CBxDeepRun& run) {
-    CBxPatternPlane planes;
-    return planes.Prepare(run.Picture()) ? CCornerSearch(run, planes).Search()
-                                         : static_cast<unsigned char>(kBxOutOfMemory);
+    return run.PreparePlanes() ? CCornerSearch(run, run.m_Planes).Search() : static_cast<unsigned char>(kBxOutOfMemory);
 }

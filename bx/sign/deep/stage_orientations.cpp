@@ -17,8 +17,8 @@ namespace {
 constexpr std::size_t kSlice = 64;
 constexpr double kFarthestZoom = 1.12;
 constexpr std::size_t kMostDecoded = 500;
-// In larger pictures carriers are larger too, and the grids are enough.
-constexpr double kMostPixelsTurnedBack = 5e6;
+// In larger pictures the grids are enough.
+constexpr double kMostPixelsTurnedBack = 2e6;
 constexpr int kReversals = 4;  // of neither, one or both axes
 
 struct SReversedGrid {
