@@ -137,8 +137,11 @@ private:
         m_Run.m_ulGrids.fetch_add(1, std::memory_order_relaxed);
     }
     void FindComb(SBentGrid& grid) const {
+        const SBxGridTrial trial = TrialOf(grid);
         float means[kCellCount];
-        ReadMeans(means, TrialOf(grid));
+        m_PutBack.Sums().RoughMeans(means, trial.pose);
+        m_PutBack.Clipped().LeaveOut(means, trial.pose);
+        m_Run.m_ulGrids.fetch_add(1, std::memory_order_relaxed);
         grid.clearness = BX_FindCombBetween(grid.comb, means, kLowestRest, kHighestRest);
     }
     void Decode(const SBentGrid& grid) const {

@@ -35,7 +35,9 @@ void SearchCombs(CBxDeepRun& run, SCombGrid* grids, std::size_t count) {
     auto find = [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
             float means[kCellCount];
-            run.ReadWholeCells(means, TrialOf(run, grids[i].pair));
+            const SBxGridTrial trial = TrialOf(run, grids[i].pair);
+            run.ReadRoughMeans(means, trial);
+            run.m_Clipped.LeaveOut(means, trial.pose);
             grids[i].score = run.FindComb(grids[i].tone, means);
         }
         return !run.Ended();
