@@ -16,6 +16,7 @@ constexpr std::size_t kSlice = 16;
 constexpr std::size_t kSampledSlice = 256;
 constexpr std::size_t kAlwaysRead = 1500;  // grids in front of the pool, where zooms near 1 stand
 constexpr std::size_t kMostRead = 4500;
+constexpr std::size_t kMostReadTwice = 3000;  // where each may be read in two ways
 
 struct SPairGrid {
     float score;
@@ -24,7 +25,8 @@ struct SPairGrid {
 
 // Moves the grids that are worth most to the front, in the order of the pool. Returns how many they are.
 std::size_t KeepPromising(CBxDeepRun& run, SPairGrid* grids, std::size_t count) {
-    if (count <= kMostRead) {
+    const std::size_t most = run.m_bKnowsTone ? kMostReadTwice : kMostRead;
+    if (count <= most) {
         return count;
     }
     auto sample = [&](std::size_t begin, std::size_t end) {
@@ -37,12 +39,12 @@ std::size_t KeepPromising(CBxDeepRun& run, SPairGrid* grids, std::size_t count) 
         return !run.Ended();
     };
     BX_RunSlices(count - kAlwaysRead, kSampledSlice, run.m_uiThreads, sample);
-    std::nth_element(grids + kAlwaysRead, grids + kMostRead, grids + count, [](const SPairGrid& a, const SPairGrid& b) {
+    std::nth_element(grids + kAlwaysRead, grids + most, grids + count, [](const SPairGrid& a, const SPairGrid& b) {
         return a.score != b.score ? a.score > b.score : a.pair < b.pair;
     });
-    std::sort(grids + kAlwaysRead, grids + kMostRead,
+    std::sort(grids + kAlwaysRead, grids + most,
               [](const SPairGrid& a, const SPairGrid& b) { return a.pair < b.pair; });
-    return kMostRead;
+    return most;
 }
 
 // Where lines of zeros and of ones cannot be told apart, both readings.

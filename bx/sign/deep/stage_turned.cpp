@@ -17,7 +17,7 @@ constexpr double kLargestAngleElsewhere = 2.0;
 constexpr double kFarthestZoom = 1.12;
 constexpr int kFewestAnchors = 5;
 constexpr int kWeakestAnchor = 16;  // rank
-constexpr std::size_t kMostGrids = 40000;
+constexpr std::size_t kMostGrids = 30000;
 constexpr std::size_t kMostScoredWhole = 3000;
 constexpr std::size_t kMostDecoded = 800;
 
