@@ -91,3 +91,23 @@ TEST(CellMap, AddsUpToTheSameWorthByRowsAndColumns) {
         EXPECT_NEAR(CBxCellMap::SumColumns(sums.data(), columns), sign.map.Worth(frame), 1e-2);
     }
 }
+
+TEST(PatternPlane, HalvedPlanesAreTheMeansOfTwoByTwoPixels) {
+    const CBxOwnedPic picture = MakeTexturedPicture(kWidth, kHeight, 3);
+    CBxPatternPlane whole;
+    CBxPatternPlane halved;
+    ASSERT_TRUE(whole.Prepare(picture.Pic()));
+    ASSERT_TRUE(halved.Halve(whole));
+    ASSERT_EQ(halved.Width(), whole.Width() / 2);
+    EXPECT_DOUBLE_EQ(halved.Scale(), whole.Scale() / 2);
+    const auto at = [](const float* plane, int width, int x, int y) { return plane[y * width + x]; };
+    for (int y = 0; y < halved.Height(); ++y) {
+        for (int x = 0; x < halved.Width(); ++x) {
+            double sum = 0.0;
+            for (const int part : {0, 1, 2, 3}) {
+                sum += at(whole.Pattern(), whole.Width(), 2 * x + part % 2, 2 * y + part / 2);
+            }
+            ASSERT_NEAR(at(halved.Pattern(), halved.Width(), x, y), sum / 4, 1e-3) << x << ", " << y;
+        }
+    }
+}

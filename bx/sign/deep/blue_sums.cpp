@@ -15,6 +15,7 @@ namespace {
 constexpr double kPi = 3.141592653589793;
 constexpr double kMostRows = 28.0;  // of an ellipse, before the next smaller plane is taken: more read no sign better
 constexpr double kRowsOfSmallestAxis = 14.0;
+constexpr double kMostRoughRows = 14.0;
 constexpr double kMostSampledRows = 9.0;
 constexpr double kSmallestReducedAxis = 5.0;  // pixels; thinner ellipses are not read from smaller planes
 constexpr int kSmallestPlaneSide = 16;        // pixels; planes are not reduced further
@@ -245,6 +246,10 @@ int CBxBlueSums::MeansOfShare(float* means, const SBxGridPose& pose, double shar
         MeansOfRow(means + first, level, shape.Scaled(scale), scale, pose, row);
     }
     return CountNumbers(means, count);
+}
+
+int CBxBlueSums::RoughMeans(float* means, const SBxGridPose& pose) const {
+    return MeansOfShare(means, pose, kEllipseShare, kMostRoughRows, false);
 }
 
 int CBxBlueSums::SampledMeans(float* means, const SBxGridPose& pose) const {

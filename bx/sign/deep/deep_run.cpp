@@ -18,6 +18,7 @@
 namespace {
 
 constexpr double kHintAgreement = 8.2;
+constexpr double kPromisingAgreement = 7.8;  // of rough means; every eighth decoding of noise comes near
 constexpr double kLeastJointAgreement = 10.5;
 constexpr double kWorthMoving = 8.6;    // agreement from which a grid is moved uphill
 constexpr double kBlurAsWritten = 1.1;  // pixels; standard deviation of the smoothing under which signs are written
@@ -115,6 +116,12 @@ bool CBxDeepRun::PreparePlanes() {
 double CBxDeepRun::Evidence(double agreement) const {
     const auto decodings = static_cast<double>(m_ulAllDecodings.load(std::memory_order_relaxed));
     return -BX_ChanceOfAgreement(agreement) - std::log2(std::max(1.0, decodings));
+}
+
+bool CBxDeepRun::IsPromising(const float* soft) {
+    m_ulDecodings.fetch_add(1, std::memory_order_relaxed);
+    m_ulAllDecodings.fetch_add(1, std::memory_order_relaxed);
+    return BX_DecodeSoft(soft, kPromisingAgreement).m_szText[0] != 0;
 }
 
 double CBxDeepRun::Try(const SBxGridTrial& trial, const SBxTone& tone, const float* means, EBxDeepStage stage) {

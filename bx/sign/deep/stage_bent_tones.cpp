@@ -26,7 +26,7 @@ constexpr std::size_t kMostDecoded = 100;  // grids of a guess
 constexpr double kLowestRest = 0.9;        // of the gain that a guess leaves
 constexpr double kHighestRest = 1.12;
 constexpr double kFarthestZoom = 1.06;     // of corners that are not looked for anew
-constexpr double kLargePicture = 2e6;      // pixels; fewer guesses are made for larger ones,
+constexpr double kLargePicture = 9e5;      // pixels; fewer guesses are made for larger ones,
 constexpr double kVeryLargePicture = 6e6;  // and for these with the corners that are known
 
 struct SGuess {
@@ -137,8 +137,11 @@ private:
         m_Run.m_ulGrids.fetch_add(1, std::memory_order_relaxed);
     }
     void FindComb(SBentGrid& grid) const {
+        const SBxGridTrial trial = TrialOf(grid);
         float means[kCellCount];
-        ReadMeans(means, TrialOf(grid));
+        m_PutBack.Sums().RoughMeans(means, trial.pose);
+        m_PutBack.Clipped().LeaveOut(means, trial.pose);
+        m_Run.m_ulGrids.fetch_add(1, std::memory_order_relaxed);
         grid.clearness = BX_FindCombBetween(grid.comb, means, kLowestRest, kHighestRest);
     }
     void Decode(const SBentGrid& grid) const {

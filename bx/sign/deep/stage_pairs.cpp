@@ -15,7 +15,8 @@ namespace {
 constexpr std::size_t kSlice = 16;
 constexpr std::size_t kSampledSlice = 256;
 constexpr std::size_t kAlwaysRead = 1500;  // grids in front of the pool, where zooms near 1 stand
-constexpr std::size_t kMostRead = 4500;
+constexpr std::size_t kMostRead = 3500;
+constexpr std::size_t kMostReadTwice = 2500;  // where each may be read in two ways
 
 struct SPairGrid {
     float score;
@@ -24,7 +25,8 @@ struct SPairGrid {
 
 // Moves the grids that are worth most to the front, in the order of the pool. Returns how many they are.
 std::size_t KeepPromising(CBxDeepRun& run, SPairGrid* grids, std::size_t count) {
-    if (count <= kMostRead) {
+    const std::size_t most = run.m_bKnowsTone ? kMostReadTwice : kMostRead;
+    if (count <= most) {
         return count;
     }
     auto sample = [&](std::size_t begin, std::size_t end) {
@@ -37,20 +39,37 @@ std::size_t KeepPromising(CBxDeepRun& run, SPairGrid* grids, std::size_t count) 
         return !run.Ended();
     };
     BX_RunSlices(count - kAlwaysRead, kSampledSlice, run.m_uiThreads, sample);
-    std::nth_element(grids + kAlwaysRead, grids + kMostRead, grids + count, [](const SPairGrid& a, const SPairGrid& b) {
+    std::nth_element(grids + kAlwaysRead, grids + most, grids + count, [](const SPairGrid& a, const SPairGrid& b) {
         return a.score != b.score ? a.score > b.score : a.pair < b.pair;
     });
-    std::sort(grids + kAlwaysRead, grids + kMostRead,
+    std::sort(grids + kAlwaysRead, grids + most,
               [](const SPairGrid& a, const SPairGrid& b) { return a.pair < b.pair; });
-    return kMostRead;
+    return most;
 }
 
+// Where lines of zeros and of ones cannot be told apart, both readings.
+bool IsPromising(CBxDeepRun& run, const float* soft) {
+    if (run.IsPromising(soft)) {
+        return true;
+    }
+    float turned[kCellCount];
+    std::transform(soft, soft + kCellCount, turned, [](float value) { return -value; });
+    return run.m_bKnowsTone && run.IsPromising(turned);
+}
+
+// Three quarters of the time of a reading are exact means, which few grids are worth.
 void ReadPair(CBxDeepRun& run, std::size_t pair) {
     const SBxGridTrial trial = BX_TrialOfPair(run.m_Pool[pair]);
     float means[kCellCount];
+    float soft[kCellCount];
+    run.ReadRoughMeans(means, trial);
+    BX_SoftValues(soft, means, BX_ToneOfMeans(means));
+    run.m_Softs.Set(pair, soft);
+    if (!IsPromising(run, soft)) {
+        return;
+    }
     run.ReadMeans(means, trial);
     const SBxTone tone = BX_ToneOfMeans(means);
-    float soft[kCellCount];
     BX_SoftValues(soft, means, tone);
     run.m_Softs.Set(pair, soft);
     run.TrySoft(trial, tone, soft, EBxDeepStage::Pairs, true);
