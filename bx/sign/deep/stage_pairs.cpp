@@ -15,8 +15,8 @@ namespace {
 constexpr std::size_t kSlice = 16;
 constexpr std::size_t kSampledSlice = 256;
 constexpr std::size_t kAlwaysRead = 1500;  // grids in front of the pool, where zooms near 1 stand
-constexpr std::size_t kMostRead = 3500;
-constexpr std::size_t kMostReadTwice = 2500;  // where each may be read in two ways
+constexpr std::size_t kMostRead = 4500;
+constexpr std::size_t kMostReadTwice = 3000;  // where each may be read in two ways
 
 struct SPairGrid {
     float score;
