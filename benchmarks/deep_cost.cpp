@@ -44,7 +44,7 @@ void AddCosts(SBxDeepCosts& sum, const SBxDeepCosts& costs) {
 }
 
 void PrintCostHeading() {
-    std::printf("%8s %8s %8s %8s %-5s %8s %8s", "MP", "ordinary", "both", "bound", "holds", "corners", "sums");
+    std::printf("%8s %8s %8s %8s %-5s %8s %8s", "MP", "ordinary", "deep", "bound", "holds", "corners", "sums");
     for (const EBxDeepStage stage : kOrder) {
         std::printf(" %8.8s", kDeepStageNames[static_cast<int>(stage)]);
     }
@@ -52,8 +52,8 @@ void PrintCostHeading() {
 }
 
 void PrintCost(const std::string& what, const SSearchCost& cost, bool inDetail) {
-    std::printf("%8.2f %8.0f %8.0f %8.0f %-5s", cost.megapixels, kMilli * cost.ordinary,
-                kMilli * (cost.ordinary + cost.deep), kMilli * cost.Bound(), cost.HoldsBound() ? "yes" : "NO");
+    std::printf("%8.2f %8.0f %8.0f %8.0f %-5s", cost.megapixels, kMilli * cost.ordinary, kMilli * cost.deep,
+                kMilli * cost.Bound(), cost.HoldsBound() ? "yes" : "NO");
     PrintParts(cost.costs, [](const SBxDeepCost& part) { return kMilli * part.m_dSeconds; });
     std::printf("   %s\n", what.c_str());
     if (inDetail) {

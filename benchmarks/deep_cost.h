@@ -18,9 +18,9 @@ struct SSearchCost {
     double ordinaryWall = 0.0;  // seconds
     SBxDeepCosts costs;
 
-    // Both searches together may take one and a half times the ordinary one, and a second.
+    // The deep search may take one and a half times the ordinary one, and a second.
     double Bound() const { return 1.5 * ordinary + 1.0; }
-    bool HoldsBound() const { return ordinary + deep <= Bound(); }
+    bool HoldsBound() const { return deep <= Bound(); }
 };
 
 void AddCosts(SBxDeepCosts& sum, const SBxDeepCosts& costs);
