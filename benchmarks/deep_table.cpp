@@ -1,26 +1,29 @@
 // What the ordinary and the deep search read of changed pictures, and what the deep search costs.
 //
-//   deep_table [--text TEXT] [--unsigned] [--from N] [--to N] [-v] PHOTO...
+//   deep_table [--text TEXT] [--unsigned] [--costs] [--threads N] [--from N] [--to N] [-v] PHOTO...
 //
 // Signs each photograph in memory, changes it in every way of picture_changes.h (from the N-th to the N-th, counted
 // from 0), and searches what comes of it. Photographs that the ordinary search does not read unchanged are left out.
-// With
-// --unsigned nothing is signed: then nothing may be found. -v tells of each search that was not right. One thread.
+// With --unsigned nothing is signed: then nothing may be found. -v tells of each search that was not right. --costs
+// tells of each search that found nothing what each stage took, and whether it holds its bound; with -v also the time
+// of wall, the grids and the decodings. One thread, or N.
 #include <QGuiApplication>
 #include <QImage>
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "convert_picture.h"
+#include "deep_cost.h"
 #include "deep_search.h"
 #include "picture_changes.h"
 #include "result.h"
+#include "second_look.h"
 #include "sign_op.h"
 
 namespace {
@@ -29,16 +32,12 @@ struct SOptions {
     std::string text = "Veri-2026x";
     bool isSigned = true;
     bool isVerbose = false;
+    bool tellsCosts = false;
+    unsigned int threads = 1;
     std::size_t from = 0;
     std::size_t to = 1000;
     std::vector<std::string> photos;
 };
-
-double ProcessSeconds() {
-    std::timespec now = {};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
 
 constexpr int kSizeClasses = 3;
 const char* const kClassNames[kSizeClasses] = {"< 1 MP", "1-6 MP", "> 6 MP"};
@@ -58,22 +57,28 @@ struct SCounts {
     int wrongUncertain = 0;
     int ofClass[kSizeClasses] = {};
     int readOfClass[kSizeClasses] = {};
-    double ordinarySeconds = 0.0;
     double deepSeconds = 0.0;  // of searches that found nothing
     double ordinaryOfLost = 0.0;
     int lost = 0;
+    int overBound = 0;     // of them
     double highest = 0.0;  // agreement of wrong or unreported texts
     SBxDeepCosts costs;
 };
 
-void AddCosts(SBxDeepCosts& sum, const SBxDeepCosts& costs) {
-    sum.m_dCorners += costs.m_dCorners;
-    sum.m_dSums += costs.m_dSums;
-    for (int stage = 0; stage < kDeepStages; ++stage) {
-        sum.m_Stages[stage].m_ulGrids += costs.m_Stages[stage].m_ulGrids;
-        sum.m_Stages[stage].m_ulDecodings += costs.m_Stages[stage].m_ulDecodings;
-        sum.m_Stages[stage].m_dSeconds += costs.m_Stages[stage].m_dSeconds;
-    }
+double Megapixels(const SBxPicBuf& picture) {
+    return 1e-6 * picture.m_iWidth * picture.m_iHeight;
+}
+
+// The ordinary search, and what it took.
+unsigned char SearchOrdinarily(SSearchCost& cost, SBxSignRun& run, SBxPicBuf& picture, char* text,
+                               unsigned int threads) {
+    const double start = BX_ProcessSeconds();
+    const auto wallStart = std::chrono::steady_clock::now();
+    const unsigned char result = CBxSignOp::ExtractTextFromPicture(run, &picture, text, threads);
+    cost.megapixels = Megapixels(picture);
+    cost.ordinary = BX_ProcessSeconds() - start;
+    cost.ordinaryWall = std::chrono::duration<double>(std::chrono::steady_clock::now() - wallStart).count();
+    return result;
 }
 
 void Search(SCounts& counts, SBxPicBuf& picture, int sizeClass, const SOptions& options, const char* what) {
@@ -81,29 +86,36 @@ void Search(SCounts& counts, SBxPicBuf& picture, int sizeClass, const SOptions& 
     SBxSignRun run;
     run.m_pCorners = archive.get();
     char text[CBxSignOp::kTextBytes] = "";
-    const double start = ProcessSeconds();
-    unsigned char result = CBxSignOp::ExtractTextFromPicture(run, &picture, text, 1);
-    const double afterOrdinary = ProcessSeconds();
+    SSearchCost cost;
+    unsigned char result = SearchOrdinarily(cost, run, picture, text, options.threads);
     ++counts.pictures;
     ++counts.ofClass[sizeClass];
-    counts.ordinarySeconds += afterOrdinary - start;
-    if (result == kBxSuccess) {
+    SBxSoftReading second;
+    if (result == kBxSuccess &&
+        (BX_LookAgain(second, picture, run.m_Finding, text) != kBxSuccess || second.m_dGap >= kLeadOfOrdinary)) {
         const bool isRight = options.isSigned && options.text == text;
         ++(isRight ? counts.ordinary : counts.wrongCertain);
         counts.readOfClass[sizeClass] += isRight ? 1 : 0;
+        if (options.isVerbose && !isRight) {
+            std::printf("    %s: ordinary search \"%s\"\n", what, text);
+        }
         return;
     }
     SBxDeepFinding finding;
-    SBxDeepCosts costs;
-    result = BX_SearchDeep(run, picture, *archive, 1, finding, &costs);
-    AddCosts(counts.costs, costs);
-    const double seconds = ProcessSeconds() - afterOrdinary;
+    const double start = BX_ProcessSeconds();
+    result = BX_SearchDeep(run, picture, *archive, options.threads, finding, &cost.costs);
+    cost.deep = BX_ProcessSeconds() - start;
+    AddCosts(counts.costs, cost.costs);
     const bool isRight = result == kBxSuccess && options.isSigned && options.text == finding.m_Reading.m_szText;
     if (result != kBxSuccess) {
         ++counts.lost;
-        counts.deepSeconds += seconds;
-        counts.ordinaryOfLost += afterOrdinary - start;
-        counts.highest = std::max(counts.highest, costs.m_dHighestAgreement);
+        counts.deepSeconds += cost.deep;
+        counts.ordinaryOfLost += cost.ordinary;
+        counts.overBound += cost.HoldsBound() ? 0 : 1;
+        counts.highest = std::max(counts.highest, cost.costs.m_dHighestAgreement);
+        if (options.tellsCosts) {
+            PrintCost(what, cost, options.isVerbose);
+        }
     } else if (isRight) {
         ++(finding.m_bCertain ? counts.certain : counts.uncertain);
         ++counts.readOfClass[sizeClass];
@@ -111,14 +123,14 @@ void Search(SCounts& counts, SBxPicBuf& picture, int sizeClass, const SOptions& 
         ++(finding.m_bCertain ? counts.wrongCertain : counts.wrongUncertain);
         counts.highest = std::max(counts.highest, finding.m_Reading.m_dAgreement);
     }
-    if (options.isVerbose && !isRight) {
+    if (options.isVerbose && !options.tellsCosts && !isRight) {
         std::printf("    %s: %s\"%s\" stage %d agreement %.2f gap %.2f, %.2f s\n", what,
                     result != kBxSuccess ? "nothing "
                     : finding.m_bCertain ? "CERTAIN "
                                          : "uncertain ",
                     result == kBxSuccess ? finding.m_Reading.m_szText : "", static_cast<int>(finding.m_eStage),
-                    result == kBxSuccess ? finding.m_Reading.m_dAgreement : costs.m_dHighestAgreement,
-                    finding.m_Reading.m_dGap, seconds);
+                    result == kBxSuccess ? finding.m_Reading.m_dAgreement : cost.costs.m_dHighestAgreement,
+                    finding.m_Reading.m_dGap, cost.deep);
     }
 }
 
@@ -158,6 +170,10 @@ bool ReadOptions(SOptions& options, int argc, char** argv) {
             options.from = std::strtoul(argv[++i], nullptr, 10);
         } else if (word == "--to" && hasValue) {
             options.to = std::strtoul(argv[++i], nullptr, 10);
+        } else if (word == "--threads" && hasValue) {
+            options.threads = static_cast<unsigned int>(std::clamp(std::strtoul(argv[++i], nullptr, 10), 1UL, 12UL));
+        } else if (word == "--costs") {
+            options.tellsCosts = true;
         } else if (word == "--unsigned") {
             options.isSigned = false;
         } else if (word == "-v") {
@@ -176,8 +192,12 @@ int main(int argc, char** argv) {
     const QGuiApplication application(argc, argv);
     SOptions options;
     if (!ReadOptions(options, argc, argv)) {
-        std::fputs("deep_table [--text TEXT] [--unsigned] [--from N] [--to N] [-v] PHOTO...\n", stderr);
+        std::fputs("deep_table [--text TEXT] [--unsigned] [--costs] [--threads N] [--from N] [--to N] [-v] PHOTO...\n",
+                   stderr);
         return 2;
+    }
+    if (options.tellsCosts) {
+        PrintCostHeading();
     }
     const std::vector<SPictureChange>& changes = PictureChanges();
     const std::size_t end = std::min(options.to + 1, changes.size());
@@ -211,6 +231,7 @@ int main(int argc, char** argv) {
     for (std::size_t i = options.from; i < end; ++i) {
         PrintRow(changes[i].name, counts[i], changes[i].leastShare);
         sum.lost += counts[i].lost;
+        sum.overBound += counts[i].overBound;
         sum.deepSeconds += counts[i].deepSeconds;
         sum.ordinaryOfLost += counts[i].ordinaryOfLost;
         sum.wrongCertain += counts[i].wrongCertain;
@@ -220,14 +241,9 @@ int main(int argc, char** argv) {
     }
     std::printf("searches that found nothing: %d, ordinary %.2f s, deep %.2f s of processor each\n", sum.lost,
                 sum.ordinaryOfLost / std::max(1, sum.lost), sum.deepSeconds / std::max(1, sum.lost));
-    static const char* const kStageNames[kDeepStages] = {"pairs",  "tones",      "turned",     "orientations", "cut",
-                                                         "joined", "one corner", "bent tones", "anywhere"};
-    std::printf("further corners %.1f s, sums %.1f s\n", sum.costs.m_dCorners, sum.costs.m_dSums);
-    for (int stage = 0; stage < kDeepStages; ++stage) {
-        const SBxDeepCost& cost = sum.costs.m_Stages[stage];
-        std::printf("%-13s %9lu grids %8lu decodings %7.1f s\n", kStageNames[stage], cost.m_ulGrids, cost.m_ulDecodings,
-                    cost.m_dSeconds);
-    }
+    std::printf("searches beyond their bound (1.5 times the ordinary one, and a second): %d of %d\n", sum.overBound,
+                sum.lost);
+    PrintSumOfCosts(sum.costs);
     std::printf("wrong texts: %d certain, %d uncertain; highest agreement of a wrong or unreported text %.2f\n",
                 sum.wrongCertain, sum.wrongUncertain, sum.highest);
     return sum.wrongCertain == 0 ? 0 : 1;

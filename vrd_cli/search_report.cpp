@@ -37,11 +37,16 @@ void BX_DescribeSearch(CBxJson& record, const SBxSearchResult& result, double se
 void BX_DescribeDepth(CBxJson& record, const SBxSearchResult& result) {
     const bool isFound = result.code == kBxSuccess;
     record["search"] = !isFound ? CBxJson() : result.isDeep ? "deep" : "ordinary";
-    record["confidence"] = !isFound ? CBxJson() : result.isDeep && !result.deep.m_bCertain ? "uncertain" : "certain";
+    record["confidence"] = !isFound ? CBxJson() : BX_IsUncertain(result) ? "uncertain" : "certain";
     for (const char* key : {"agreement", "gap", "undone", "carrier"}) {
         record[key] = nullptr;
     }
-    if (!isFound || !result.isDeep) {
+    if (!isFound) {
+        return;
+    }
+    if (!result.isDeep) {
+        record["agreement"] = Rounded(result.agreement, 100.0);
+        record["gap"] = Rounded(result.lead, 100.0);
         return;
     }
     const SBxDeepFinding& deep = result.deep;
@@ -61,5 +66,5 @@ std::string BX_TellSign(const SBxSearchResult& result) {
     if (result.code != kBxSuccess) {
         return "no sign found";
     }
-    return BX_PrintableName(result.sign) + (result.isDeep && !result.deep.m_bCertain ? " (uncertain)" : "");
+    return BX_PrintableName(result.sign) + (BX_IsUncertain(result) ? " (uncertain)" : "");
 }

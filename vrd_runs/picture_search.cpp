@@ -6,6 +6,7 @@
 
 #include "large_picture.h"
 #include "result.h"
+#include "second_look.h"
 #include "sign_format.h"
 #include "sign_op.h"
 
@@ -68,6 +69,22 @@ SBxSearchResult SearchAllZooms(SBxSignRun& run, SBxPicBuf& searched, CBxSize<int
     return result;
 }
 
+// Whether nothing was found, or a text that another one may have become: then the deep search may say more.
+bool IsDoubtful(SBxSearchResult& result, const SBxSignRun& run, const SBxPicBuf& searched) {
+    if (result.code != kBxSuccess) {
+        return true;
+    }
+    SBxSoftReading reading;
+    if (BX_LookAgain(reading, searched, run.m_Finding, result.sign.c_str()) != kBxSuccess) {
+        result.code = kBxOutOfMemory;
+        return false;
+    }
+    result.agreement = reading.m_dAgreement;
+    result.lead = reading.m_dGap;
+    result.isDoubtful = reading.m_dGap < kLeadOfOrdinary;
+    return result.isDoubtful;
+}
+
 // Calls `search(picture to be searched)`, with a smaller copy of a picture that is too large for the engine.
 template <typename Search>
 SBxSearchResult SearchFittingPicture(SBxPicBuf& picture, Search search) {
@@ -99,11 +116,13 @@ SBxSearchResult BX_SearchPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned i
     }
     return SearchFittingPicture(picture, [&](SBxPicBuf& searched) {
         SBxSearchResult result = SearchAllZooms(run, searched, SizeOf(picture), threads, corners.get());
-        if (result.code == kBxFailure && corners != nullptr &&
-            run.m_iAbortDetecting.load(std::memory_order_relaxed) <= 0) {
-            SearchDeeply(result, run, *corners, searched, SizeOf(picture), threads);
+        if (corners == nullptr || result.code == kBxOutOfMemory || !IsDoubtful(result, run, searched) ||
+            run.m_iAbortDetecting.load(std::memory_order_relaxed) > 0) {
+            return result;
         }
-        return result;
+        SBxSearchResult deeper;
+        SearchDeeply(deeper, run, *corners, searched, SizeOf(picture), threads);
+        return result.code == kBxFailure || deeper.code == kBxSuccess ? deeper : result;
     });
 }
 
@@ -143,7 +162,7 @@ std::string BX_DescribeShrinking(const SBxSearchResult& result) {
 
 std::string BX_DescribeDepth(const SBxSearchResult& result) {
     if (!result.isDeep) {
-        return std::string();
+        return result.isDoubtful ? " (uncertain)" : std::string();
     }
     return std::string(" (found by searching harder, ") + (result.deep.m_bCertain ? "certain)" : "uncertain)");
 }

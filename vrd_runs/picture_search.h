@@ -17,13 +17,19 @@ struct SBxSearchResult {
     unsigned int correctedBits = 0;
     bool isDeep = false;  // the deep search found it: then also what follows, its pose in pixels of the picture
     SBxDeepFinding deep;
+    // Where a deep search was allowed and the ordinary one has found the sign: how well its text agrees with the cells,
+    // the lead over the best other text, and whether that is too little.
+    double agreement = 0.0;
+    double lead = 0.0;
+    bool isDoubtful = false;
     CBxSize<int> shrunkTo = {};  // always valid: size of the copy that was searched instead; 0 x 0 for none
 };
 
 // Whether to look harder where the ordinary search finds nothing.
 enum class EBxSearchDepth { Ordinary, Deep };
 
-// Searches all zooms. A picture too large for the engine is searched in a copy shrunk to 20 megapixels.
+// Searches all zooms. A picture too large for the engine is searched in a copy shrunk to 20 megapixels. With a deep
+// search allowed, a text that does not clearly lead over all others is looked for deeply as well.
 SBxSearchResult BX_SearchPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned int threads,
                                  EBxSearchDepth depth = EBxSearchDepth::Ordinary);
 
@@ -39,10 +45,11 @@ SBxSearchResult BX_CheckPicture(SBxSignRun& run, SBxPicBuf& picture, unsigned in
 
 // Whether a sign was found of which single letters may be wrong.
 inline bool BX_IsUncertain(const SBxSearchResult& result) {
-    return result.isDeep && !result.deep.m_bCertain;
+    return result.isDeep ? !result.deep.m_bCertain : result.isDoubtful;
 }
 
-// " (found by searching harder, uncertain)" behind what was found; empty for the ordinary search.
+// " (found by searching harder, uncertain)" behind what was found; empty for a clear reading of the
+// ordinary search.
 std::string BX_DescribeDepth(const SBxSearchResult& result);
 
 // "a copy shrunk to 5164 x 3873 pixels was searched, because ..."; for results with a copy.

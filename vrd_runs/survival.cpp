@@ -57,7 +57,7 @@ EBxSurvival SurvivalOf(const SBxSearchResult& search, const std::string& sign) {
     if (search.sign != sign) {
         return EBxSurvival::OtherText;
     }
-    return !search.isDeep ? EBxSurvival::Ordinary : search.deep.m_bCertain ? EBxSurvival::Deep : EBxSurvival::Uncertain;
+    return BX_IsUncertain(search) ? EBxSurvival::Uncertain : search.isDeep ? EBxSurvival::Deep : EBxSurvival::Ordinary;
 }
 
 void Try(SBxTrialOutcome& outcome, const QImage& picture, const std::string& sign, const SBxRunContext& context,
@@ -74,7 +74,7 @@ void Try(SBxTrialOutcome& outcome, const QImage& picture, const std::string& sig
     outcome.isCancelled = search.code == kBxFailure && context.progress.IsCancelled();
     outcome.survival = SurvivalOf(search, sign);
     outcome.text = search.code == kBxSuccess ? search.sign : "";
-    outcome.isCertain = search.code == kBxSuccess && (!search.isDeep || search.deep.m_bCertain);
+    outcome.isCertain = search.code == kBxSuccess && !BX_IsUncertain(search);
 }
 
 const char* NoMemory() {

@@ -14,9 +14,8 @@ void SumEllipses(const SBxEllipses& cells, float* sums, float* areas) {
         areas[column] = 0.0f;
     }
     for (int row = 0; row < cells.rows; ++row) {
-        int offsets[kColumns];
-        int leftPixels[kColumns];
-        int rightPixels[kColumns];
+        int lefts[kColumns];
+        int rights[kColumns];
         float leftParts[kColumns];
         float rightParts[kColumns];
         for (int column = 0; column < kColumns; ++column) {
@@ -32,28 +31,31 @@ void SumEllipses(const SBxEllipses& cells, float* sums, float* areas) {
             left = left < 0.0f ? 0.0f : left > rightEdge ? rightEdge : left;
             right = right < 0.0f ? 0.0f : right > rightEdge ? rightEdge : right;
             const int clamped = y < 0 ? 0 : y >= cells.height ? cells.height - 1 : y;
-            offsets[column] = clamped * cells.pitch;
-            leftPixels[column] = static_cast<int>(left);
-            rightPixels[column] = static_cast<int>(right);
-            leftParts[column] = left - static_cast<float>(leftPixels[column]);
-            rightParts[column] = right - static_cast<float>(rightPixels[column]);
+            const int leftPixel = static_cast<int>(left);
+            const int rightPixel = static_cast<int>(right);
+            lefts[column] = clamped * cells.pitch + leftPixel;
+            rights[column] = clamped * cells.pitch + rightPixel;
+            leftParts[column] = left - static_cast<float>(leftPixel);
+            rightParts[column] = right - static_cast<float>(rightPixel);
             areas[column] += right - left;
         }
-        int whole[kColumns];
-        int atLeft[kColumns];
-        int atRight[kColumns];
+        // The sums in front of and behind a pixel, as one load.
+        struct SPixel {
+            unsigned int front;
+            unsigned int behind;
+        };
+        SPixel leftPixels[kColumns];
+        SPixel rightPixels[kColumns];
         for (int column = 0; column < kColumns; ++column) {
-            const unsigned int* line = cells.sums + offsets[column];
-            const unsigned int* left = line + leftPixels[column];
-            const unsigned int* right = line + rightPixels[column];
-            whole[column] = static_cast<int>(right[0] - left[0]);
-            atLeft[column] = static_cast<int>(left[1] - left[0]);
-            atRight[column] = static_cast<int>(right[1] - right[0]);
+            __builtin_memcpy(&leftPixels[column], cells.sums + lefts[column], sizeof(SPixel));
+            __builtin_memcpy(&rightPixels[column], cells.sums + rights[column], sizeof(SPixel));
         }
         for (int column = 0; column < kColumns; ++column) {
-            sums[column] += static_cast<float>(whole[column]) +
-                            rightParts[column] * static_cast<float>(atRight[column]) -
-                            leftParts[column] * static_cast<float>(atLeft[column]);
+            const SPixel left = leftPixels[column];
+            const SPixel right = rightPixels[column];
+            sums[column] += static_cast<float>(static_cast<int>(right.front - left.front)) +
+                            rightParts[column] * static_cast<float>(static_cast<int>(right.behind - right.front)) -
+                            leftParts[column] * static_cast<float>(static_cast<int>(left.behind - left.front));
         }
     }
 }

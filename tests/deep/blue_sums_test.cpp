@@ -126,3 +126,61 @@ TEST(BlueSums, AllFormsOfTheLoopGiveTheSameBits) {
         }
     }
 }
+
+namespace {
+
+// Stops after it was asked some times.
+class CStopAfter : public CBxStopCheck {
+public:
+    explicit CStopAfter(int times) : m_iLeft(times) {}
+    bool Stopped() const override { return --m_iLeft < 0; }
+    int Left() const { return m_iLeft; }
+
+private:
+    mutable int m_iLeft;
+};
+
+}  // namespace
+
+TEST(BlueSums, ATableHalvingAndThreadsGiveTheMeansOfThePictureThatTheTableMakes) {
+    const CBxOwnedPic picture = MakeTexturedPicture(kWidth, kHeight, 9);
+    unsigned char table[256];
+    CBxOwnedPic replaced;
+    ASSERT_EQ(replaced.AllocateLike(picture.Pic()), 0);
+    for (int value = 0; value < 256; ++value) {
+        table[value] = static_cast<unsigned char>(255 - value / 2);
+    }
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < 3 * kWidth; ++x) {
+            BX_PicRow<unsigned char>(replaced.Pic(), y)[x] = table[BX_PicRow<unsigned char>(picture.Pic(), y)[x]];
+        }
+    }
+    const SBxGridPose pose = TurnedPose(60.0, 30.0, 500.0, 480.0, 2.0);
+    CBxBlueSums expected;
+    ASSERT_TRUE(expected.Prepare(replaced.Pic()));
+    float means[kCellCount];
+    ASSERT_EQ(expected.Means(means, pose, 1.1), kCellCount);
+    CBxBlueSums sums;
+    ASSERT_TRUE(sums.Prepare(picture.Pic(), table, {3, nullptr, true}));
+    float halved[kCellCount];
+    ASSERT_EQ(sums.Means(halved, pose, 1.1), kCellCount);
+    ASSERT_TRUE(sums.Prepare(picture.Pic(), table, {3}));
+    float tabled[kCellCount];
+    float rough[kCellCount];
+    ASSERT_EQ(sums.Means(tabled, pose, 1.1), kCellCount);
+    ASSERT_EQ(sums.RoughMeans(rough, pose), kCellCount);
+    for (int cell = 0; cell < kCellCount; ++cell) {
+        EXPECT_EQ(tabled[cell], means[cell]) << cell;
+        EXPECT_NEAR(halved[cell], means[cell], 1.0) << cell;
+        EXPECT_NEAR(rough[cell], means[cell], 2.0) << cell;
+    }
+}
+
+TEST(BlueSums, AreNoLongerMadeOnceToldToStop) {
+    const CBxOwnedPic picture = MakeTexturedPicture(kWidth, kHeight, 9);
+    const CStopAfter stop(2);
+    CBxBlueSums sums;
+    ASSERT_TRUE(sums.Prepare(picture.Pic(), nullptr, {1, &stop}));
+    // Once for each plane after the first, which has nine slices of rows.
+    EXPECT_GT(stop.Left(), -9);
+}

@@ -17,11 +17,11 @@ TEST(BoxMean, IsTheMeanOverTheBoxCutAtTheEdges) {
     constexpr int kHeight = 9;
     std::vector<float> in(kWidth * kHeight);
     for (std::size_t i = 0; i < in.size(); ++i) {
-        in[i] = static_cast<float>(i * i % 31);
+        in[i] = static_cast<float>(i * i % 31) - 15.0f;
     }
     for (const auto& [reachX, reachY] : {std::pair{1, 2}, {0, 3}, {5, 1}, {20, 20}}) {
         std::vector<float> out(in.size(), -1.0f);
-        ASSERT_TRUE(BX_BoxMean(out.data(), in.data(), kWidth, kHeight, reachX, reachY));
+        ASSERT_TRUE(BX_BoxMean(out.data(), in.data(), kWidth, kHeight, reachX, reachY, 1e3));
         for (int y = 0; y < kHeight; ++y) {
             for (int x = 0; x < kWidth; ++x) {
                 double sum = 0.0;
@@ -89,5 +89,25 @@ TEST(CellMap, AddsUpToTheSameWorthByRowsAndColumns) {
         sign.map.SumRows(sums.data(), SBxCellPlaces(frame.top, frame.bottom, sign.map.Height()), 0, sign.map.Width());
         const SBxCellPlaces columns(frame.left, frame.right, sign.map.Width());
         EXPECT_NEAR(CBxCellMap::SumColumns(sums.data(), columns), sign.map.Worth(frame), 1e-2);
+    }
+}
+
+TEST(PatternPlane, HalvedPlanesAreTheMeansOfTwoByTwoPixels) {
+    const CBxOwnedPic picture = MakeTexturedPicture(kWidth, kHeight, 3);
+    CBxPatternPlane whole;
+    CBxPatternPlane halved;
+    ASSERT_TRUE(whole.Prepare(picture.Pic()));
+    ASSERT_TRUE(halved.Halve(whole));
+    ASSERT_EQ(halved.Width(), whole.Width() / 2);
+    EXPECT_DOUBLE_EQ(halved.Scale(), whole.Scale() / 2);
+    const auto at = [](const float* plane, int width, int x, int y) { return plane[y * width + x]; };
+    for (int y = 0; y < halved.Height(); ++y) {
+        for (int x = 0; x < halved.Width(); ++x) {
+            double sum = 0.0;
+            for (const int part : {0, 1, 2, 3}) {
+                sum += at(whole.Pattern(), whole.Width(), 2 * x + part % 2, 2 * y + part / 2);
+            }
+            ASSERT_NEAR(at(halved.Pattern(), halved.Width(), x, y), sum / 4, 1e-3) << x << ", " << y;
+        }
     }
 }

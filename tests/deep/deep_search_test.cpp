@@ -15,6 +15,7 @@
 #include "image_pictures.h"
 #include "picture_changes.h"
 #include "result.h"
+#include "second_look.h"
 #include "sign_op.h"
 #include "test_pictures.h"
 
@@ -84,6 +85,7 @@ TEST(DeepSearch, ReadsWhatTheOrdinarySearchDoesNotAndTellsWhatWasDone) {
         {"astronaut.png", "turned by 90", 90.0, false, 1.0}, {"coffee.png", "turned by 180", 180.0, false, 1.0},
         {"coffee.png", "turned by 270", 270.0, false, 1.0},  {"astronaut.png", "mirrored", 0.0, true, 1.0},
         {"coffee.png", "brightness x 0.8", 0.0, false, 0.8}, {"astronaut.png", "offset 10", 0.0, false, 1.0},
+        {"cat.png", "contrast x 1.25", 0.0, false, 1.25},
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(std::string(row.sample) + ", " + row.change);
@@ -96,6 +98,23 @@ TEST(DeepSearch, ReadsWhatTheOrdinarySearchDoesNotAndTellsWhatWasDone) {
         EXPECT_EQ(search.finding.m_bMirrored, row.mirrored);
         EXPECT_NEAR(search.finding.m_Tone.gain, row.gain, 0.02);
     }
+}
+
+// What the ordinary decoder may end at in a damaged carrier is a neighbour of the text that was written.
+TEST(DeepSearch, ASecondLookTellsTheTextThatWasWrittenFromItsNeighbours) {
+    CBxOwnedPic picture = PictureOfImage(SignedSample("cat.png"));
+    SBxSignRun run;
+    char text[CBxSignOp::kTextBytes] = "";
+    ASSERT_EQ(CBxSignOp::ExtractTextFromPicture(run, &picture.Pic(), text, kThreads), kBxSuccess);
+    SBxSoftReading reading;
+    ASSERT_EQ(BX_LookAgain(reading, picture.Pic(), run.m_Finding, text), kBxSuccess);
+    EXPECT_STREQ(reading.m_szText, kText);
+    EXPECT_GT(reading.m_dAgreement, 14.0);
+    EXPECT_GT(reading.m_dGap, kLeadOfOrdinary);
+    text[3] ^= 1;
+    ASSERT_EQ(BX_LookAgain(reading, picture.Pic(), run.m_Finding, text), kBxSuccess);
+    EXPECT_STREQ(reading.m_szText, text);
+    EXPECT_LT(reading.m_dGap, 0.0);
 }
 
 // These leave some cells wrong: the text is what counts, certain or not.

@@ -14,8 +14,8 @@ namespace {
 constexpr int kWidth = 200;
 constexpr int kHeight = 150;
 
-// Noise about the middle of the tones, under a gain and an offset.
-CBxOwnedPic ChangedNoise(double gain, double offset) {
+// Noise about the middle of the tones, under a gain and an offset, or an exponent.
+CBxOwnedPic ChangedNoise(double gain, double offset, double exponent = 1.0) {
     CBxOwnedPic picture;
     EXPECT_EQ(picture.Allocate(kWidth, kHeight, 3, 8), kBxSuccess);
     std::mt19937 random(5);
@@ -24,7 +24,8 @@ CBxOwnedPic ChangedNoise(double gain, double offset) {
         unsigned char* row = BX_PicRow<unsigned char>(picture.Pic(), y);
         for (int x = 0; x < 3 * kWidth; ++x) {
             const double tone = std::clamp(std::round(tones(random)), 3.0, 252.0);
-            row[x] = static_cast<unsigned char>(std::clamp(std::lround(gain * tone + offset), 0L, 255L));
+            const double bent = 255.0 * std::pow(tone / 255.0, exponent);
+            row[x] = static_cast<unsigned char>(std::clamp(std::lround(gain * bent + offset), 0L, 255L));
         }
     }
     return picture;
@@ -36,7 +37,9 @@ TEST(ToneGaps, TellGainAndOffset) {
     const struct {
         double gain;
         double offset;
-    } kRows[] = {{1.1, 0.0}, {1.25, 0.0}, {1.25, -32.0}, {1.07, 4.0}, {1.4, -20.0}};
+        bool isLikely;  // an offset that brightness or contrast makes: told whole
+    } kRows[] = {{1.1, 0.0, true},   {1.25, 0.0, true},  {1.25, -32.0, true}, {1.4, -51.0, true},
+                 {1.3, -38.4, true}, {1.07, 4.0, false}, {1.4, -20.0, false}};
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.gain);
         CBxOwnedPic picture = ChangedNoise(row.gain, row.offset);
@@ -46,6 +49,19 @@ TEST(ToneGaps, TellGainAndOffset) {
         // Up to whole gains.
         const double rest = (row.offset - tone.offset) / row.gain;
         EXPECT_NEAR(rest, std::round(rest), 0.35);
+        if (row.isLikely) {
+            EXPECT_NEAR(tone.offset, row.offset, 0.5);
+        }
+    }
+}
+
+TEST(ToneGaps, TellAnExponent) {
+    for (const double exponent : {0.7, 0.8, 1.25}) {
+        CBxOwnedPic picture = ChangedNoise(1.0, 0.0, exponent);
+        SBxTone tone;
+        ASSERT_TRUE(BX_FindToneGaps(tone, picture.Pic())) << exponent;
+        EXPECT_NEAR(tone.exponent, exponent, 0.004);
+        EXPECT_EQ(tone.gain, 1.0);
     }
 }
 

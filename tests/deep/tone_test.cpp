@@ -82,3 +82,23 @@ TEST(Tones, CalmGroundHasNoComb) {
     EXPECT_EQ(BX_FindComb(tone, means), 0.0f);
     EXPECT_TRUE(tone.IsUnchanged());
 }
+
+TEST(Tones, SoftValuesAreSinesOverTheWholeRangeAndZeroWhereThereIsNoMean) {
+    for (const double gain : {0.7, 1.0, 1.4}) {
+        for (const double offset : {-60.0, 0.0, 1.3}) {
+            const SBxTone tone{gain, offset, 1.0};
+            float means[kCellCount];
+            for (int cell = 0; cell < kCellCount; ++cell) {
+                means[cell] = static_cast<float>(cell) * 0.9973f;
+            }
+            means[7] = NAN;
+            float soft[kCellCount];
+            BX_SoftValues(soft, means, tone);
+            EXPECT_EQ(soft[7], 0.0f);
+            for (int cell = 0; cell < kCellCount; ++cell) {
+                const double expected = std::sin(3.141592653589793 * (means[cell] - offset) / (3.0 * gain));
+                EXPECT_NEAR(soft[cell], cell == 7 ? 0.0 : expected, 1e-4) << gain << ' ' << offset << ' ' << cell;
+            }
+        }
+    }
+}

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 
 #include "sign_code.h"
 
@@ -76,15 +78,16 @@ private:
                 }
             }
         }
-        for (int data = 0; data < kWordData; ++data) {
+        // The highest bit first; then its two halves become the better of both.
+        for (int data = kWordData - 1; data >= 0; --data) {
             const int step = 1 << data;
             SLanes zero = weights[0];
             SLanes one = weights[step];
-            for (int block = 0; block < kWordTexts; block += 2 * step) {
-                for (int text = block; text < block + step; ++text) {
-                    zero.Raise(weights[text]);
-                    one.Raise(weights[text + step]);
-                }
+            weights[0].Raise(weights[step]);
+            for (int text = 1; text < step; ++text) {
+                zero.Raise(weights[text]);
+                one.Raise(weights[text + step]);
+                weights[text].Raise(weights[text + step]);
             }
             for (int word = 0; word < kCodeWords; ++word) {
                 const int bit = word * kWordData + data;
@@ -93,43 +96,48 @@ private:
         }
     }
 
-    // An equation tells each of its bits what the others make it, as surely as the least sure of them is.
+    // An equation tells each of its bits what the others make it, as surely as the least sure of them is. Signs are
+    // added without branches, as they are as good as chance.
     void WeighEquations() {
-        float total[kBlockBits] = {};
-        for (int check = 0; check < kCheckBits; ++check) {
-            const int start = m_Code.equationStart[check];
-            const int end = m_Code.equationStart[check + 1];
-            float smallest = 1e30f;
-            float second = 1e30f;
-            int smallestAt = start;
-            bool isOdd = false;
-            for (int i = start; i < end; ++i) {
-                const float belief = Heard(i);
-                const float size = std::fabs(belief);
-                isOdd ^= belief < 0.0f;
-                if (size < smallest) {
-                    second = smallest;
-                    smallest = size;
-                    smallestAt = i;
-                } else if (size < second) {
-                    second = size;
-                }
-            }
-            for (int i = start; i < end; ++i) {
-                const bool others = isOdd ^ (Heard(i) < 0.0f);
-                const float size = kDamping * (i == smallestAt ? second : smallest);
-                m_Next[i] = others ? -size : size;
-            }
+        float beliefs[kBlockBits];
+        for (int bit = 0; bit < kBlockBits; ++bit) {
+            beliefs[bit] = Belief(bit);
         }
-        for (int i = 0; i < m_Code.equationStart[kCheckBits]; ++i) {
+        const int members = m_Code.equationStart[kCheckBits];
+        for (int i = 0; i < members; ++i) {
+            // Without what that equation told it.
+            m_Next[i] = beliefs[m_Members[i].bit] - m_Members[i].message;
+        }
+        for (int check = 0; check < kCheckBits; ++check) {
+            WeighEquation(m_Next + m_Code.equationStart[check], m_Next + m_Code.equationStart[check + 1]);
+        }
+        float total[kBlockBits] = {};
+        for (int i = 0; i < members; ++i) {
             m_Members[i].message = m_Next[i];
             total[m_Members[i].bit] += m_Next[i];
         }
         std::copy(total, total + kBlockBits, m_FromEquations);
     }
 
-    // What a member brings to its equation: its belief without what that equation told it.
-    float Heard(int member) const { return Belief(m_Members[member].bit) - m_Members[member].message; }
+    // Replaces what the bits of an equation bring to it by what it tells them.
+    static void WeighEquation(float* begin, float* end) {
+        constexpr std::uint32_t kSign = 0x80000000U;
+        float smallest = 1e30f;
+        float second = 1e30f;
+        std::uint32_t signs = 0;
+        for (const float* heard = begin; heard != end; ++heard) {
+            const float size = std::fabs(*heard);
+            signs ^= std::bit_cast<std::uint32_t>(*heard);
+            second = std::min(second, std::max(size, smallest));
+            smallest = std::min(size, smallest);
+        }
+        for (float* told = begin; told != end; ++told) {
+            // Of several smallest ones the second is as small.
+            const float size = kDamping * (std::fabs(*told) == smallest ? second : smallest);
+            const std::uint32_t sign = (signs ^ std::bit_cast<std::uint32_t>(*told)) & kSign;
+            *told = std::bit_cast<float>(std::bit_cast<std::uint32_t>(size) | sign);
+        }
+    }
 
     const SBxSignCode& m_Code;
     std::array<SBxEquationMember, 4 * kBlockBits> m_Members;

@@ -5,13 +5,17 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
 #include "kernels.h"
+#include "slices.h"
 
 namespace {
 
 constexpr double kPi = 3.141592653589793;
-constexpr double kMostRows = 14.0;  // of an ellipse, before the next smaller plane is taken: more read no sign better
+constexpr double kMostRows = 28.0;  // of an ellipse, before the next smaller plane is taken: more read no sign better
+constexpr double kRowsOfSmallestAxis = 14.0;
+constexpr double kMostRoughRows = 14.0;
 constexpr double kMostSampledRows = 9.0;
 constexpr double kSmallestReducedAxis = 5.0;  // pixels; thinner ellipses are not read from smaller planes
 constexpr int kSmallestPlaneSide = 16;        // pixels; planes are not reduced further
@@ -28,6 +32,19 @@ int CountNumbers(const float* means, int count) {
 
 namespace {
 
+// Calls make(row) for all rows.
+template <typename Make>
+void MakeRows(int rows, const CBxBlueSums::SWork& work, Make make) {
+    constexpr std::size_t kSlice = 64;
+    auto slice = [&](std::size_t begin, std::size_t end) {
+        for (std::size_t row = begin; row < end; ++row) {
+            make(static_cast<int>(row));
+        }
+        return work.stop == nullptr || !work.stop->Stopped();
+    };
+    BX_RunSlices(static_cast<std::size_t>(rows), kSlice, work.threads, slice);
+}
+
 // Rows of one grid lie on hundreds of pages; with large pages their addresses are found at once. A hint, no more.
 void WishForLargePages(void* memory, std::size_t bytes) {
     constexpr std::uintptr_t kPage = std::uintptr_t{1} << 21;
@@ -36,6 +53,15 @@ void WishForLargePages(void* memory, std::size_t bytes) {
     if (start < end) {
         ::madvise(reinterpret_cast<void*>(start), end - start, MADV_HUGEPAGE);
     }
+}
+
+}  // namespace
+
+namespace {
+
+// A grid whose cells have other sides.
+SBxGridPose Stretched(const SBxGridPose& pose, double along, double down) {
+    return {pose.origin, {pose.along.x * along, pose.along.y * along}, {pose.down.x * down, pose.down.y * down}};
 }
 
 }  // namespace
@@ -51,21 +77,28 @@ struct CBxBlueSums::SEllipseShape {
     SEllipseShape Scaled(double factor) const { return {top * factor, shear, reach * factor, smallerAxis * factor}; }
 };
 
-// `sample` gives the whole number at (x, y).
-template <typename Sample>
-bool CBxBlueSums::MakeFirstLevel(int width, int height, Sample sample) {
-    m_iWidth = width;
-    m_iHeight = height;
-    m_iLevels = 0;
-    SLevel& level = m_Levels[0];
+bool CBxBlueSums::MakeRoom(SLevel& level, int width, int height) {
     level.width = width;
     level.height = height;
     level.pitch = width + 2;
-    if (width < 1 || height < 1 || !level.sums.Allocate(static_cast<std::size_t>(level.pitch) * height)) {
+    const std::size_t count = static_cast<std::size_t>(level.pitch) * height;
+    if (level.sums.Size() == count) {
+        return true;
+    }
+    if (!level.sums.Allocate(count)) {
         return false;
     }
-    WishForLargePages(level.sums.Data(), level.sums.Size() * sizeof(std::uint32_t));
-    for (int y = 0; y < height; ++y) {
+    WishForLargePages(level.sums.Data(), count * sizeof(std::uint32_t));
+    return true;
+}
+
+// `sample` gives the whole number at (x, y).
+template <typename Sample>
+bool CBxBlueSums::MakeFirstLevel(SLevel& level, int width, int height, Sample sample, const SWork& work) {
+    if (width < 1 || height < 1 || !MakeRoom(level, width, height)) {
+        return false;
+    }
+    MakeRows(height, work, [&](int y) {
         std::uint32_t* sums = level.sums.Data() + static_cast<std::ptrdiff_t>(y) * level.pitch;
         std::uint32_t sum = 0;
         for (int x = 0; x < width; ++x) {
@@ -73,22 +106,18 @@ bool CBxBlueSums::MakeFirstLevel(int width, int height, Sample sample) {
             sum += sample(x, y);
         }
         sums[width] = sums[width + 1] = sum;
-    }
-    m_iLevels = 1;
+    });
     return true;
 }
 
 // Two rows of two pixels become one pixel: a difference of sums of the finer plane.
-bool CBxBlueSums::MakeLevel(int index) {
+bool CBxBlueSums::MakeLevel(int index, const SWork& work) {
     const SLevel& fine = m_Levels[index - 1];
     SLevel& level = m_Levels[index];
-    level.width = fine.width / 2;
-    level.height = fine.height / 2;
-    level.pitch = level.width + 2;
-    if (!level.sums.Allocate(static_cast<std::size_t>(level.pitch) * level.height)) {
+    if (!MakeRoom(level, fine.width / 2, fine.height / 2)) {
         return false;
     }
-    for (int y = 0; y < level.height; ++y) {
+    MakeRows(level.height, work, [&](int y) {
         const std::uint32_t* upper = fine.sums.Data() + static_cast<std::ptrdiff_t>(2 * y) * fine.pitch;
         const std::uint32_t* lower = upper + fine.pitch;
         std::uint32_t* sums = level.sums.Data() + static_cast<std::ptrdiff_t>(y) * level.pitch;
@@ -96,14 +125,14 @@ bool CBxBlueSums::MakeLevel(int index) {
             sums[x] = upper[2 * x] + lower[2 * x];
         }
         sums[level.width + 1] = sums[level.width];
-    }
+    });
     return true;
 }
 
-bool CBxBlueSums::MakeFurtherLevels() {
+bool CBxBlueSums::MakeFurtherLevels(const SWork& work) {
     while (m_iLevels < kMostLevels && m_Levels[m_iLevels - 1].width >= 2 * kSmallestPlaneSide &&
            m_Levels[m_iLevels - 1].height >= 2 * kSmallestPlaneSide) {
-        if (!MakeLevel(m_iLevels)) {
+        if (!MakeLevel(m_iLevels, work)) {
             return false;
         }
         ++m_iLevels;
@@ -111,19 +140,36 @@ bool CBxBlueSums::MakeFurtherLevels() {
     return true;
 }
 
-bool CBxBlueSums::Prepare(const SBxPicBuf& picture) {
-    return MakeFirstLevel(
-               picture.m_iWidth, picture.m_iHeight,
-               [&picture](int x, int y) -> std::uint32_t { return BX_PicRow<unsigned char>(picture, y)[3 * x]; }) &&
-           MakeFurtherLevels();
+bool CBxBlueSums::Prepare(const SBxPicBuf& picture, const unsigned char* table, const SWork& work) {
+    unsigned char unchanged[256];
+    if (table == nullptr) {
+        std::iota(unchanged, unchanged + 256, static_cast<unsigned char>(0));
+        table = unchanged;
+    }
+    const int width = m_iWidth = picture.m_iWidth;
+    const int height = m_iHeight = picture.m_iHeight;
+    m_iFirstLevel = work.halved && width >= 2 * kSmallestPlaneSide && height >= 2 * kSmallestPlaneSide ? 1 : 0;
+    m_iLevels = m_iFirstLevel + 1;
+    const auto one = [&picture, table](int x, int y) -> std::uint32_t {
+        return table[BX_PicRow<unsigned char>(picture, y)[3 * x]];
+    };
+    const auto four = [&one](int x, int y) -> std::uint32_t {
+        return one(2 * x, 2 * y) + one(2 * x + 1, 2 * y) + one(2 * x, 2 * y + 1) + one(2 * x + 1, 2 * y + 1);
+    };
+    const bool hasFirst = m_iFirstLevel == 0 ? MakeFirstLevel(m_Levels[0], width, height, one, work)
+                                             : MakeFirstLevel(m_Levels[1], width / 2, height / 2, four, work);
+    return hasFirst && MakeFurtherLevels(work);
 }
 
 bool CBxBlueSums::Prepare(const std::uint16_t* plane, int width, int height) {
-    return MakeFirstLevel(width, height,
-                          [plane, width](int x, int y) -> std::uint32_t {
-                              return plane[static_cast<std::ptrdiff_t>(y) * width + x];
-                          }) &&
-           MakeFurtherLevels();
+    m_iWidth = width;
+    m_iHeight = height;
+    m_iFirstLevel = 0;
+    m_iLevels = 1;
+    const auto sample = [plane, width](int x, int y) -> std::uint32_t {
+        return plane[static_cast<std::ptrdiff_t>(y) * width + x];
+    };
+    return MakeFirstLevel(m_Levels[0], width, height, sample, SWork{}) && MakeFurtherLevels(SWork{});
 }
 
 // The means of one row of cells under one ellipse; NaN where too little of it is seen.
@@ -179,10 +225,10 @@ CBxBlueSums::SEllipseShape CBxBlueSums::ShapeOf(const SBxGridPose& pose, double 
 }
 
 int CBxBlueSums::ChooseLevel(double& scale, const SEllipseShape& shape, double mostRows) const {
-    int index = 0;
-    scale = 1.0;
+    int index = m_iFirstLevel;
+    scale = index == 0 ? 1.0 : 0.5;
     while (index + 1 < m_iLevels && 2.0 * shape.top * scale > mostRows &&
-           shape.smallerAxis * scale > kSmallestReducedAxis * mostRows / kMostRows) {
+           shape.smallerAxis * scale > kSmallestReducedAxis * mostRows / kRowsOfSmallestAxis) {
         ++index;
         scale *= 0.5;
     }
@@ -202,27 +248,36 @@ int CBxBlueSums::MeansOfShare(float* means, const SBxGridPose& pose, double shar
     return CountNumbers(means, count);
 }
 
+int CBxBlueSums::RoughMeans(float* means, const SBxGridPose& pose) const {
+    return MeansOfShare(means, pose, kEllipseShare, kMostRoughRows, false);
+}
+
 int CBxBlueSums::SampledMeans(float* means, const SBxGridPose& pose) const {
     return MeansOfShare(means, pose, kEllipseShare, kMostSampledRows, true);
 }
 
 int CBxBlueSums::Means(float* means, const SBxGridPose& pose, double blur) const {
-    const SEllipseShape shape = ShapeOf(pose, kEllipseShare);
-    const double grow = shape.smallerAxis > 0.0 ? blur / shape.smallerAxis : 0.0;
-    if (!(grow > kSmallestEdge && grow < kWidestEdge)) {
+    const double width = kEllipseShare * std::hypot(pose.along.x, pose.along.y);
+    const double height = kEllipseShare * std::hypot(pose.down.x, pose.down.y);
+    const double smaller = std::min(width, height);
+    if (!(blur > kSmallestEdge * smaller && blur < kWidestEdge * smaller)) {
         return MeansOfShare(means, pose, kEllipseShare, kMostRows, false);
     }
     // The mean under a blurred ellipse lies between those under a larger and a smaller one, by their areas.
+    const double x = blur / width;
+    const double y = blur / height;
+    const SEllipseShape large = ShapeOf(Stretched(pose, 1.0 + x, 1.0 + y), kEllipseShare);
+    const SEllipseShape small = ShapeOf(Stretched(pose, 1.0 - x, 1.0 - y), kEllipseShare);
+    const double areaOfLarge = (1.0 + x) * (1.0 + y);
+    const double areaOfSmall = (1.0 - x) * (1.0 - y);
+    const auto shareOfInner = static_cast<float>(areaOfSmall / (areaOfLarge + areaOfSmall));
     double scale = 1.0;
-    const SLevel& level = m_Levels[ChooseLevel(scale, shape, kMostRows)];
-    const double large = 1.0 + grow;
-    const double small = 1.0 - grow;
-    const auto shareOfInner = static_cast<float>(small * small / (large * large + small * small));
+    const SLevel& level = m_Levels[ChooseLevel(scale, ShapeOf(pose, kEllipseShare), kMostRows)];
     for (int row = 0; row < kGridSide; ++row) {
         float* outer = means + row * kGridSide;
         float inner[kGridSide];
-        MeansOfRow(outer, level, shape.Scaled(scale * large), scale, pose, row);
-        MeansOfRow(inner, level, shape.Scaled(scale * small), scale, pose, row);
+        MeansOfRow(outer, level, large.Scaled(scale), scale, pose, row);
+        MeansOfRow(inner, level, small.Scaled(scale), scale, pose, row);
         for (int column = 0; column < kGridSide; ++column) {
             outer[column] += shareOfInner * (inner[column] - outer[column]);
         }

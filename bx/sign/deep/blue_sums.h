@@ -10,6 +10,7 @@
 
 #include <cstdint>
 
+#include "corner_search.h"
 #include "grid_pose.h"
 #include "heap_array.h"
 #include "pic_buf.h"
@@ -17,8 +18,19 @@
 // Made once; read by any number of threads. About 5.4 bytes a pixel.
 class CBxBlueSums {
 public:
-    // From a 3_8 picture, which it does not refer to afterwards. False without memory and for an empty picture.
-    [[nodiscard]] bool Prepare(const SBxPicBuf& picture);
+    // How it is made: by so many threads, and until this says stop (null: never); with `halved` without the plane of
+    // the whole picture, which takes three quarters of the time and of the memory.
+    struct SWork {
+        unsigned int threads = 1;
+        const CBxStopCheck* stop = nullptr;
+        bool halved = false;
+    };
+
+    // From a 3_8 picture, which it does not refer to afterwards; `table` (256 values, or null) replaces its values.
+    // False without memory and for an empty picture; worthless when it was stopped. Made anew, it keeps its memory if
+    // the size is the same.
+    [[nodiscard]] bool Prepare(const SBxPicBuf& picture, const unsigned char* table, const SWork& work);
+    [[nodiscard]] bool Prepare(const SBxPicBuf& picture) { return Prepare(picture, nullptr, SWork{}); }
     // The same for any plane of whole numbers, width * height of them.
     [[nodiscard]] bool Prepare(const std::uint16_t* plane, int width, int height);
 
@@ -29,6 +41,10 @@ public:
     // `blur` is the standard deviation, in pixels, of the smoothing that the cells were written under: their ellipses
     // get an edge of that width. Returns how many are numbers.
     int Means(float* means, const SBxGridPose& pose, double blur) const;
+
+    // The same from a coarser plane and without a soft edge, in a quarter of the time: enough to tell which grids are
+    // worth more.
+    int RoughMeans(float* means, const SBxGridPose& pose) const;
 
     // Of every fourth row of cells only, without a soft edge: 64 means. Enough to tell most wrong grids.
     static constexpr int kSampledCells = 64;
@@ -59,9 +75,11 @@ private:
     struct SEllipseShape;
 
     template <typename Sample>
-    bool MakeFirstLevel(int width, int height, Sample sample);
-    bool MakeLevel(int index);
-    bool MakeFurtherLevels();
+    bool MakeFirstLevel(SLevel& level, int width, int height, Sample sample, const SWork& work);
+    bool MakeLevel(int index, const SWork& work);
+    // Gives a level its size and room for it.
+    [[nodiscard]] static bool MakeRoom(SLevel& level, int width, int height);
+    bool MakeFurtherLevels(const SWork& work);
     // Which plane suits ellipses of a shape in pixels of the picture; `scale` receives its pixels a picture pixel.
     int ChooseLevel(double& scale, const SEllipseShape& shape, double mostRows) const;
     static SEllipseShape ShapeOf(const SBxGridPose& pose, double share);
@@ -70,6 +88,7 @@ private:
 
     int m_iWidth = 0;
     int m_iHeight = 0;
-    int m_iLevels = 0;
+    int m_iFirstLevel = 0;
+    int m_iLevels = 0;  // the last one and one
     SLevel m_Levels[kMostLevels];
 };

@@ -23,7 +23,9 @@ constexpr float kAlignedVariance = 2.6f;  // of the contrasts of a sign's cells
 constexpr float kElsewhereVariance = 0.5f;
 constexpr float kMostWorth = 1.5f;  // of a contrast; one cell is not to speak for a grid
 constexpr float kWeightOfComb = 0.35f;
-constexpr int kReachOfPlace = 1;  // pixels by which a centre may be off
+constexpr double kLargestCosine = 1.1;
+constexpr double kLargestContrast = 16.0;  // in natural logarithms
+constexpr int kReachOfPlace = 1;           // pixels by which a centre may be off
 constexpr float kPi = 3.14159265f;
 constexpr double kRadiansOfTone = 2.0 * 3.141592653589793 / (kPeriod / 2);
 
@@ -34,7 +36,8 @@ int HalfSide(double cell, double share) {
 // Adds so much of the sum over a box.
 bool AddBox(CBxHeapArray<float>& sums, CBxHeapArray<float>& scratch, const CBxPatternPlane& planes, int reachX,
             int reachY, float share) {
-    if (!BX_BoxMean(scratch.Data(), planes.Pattern(), planes.Width(), planes.Height(), reachX, reachY)) {
+    if (!BX_BoxMean(scratch.Data(), planes.Pattern(), planes.Width(), planes.Height(), reachX, reachY,
+                    CBxPatternPlane::kLargest)) {
         return false;
     }
     const float factor = share * static_cast<float>((2 * reachX + 1) * (2 * reachY + 1));
@@ -86,6 +89,16 @@ SBxCellPlaces::SBxCellPlaces(double first, double last, int size) : inside(0) {
     }
 }
 
+bool CBxCellMap::MakeRoom() {
+    const std::size_t count = static_cast<std::size_t>(m_iWidth) * m_iHeight;
+    for (CBxHeapArray<float>* plane : {&m_Worth, &m_Contrast, &m_Scratch[0], &m_Scratch[1]}) {
+        if (plane->Size() != count && !plane->Allocate(count)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // The logarithm of how much likelier a contrast is for a sign's cell than for another place. The unrest is what the
 // contrasts around have, squared and averaged, less what a sign adds to it. What the places around are worth is taken
 // off: a cell stands on a grid, and between two cells there is none.
@@ -96,13 +109,11 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
     m_dCellHeight = cellHeight;
     const float* pattern = planes.Pattern();
 
-    CBxHeapArray<float> cell;
-    CBxHeapArray<float> ground;
-    if (!m_Worth.Allocate(static_cast<std::size_t>(m_iWidth) * m_iHeight) || !m_Contrast.Allocate(m_Worth.Size()) ||
-        !cell.Allocate(m_Worth.Size()) || !ground.Allocate(m_Worth.Size()) ||
-        !MeanOfCross(cell, ground, planes, cellWidth, cellHeight) ||
+    CBxHeapArray<float>& cell = m_Scratch[0];
+    CBxHeapArray<float>& ground = m_Scratch[1];
+    if (!MakeRoom() || !MeanOfCross(cell, ground, planes, cellWidth, cellHeight) ||
         !BX_BoxMean(ground.Data(), pattern, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfGround),
-                    HalfSide(cellHeight, kHalfOfGround))) {
+                    HalfSide(cellHeight, kHalfOfGround), CBxPatternPlane::kLargest)) {
         return false;
     }
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
@@ -110,7 +121,7 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
         cell[i] = std::min(contrast * contrast, kMostUnrest);
     }
     if (!BX_BoxMean(ground.Data(), cell.Data(), m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfUnrest),
-                    HalfSide(cellHeight, kHalfOfUnrest))) {
+                    HalfSide(cellHeight, kHalfOfUnrest), kMostUnrest)) {
         return false;
     }
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
@@ -122,7 +133,7 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
             0.5f * (LogOfQuotient(elsewhere, aligned) + square * (aligned - elsewhere) / (aligned * elsewhere));
     }
     if (!BX_BoxMean(ground.Data(), m_Contrast.Data(), m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfGround),
-                    HalfSide(cellHeight, kHalfOfGround))) {
+                    HalfSide(cellHeight, kHalfOfGround), kLargestContrast)) {
         return false;
     }
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
@@ -135,11 +146,10 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
 // neighbouring places have unlike means, averages to nothing. What places around have is taken off, for calm ground
 // that was not signed.
 bool CBxCellMap::SetComb(const CBxPatternPlane& planes, const SBxTone& tone) {
-    CBxHeapArray<float> means;
-    CBxHeapArray<float> around;
-    if (!means.Allocate(m_Worth.Size()) || !around.Allocate(m_Worth.Size()) ||
-        !BX_BoxMean(means.Data(), planes.Blue(), m_iWidth, m_iHeight, HalfSide(m_dCellWidth, kHalfOfCell),
-                    HalfSide(m_dCellHeight, kHalfOfCell))) {
+    CBxHeapArray<float>& means = m_Scratch[0];
+    CBxHeapArray<float>& around = m_Scratch[1];
+    if (!BX_BoxMean(means.Data(), planes.Blue(), m_iWidth, m_iHeight, HalfSide(m_dCellWidth, kHalfOfCell),
+                    HalfSide(m_dCellHeight, kHalfOfCell), CBxPatternPlane::kLargest)) {
         return false;
     }
     // Whole periods keep the angles positive.
@@ -148,14 +158,14 @@ bool CBxCellMap::SetComb(const CBxPatternPlane& planes, const SBxTone& tone) {
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
         means[i] = MinusCosine(means[i] * perTone + first * static_cast<float>(kRadiansOfTone));
     }
-    if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, kReachOfPlace, kReachOfPlace)) {
+    if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, kReachOfPlace, kReachOfPlace, kLargestCosine)) {
         return false;
     }
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
         m_Worth[i] = m_Contrast[i] + kWeightOfComb * around[i];
     }
     if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, HalfSide(m_dCellWidth, kHalfOfGround),
-                    HalfSide(m_dCellHeight, kHalfOfGround))) {
+                    HalfSide(m_dCellHeight, kHalfOfGround), kLargestCosine)) {
         return false;
     }
     for (std::size_t i = 0; i < m_Worth.Size(); ++i) {

@@ -32,7 +32,8 @@ struct SBxCellPlaces {
 // Made, then read by any number of threads.
 class CBxCellMap {
 public:
-    // For cells of this size in pixels of the planes, by their contrast alone. False without memory.
+    // For cells of this size in pixels of the planes, by their contrast alone. A map may be made anew, of planes of the
+    // same size without new memory. False without memory.
     [[nodiscard]] bool Make(const CBxPatternPlane& planes, double cellWidth, double cellHeight);
     // Lets the map tell the contrast and the comb of tones that became of a sign's; planes as before.
     [[nodiscard]] bool SetComb(const CBxPatternPlane& planes, const SBxTone& tone);
@@ -56,10 +57,13 @@ public:
     }
 
 private:
+    [[nodiscard]] bool MakeRoom();
+
     double m_dCellWidth = 0.0;
     double m_dCellHeight = 0.0;
     int m_iWidth = 0;
     int m_iHeight = 0;
     CBxHeapArray<float> m_Contrast;
     CBxHeapArray<float> m_Worth;
+    CBxHeapArray<float> m_Scratch[2];  // of what is made
 };

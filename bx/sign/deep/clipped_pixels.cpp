@@ -13,13 +13,26 @@ namespace {
 constexpr double kMostPixels = 5e5;
 constexpr int kDarkest = 2;  // saving as JPEG moves the ends a little
 constexpr int kBrightest = 253;
+constexpr int kNoTone = 1000;  // beyond the others
 constexpr int kWhole = 1000;
 constexpr float kMostClipped = 90.0f;  // thousandths of a cell
+constexpr double kMostUnknown = 1e4;   // thousandths times lost tones
 constexpr double kMostRows = 8.0;      // of an ellipse
 
 }  // namespace
 
 bool CBxClippedPixels::Prepare(const SBxPicBuf& picture) {
+    m_fMostClipped = kMostClipped;
+    return Prepare(picture, kDarkest, kBrightest);
+}
+
+bool CBxClippedPixels::Prepare(const SBxPicBuf& picture, const SBxLostTones& lost) {
+    const double widest = std::max(lost.dark, lost.bright);
+    m_fMostClipped = static_cast<float>(kMostUnknown / std::max(1.0, widest));
+    return Prepare(picture, lost.dark > 0.0 ? kDarkest : -kNoTone, lost.bright > 0.0 ? kBrightest : kNoTone);
+}
+
+bool CBxClippedPixels::Prepare(const SBxPicBuf& picture, int darkest, int brightest) {
     const double pixels = static_cast<double>(picture.m_iWidth) * picture.m_iHeight;
     const int factor = std::max(1, static_cast<int>(std::lround(std::sqrt(pixels / kMostPixels))));
     const int width = picture.m_iWidth / factor;
@@ -38,8 +51,10 @@ bool CBxClippedPixels::Prepare(const SBxPicBuf& picture) {
         std::fill_n(counts.Data(), width, 0);
         for (int row = y * factor; row < (y + 1) * factor; ++row) {
             const auto* blue = BX_PicRow<unsigned char>(picture, row);
-            for (int x = 0; x < width * factor; ++x) {
-                counts[x / factor] += blue[3 * x] <= kDarkest || blue[3 * x] >= kBrightest ? 1 : 0;
+            for (int x = 0; x < width; ++x) {
+                for (int i = 0; i < factor; ++i, blue += 3) {
+                    counts[x] += *blue <= darkest || *blue >= brightest ? 1 : 0;
+                }
             }
         }
         for (int x = 0; x < width; ++x) {
@@ -63,7 +78,7 @@ void CBxClippedPixels::LeaveOut(float* means, const SBxGridPose& pose) const {
     m_Shares.MeansOfShare(shares, scaled, kEllipseShare, kMostRows, false);
     for (int cell = 0; cell < kCellCount; ++cell) {
         // Cells of a grid that is too fine for the reduced plane have no share, and stay.
-        if (shares[cell] > kMostClipped) {
+        if (shares[cell] > m_fMostClipped) {
             means[cell] = std::numeric_limits<float>::quiet_NaN();
         }
     }

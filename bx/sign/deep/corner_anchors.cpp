@@ -12,6 +12,9 @@ constexpr double kFarthestZoom = 1.12;
 constexpr int kWeakest = 10;          // rank, near zoom 1
 constexpr int kWeakestElsewhere = 3;  // where a corner of a picture that was scaled would stand
 constexpr double kSmallestSide = 0.92 * kSmallestCarrierSide;  // of the scaled picture: the zoom is not quite right
+// Signing takes as many carriers as it can, which are small ones: of 70 in photographs of 2 to 16 megapixels one was
+// wider.
+constexpr double kLargestSide = 4.0 * kSmallestCarrierSide;
 
 }  // namespace
 
@@ -22,6 +25,7 @@ void CBxCornerAnchors::Offer(const SBxCornerAnchor& anchor) {
     });
     if (same != end) {
         same->smallestSide = std::min(same->smallestSide, anchor.smallestSide);
+        same->largestSide = std::max(same->largestSide, anchor.largestSide);
     } else if (m_iCount < kMost) {
         m_Anchors[m_iCount++] = anchor;
     }
@@ -40,7 +44,7 @@ void CBxCornerAnchors::Collect(const CBxCornerArchive& archive) {
                 for (const SBxCornerList* list : {&archive[i].m_Dark, &archive[i].m_Bright}) {
                     if (rank < static_cast<int>(list->m_uiCount)) {
                         const CBxPoint<double>& point = list->m_Points[rank];
-                        Offer({{point.x / zoom, point.y / zoom}, kSmallestSide / zoom});
+                        Offer({{point.x / zoom, point.y / zoom}, kSmallestSide / zoom, kLargestSide / zoom});
                     }
                 }
             }

@@ -6,7 +6,8 @@
 // A corner, in pixels of the picture.
 struct SBxCornerAnchor {
     CBxPoint<double> place;
-    double smallestSide;  // of a carrier that starts here, as far as its zooms tell
+    double smallestSide;  // of a carrier that starts here, as far as its zooms tell,
+    double largestSide;   // and the largest one that is likely
 };
 
 // Of each carrier at least one corner was among the ten strongest of its half when the picture was signed; what was cut

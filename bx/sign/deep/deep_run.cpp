@@ -13,16 +13,16 @@
 #include "search_picture.h"
 #include "sign_block.h"
 #include "slices.h"
+#include "tone_gaps.h"
 
 namespace {
 
 constexpr double kHintAgreement = 8.2;
-constexpr double kLeastAgreement = 10.9;  // of a grid that is reported: right readings hardly ever have less
+constexpr double kLeastAgreement = 10.9;     // of a grid that is reported: right readings hardly ever have less
+constexpr double kPromisingAgreement = 7.8;  // of rough means; every eighth decoding of noise comes near
 constexpr double kLeastJointAgreement = 10.5;
 constexpr double kWorthMoving = 8.6;    // agreement from which a grid is moved uphill
 constexpr double kBlurAsWritten = 1.1;  // pixels; standard deviation of the smoothing under which signs are written
-// Zooms that the ordinary search leaves out: pictures enlarged by more than it expects, and small copies.
-constexpr double kFurtherZooms[] = {0.5, 0.55, 0.6, 0.65, 0.7, 0.75, 0.8, 0.85, 2.3, 2.65, 3.0, 3.5, 4.0};
 
 constexpr double kFirstMove = 0.7;           // pixels of the picture as it was signed
 constexpr double kFirstMoveOfTurned = 0.08;  // cells
@@ -50,62 +50,49 @@ SBxGridTrial CBxDeepRun::TrialOfWholePicture(double scale) const {
     return {BX_PoseOfRectangle(whole), BX_BlurOfScale(scale), scale, 0.0, BX_GridOrientation(0)};
 }
 
-unsigned char CBxDeepRun::AddCorners(CBxCornerArchive& archive, const CBxSearchPicture& shared, double zoom) {
-    struct SLists {
-        SBxCornerList dark;
-        SBxCornerList bright;
-    };
-    const std::unique_ptr<SLists> lists(new (std::nothrow) SLists);
-    CBxColumnWeights columns;
-    if (lists == nullptr || !columns.Prepare(shared.Width(), zoom)) {
-        return kBxOutOfMemory;
+unsigned char CBxDeepRun::PutBack() {
+    m_bKnowsTone = BX_FindToneGaps(m_Undone, m_Given);
+    if (!m_bKnowsTone) {
+        return kBxSuccess;
     }
-    CBxScaledRows mean(shared, columns, zoom, CBxScaledRows::EChannel::MeanOfGreenAndRed);
-    if (!mean.Prepare()) {
-        return kBxOutOfMemory;
-    }
-    SBxCornerBars bars;
-    const CBxRunStop stop(m_Run, EBxStopOn::Abort);
-    const unsigned char result =
-        BX_FindCornersOfHalves(lists->dark, lists->bright, mean, mean.Width(), mean.Height(), zoom, bars, &stop);
-    if (result == kBxSuccess) {
-        archive.Add(zoom, lists->dark, lists->bright);
-    }
-    return result;
-}
-
-// The zooms are shared out among the threads.
-unsigned char CBxDeepRun::AddFurtherCorners() {
-    CBxSearchPicture shared;
-    if (!shared.Prepare(m_Picture)) {
-        return kBxOutOfMemory;
-    }
-    std::atomic<unsigned char> result{kBxSuccess};
-    auto slice = [&](std::size_t begin, std::size_t /*end*/) {
-        const double zoom = kFurtherZooms[begin];
-        if (!BX_IsTooLargeToSearch(m_Picture.m_iWidth, m_Picture.m_iHeight, zoom)) {
-            const unsigned char ofZoom = AddCorners(m_Archive, shared, zoom);
-            if (ofZoom != kBxSuccess) {
-                result.store(ofZoom);
-            }
-        }
-        return result.load() == kBxSuccess && !Ended();
-    };
-    BX_RunSlices(std::size(kFurtherZooms), 1, m_uiThreads, slice);
-    return Ended() ? static_cast<unsigned char>(kBxFailure) : result.load();
+    unsigned char table[256];
+    BX_MakePutBackTable(table, m_Undone);
+    return BX_PutBack(m_Back, m_Given, table);
 }
 
 unsigned char CBxDeepRun::Prepare() {
-    m_bKnowsGain = BX_FindToneGaps(m_KnownTone, m_Picture);
-    return m_Sums.Prepare(m_Picture) && m_Clipped.Prepare(m_Picture) && m_Pool.Collect(m_Archive) &&
-                   m_Softs.Prepare(m_Pool.Count())
-               ? kBxSuccess
-               : kBxOutOfMemory;
+    const CBxRunStop stop(m_Run, EBxStopOn::Abort);
+    if (!m_Sums.Prepare(Picture(), nullptr, {m_uiThreads, &stop})) {
+        return kBxOutOfMemory;
+    }
+    constexpr std::size_t kParts = 2;
+    std::atomic<bool> hasMemory{true};
+    auto part = [&](std::size_t begin, std::size_t /*end*/) {
+        const bool isPrepared = begin == 1     ? m_Pool.Collect(m_Archive) && m_Softs.Prepare(m_Pool.Count())
+                                : m_bKnowsTone ? m_Clipped.Prepare(m_Given, SBxLostTones(m_Undone))
+                                               : m_Clipped.Prepare(m_Given);
+        if (!isPrepared) {
+            hasMemory.store(false);
+        }
+        return hasMemory.load() && !Ended();
+    };
+    BX_RunSlices(kParts, 1, m_uiThreads, part);
+    return hasMemory.load() ? kBxSuccess : kBxOutOfMemory;
+}
+
+bool CBxDeepRun::PreparePlanes() {
+    return m_Planes.Width() > 0 || m_Planes.Prepare(Picture());
 }
 
 double CBxDeepRun::Evidence(double agreement) const {
     const auto decodings = static_cast<double>(m_ulAllDecodings.load(std::memory_order_relaxed));
     return -BX_ChanceOfAgreement(agreement) - std::log2(std::max(1.0, decodings));
+}
+
+bool CBxDeepRun::IsPromising(const float* soft) {
+    m_ulDecodings.fetch_add(1, std::memory_order_relaxed);
+    m_ulAllDecodings.fetch_add(1, std::memory_order_relaxed);
+    return BX_DecodeSoft(soft, kPromisingAgreement).m_szText[0] != 0;
 }
 
 double CBxDeepRun::Try(const SBxGridTrial& trial, const SBxTone& tone, const float* means, EBxDeepStage stage) {
@@ -132,18 +119,21 @@ void CBxDeepRun::TryAsRead(const SBxGridTrial& trial, EBxDeepStage stage) {
     TryTones(trial, means, stage);
 }
 
+bool CBxDeepRun::IsAmbiguous(const SBxTone& tone) const {
+    return m_bKnowsTone || std::fabs(tone.offset) > kSurelyNearest;
+}
+
 void CBxDeepRun::TryTones(const SBxGridTrial& trial, const float* means, EBxDeepStage stage) {
     SBxTone tone = BX_ToneOfMeans(means);
     Try(trial, tone, means, stage);
-    if (std::fabs(tone.offset) > kSurelyNearest) {
+    if (IsAmbiguous(tone)) {
         tone.offset -= std::copysign(kPeriod / 2, tone.offset);
         Try(trial, tone, means, stage);
     }
 }
 
 float CBxDeepRun::FindComb(SBxTone& tone, const float* means) const {
-    return m_bKnowsGain ? BX_FindCombBetween(tone, means, m_KnownTone.gain * (1.0 - kKnownWithin),
-                                             m_KnownTone.gain * (1.0 + kKnownWithin))
+    return m_bKnowsTone ? BX_FindCombBetween(tone, means, 1.0 - kKnownWithin, 1.0 + kKnownWithin)
                         : BX_FindComb(tone, means);
 }
 
@@ -237,7 +227,7 @@ void CBxDeepRun::KeepReading(const SBxGridTrial& trial, const SBxTone& tone, con
                      isCertain,
                      stage,
                      trial.pose,
-                     tone,
+                     BX_Together(m_Undone, tone),
                      trial.scale,
                      turned + 90.0 * trial.orientation.QuarterTurns(),
                      trial.orientation.Mirrored()};
@@ -289,7 +279,7 @@ double CBxDeepRun::MoveUphill(SBxGridTrial& trial, float* soft, const SBxTone& t
     float means[kCellCount];
     const auto agreement = [&](const SBxGridPose& pose, float* values) {
         m_Sums.Means(means, pose, trial.blur);
-        if (!tone.IsUnchanged()) {
+        if (MayBeClipped(tone)) {
             m_Clipped.LeaveOut(means, pose);
         }
         BX_SoftValues(values, means, tone);

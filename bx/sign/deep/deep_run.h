@@ -9,8 +9,9 @@
 #include "clipped_pixels.h"
 #include "deep_search.h"
 #include "grid_pool.h"
+#include "owned_pic.h"
+#include "pattern_plane.h"
 #include "soft_store.h"
-#include "tone_gaps.h"
 
 // A grid to be read, and how it came about.
 struct SBxGridTrial {
@@ -31,11 +32,13 @@ class CBxSearchPicture;
 class CBxDeepRun {
 public:
     CBxDeepRun(SBxSignRun& run, const SBxPicBuf& picture, CBxCornerArchive& archive, unsigned int threads)
-        : m_Run(run), m_Picture(picture), m_Archive(archive), m_uiThreads(threads) {}
+        : m_Run(run), m_Archive(archive), m_uiThreads(threads), m_Given(picture) {}
     ~CBxDeepRun() { pthread_mutex_destroy(&m_Mutex); }
     CBxDeepRun(const CBxDeepRun&) = delete;
     CBxDeepRun& operator=(const CBxDeepRun&) = delete;
 
+    // Puts the picture back if it tells itself what was done to its tones. First of all. 0 or 6.
+    unsigned char PutBack();
     // Adds the corners of zooms that the ordinary search does not look at. 0, 1 when aborted, 6.
     unsigned char AddFurtherCorners();
     // Adds the corners of one zoom of a picture to an archive. 0, 1 when aborted, 6.
@@ -44,15 +47,15 @@ public:
     unsigned char Prepare();
 
     SBxSignRun& m_Run;
-    const SBxPicBuf& m_Picture;
+    const SBxPicBuf& Picture() const { return m_bKnowsTone ? m_Back.Pic() : m_Given; }  // that is searched
     CBxCornerArchive& m_Archive;
     const unsigned int m_uiThreads;
     CBxBlueSums m_Sums;
     CBxClippedPixels m_Clipped;
     CBxGridPool m_Pool;
-    // What the picture itself tells of a gain (tone_gaps.h).
-    bool m_bKnowsGain = false;
-    SBxTone m_KnownTone;   // valid if it does; gain times a whole number may have to be added to the offset
+    CBxPatternPlane m_Planes;
+    // Whether the picture told what became of its tones and was put back. An offset of a few whole tones may be left.
+    bool m_bKnowsTone = false;
     CBxSoftStore m_Softs;  // of the pool's grids as they stand, once the first stage has read them
 
     // True when nothing more is to be done: aborted, or a certain reading stands.
@@ -61,28 +64,51 @@ public:
                m_bCertain.load(std::memory_order_relaxed);
     }
 
+    // Makes m_Planes when it is first called, between the stages. False without memory.
+    [[nodiscard]] bool PreparePlanes();
+
     // The grid of the whole picture as carrier, if the picture was scaled by this.
     SBxGridTrial TrialOfWholePicture(double scale) const;
-    // The means of a trial; how many of them are numbers.
+    // The means of a trial; how many of its cells are in the picture.
     int ReadMeans(float* means, const SBxGridTrial& trial) {
         m_ulGrids.fetch_add(1, std::memory_order_relaxed);
-        return m_Sums.Means(means, trial.pose, trial.blur);
+        const int count = m_Sums.Means(means, trial.pose, trial.blur);
+        if (m_bKnowsTone) {
+            m_Clipped.LeaveOut(means, trial.pose);
+        }
+        return count;
     }
+
+    // The same in less time, to compare grids.
+    int ReadRoughMeans(float* means, const SBxGridTrial& trial) {
+        m_ulGrids.fetch_add(1, std::memory_order_relaxed);
+        const int count = m_Sums.RoughMeans(means, trial.pose);
+        if (m_bKnowsTone) {
+            m_Clipped.LeaveOut(means, trial.pose);
+        }
+        return count;
+    }
+    // Whether soft values that were made of rough means decode to anything that exact ones may make a hint of.
+    bool IsPromising(const float* soft);
 
     // The same for tones that may have been changed: without the cells that have lost the ends of theirs.
     void ReadWholeCells(float* means, const SBxGridTrial& trial) {
         ReadMeans(means, trial);
-        m_Clipped.LeaveOut(means, trial.pose);
+        if (!m_bKnowsTone) {
+            m_Clipped.LeaveOut(means, trial.pose);
+        }
     }
 
     // Decodes one interpretation and keeps what is worth it. Any thread. Returns the agreement, 0 below notice.
     double Try(const SBxGridTrial& trial, const SBxTone& tone, const float* means, EBxDeepStage stage);
+    // Whether the lines of zeros may be those of ones, for a tone that means told.
+    bool IsAmbiguous(const SBxTone& tone) const;
     // The same under the tones as they are, but for an offset that the means tell. A comb does not tell an offset from
     // one that lies a distance of its lines away: of a large one both are decoded.
     void TryTones(const SBxGridTrial& trial, const float* means, EBxDeepStage stage);
     // Reads a trial and decodes it so.
     void TryAsRead(const SBxGridTrial& trial, EBxDeepStage stage);
-    // The comb that fits means best, of any gain or of the one that is known.
+    // The comb that fits means best, of any gain or, in a picture that was put back, of hardly any.
     float FindComb(SBxTone& tone, const float* means) const;
     // Decodes means under the tones as they are, and under those of the best comb.
     void TryWithComb(const SBxGridTrial& trial, const float* means, EBxDeepStage stage);
@@ -112,6 +138,8 @@ public:
     std::atomic<unsigned long> m_ulDecodings{0};
 
 private:
+    // Whether cells of a trial under this tone may have lost ends of their tones.
+    bool MayBeClipped(const SBxTone& tone) const { return m_bKnowsTone || !tone.IsUnchanged(); }
     double Evidence(double agreement) const;
     // Changes a tone to where the cells of a grid agree best with a text.
     void TuneTone(SBxTone& tone, const SBxGridTrial& trial, const char* text) const;
@@ -121,6 +149,9 @@ private:
     void KeepReading(const SBxGridTrial& trial, const SBxTone& tone, const SBxSoftReading& reading, EBxDeepStage stage);
 
     pthread_mutex_t m_Mutex = PTHREAD_MUTEX_INITIALIZER;  // guards the rest
+    const SBxPicBuf& m_Given;
+    CBxOwnedPic m_Back;  // what it was before its tones were changed by
+    SBxTone m_Undone;    // this
     std::atomic<bool> m_bCertain{false};
     std::atomic<unsigned long> m_ulAllDecodings{0};
     bool m_bHasReading = false;

@@ -31,24 +31,27 @@ constexpr SStageOfSearch kStages[] = {
     {EBxDeepStage::Joined, BX_SearchJoined, BX_MarkText("Putting carriers together..."), 2.0},
 };
 
-// Processor time of the process.
-double ProcessSeconds() {
+double SecondsOf(clockid_t clock) {
     std::timespec now = {};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    clock_gettime(clock, &now);
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
 class CLaps {
 public:
-    double Next() {
-        const double now = ProcessSeconds();
-        const double passed = now - m_dLast;
-        m_dLast = now;
-        return passed;
+    // Adds the time since the last call.
+    void AddTo(SBxDeepCost& cost) {
+        const double processor = SecondsOf(CLOCK_PROCESS_CPUTIME_ID);
+        const double wall = SecondsOf(CLOCK_MONOTONIC);
+        cost.m_dSeconds += processor - m_dProcessor;
+        cost.m_dWallSeconds += wall - m_dWall;
+        m_dProcessor = processor;
+        m_dWall = wall;
     }
 
 private:
-    double m_dLast = ProcessSeconds();
+    double m_dProcessor = SecondsOf(CLOCK_PROCESS_CPUTIME_ID);
+    double m_dWall = SecondsOf(CLOCK_MONOTONIC);
 };
 
 }  // namespace
@@ -61,11 +64,14 @@ unsigned char BX_SearchDeep(SBxSignRun& run, const SBxPicBuf& picture, CBxCorner
     run.m_ProgressData.SetPercentage(0.0);
     CLaps laps;
     const std::unique_ptr<CBxDeepRun> deep(new (std::nothrow) CBxDeepRun(run, picture, archive, threads));
-    unsigned char result = deep != nullptr ? deep->AddFurtherCorners() : static_cast<unsigned char>(kBxOutOfMemory);
-    cost.m_dCorners = laps.Next();
+    unsigned char result = deep != nullptr ? deep->PutBack() : static_cast<unsigned char>(kBxOutOfMemory);
+    if (result == kBxSuccess) {
+        result = deep->AddFurtherCorners();
+    }
+    laps.AddTo(cost.m_Corners);
     if (result == kBxSuccess) {
         result = deep->Prepare();
-        cost.m_dSums = laps.Next();
+        laps.AddTo(cost.m_Sums);
     }
     for (const SStageOfSearch& stage : kStages) {
         if (result != kBxSuccess || deep->Ended()) {
@@ -77,7 +83,7 @@ unsigned char BX_SearchDeep(SBxSignRun& run, const SBxPicBuf& picture, CBxCorner
         SBxDeepCost& spent = cost.m_Stages[static_cast<int>(stage.stage)];
         spent.m_ulGrids += deep->m_ulGrids.exchange(0);
         spent.m_ulDecodings += deep->m_ulDecodings.exchange(0);
-        spent.m_dSeconds += laps.Next();
+        laps.AddTo(spent);
     }
     cost.m_dHighestAgreement = deep != nullptr && deep->HintCount() > 0 ? deep->Hint(0).agreement : 0.0;
     if (result != kBxSuccess) {

@@ -54,11 +54,12 @@ struct SBxDeepCost {
     unsigned long m_ulGrids = 0;      // places whose means were read
     unsigned long m_ulDecodings = 0;  // interpretations decoded
     double m_dSeconds = 0.0;          // processor time
+    double m_dWallSeconds = 0.0;
 };
 struct SBxDeepCosts {
     SBxDeepCost m_Stages[kDeepStages];
-    double m_dCorners = 0.0;           // seconds for corners that the ordinary search has not seen
-    double m_dSums = 0.0;              // seconds for the sums over the picture
+    SBxDeepCost m_Corners;             // for corners that the ordinary search has not seen
+    SBxDeepCost m_Sums;                // for the sums over the picture
     double m_dHighestAgreement = 0.0;  // of any text with one grid, reported or not
 };
 

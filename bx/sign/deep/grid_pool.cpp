@@ -83,7 +83,9 @@ bool CBxGridPool::Collect(const CBxCornerArchive& archive) {
         order[i] = i;
     }
     std::sort(order, order + archive.Count(), [&archive](unsigned int a, unsigned int b) {
-        return std::fabs(std::log(archive[a].m_dZoom)) < std::fabs(std::log(archive[b].m_dZoom));
+        const double farA = std::fabs(std::log(archive[a].m_dZoom));
+        const double farB = std::fabs(std::log(archive[b].m_dZoom));
+        return farA != farB ? farA < farB : a > b;
     });
     for (unsigned int i = 0; i < archive.Count(); ++i) {
         const SBxZoomCorners& corners = archive[order[i]];

@@ -19,7 +19,8 @@ public:
     static constexpr std::size_t kMostPairs = 60000;
     static constexpr double kSameCorner = 0.8;
 
-    // From the corners of a picture of this size, zooms near 1 first. False without memory.
+    // From the corners of a picture of this size, zooms near 1 first, of one zoom
+    // those that came last. False without memory.
     [[nodiscard]] bool Collect(const CBxCornerArchive& archive);
 
     std::size_t Count() const { return m_uiCount; }

@@ -33,33 +33,11 @@ float ClearnessOf(CBxDeepRun& run, const SBxGridTrial& trial, double gain) {
         return BX_CombScore(means, kCellCount);
     }
     run.ReadWholeCells(means, trial);
-    if (gain == 0.0) {
-        SBxTone tone;
-        return BX_FindComb(tone, means);
-    }
-    for (float& mean : means) {
-        mean /= static_cast<float>(gain);
-    }
-    return BX_CombScore(means, kCellCount);
+    SBxTone tone;
+    return BX_FindComb(tone, means);
 }
 
 }  // namespace
-
-CBxMapMarks::CBxMapMarks(const CBxDeepRun& run) : m_iCount(2) {
-    if (!run.m_bKnowsGain) {
-        m_bAnyGain[0] = true;
-        return;
-    }
-    m_iCount = kMost;
-    for (int i = 0; i < kMost; ++i) {
-        m_Tones[i] = run.m_KnownTone;
-        m_Tones[i].offset += i * run.m_KnownTone.gain;
-    }
-}
-
-bool CBxMapMarks::Apply(CBxCellMap& map, const CBxPatternPlane& planes, int index) const {
-    return m_bAnyGain[index] || map.SetComb(planes, m_Tones[index]);
-}
 
 std::size_t BX_KeepDistinct(SBxMapGrid* grids, std::size_t count, std::size_t most) {
     std::sort(grids, grids + count, [](const SBxMapGrid& a, const SBxMapGrid& b) {

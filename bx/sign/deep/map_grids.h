@@ -19,25 +19,24 @@ std::size_t BX_KeepDistinct(SBxMapGrid* grids, std::size_t count, std::size_t mo
 void BX_FollowMap(SBxMapGrid& grid, const CBxCellMap& map, double scale);
 
 // The marks that maps are made of, one after the other: first the contrast alone, for tones of any gain, then with the
-// comb of unchanged tones. Where a gain is known, with its combs alone: the offset may be one of three.
+// comb of the tones as they are.
 class CBxMapMarks {
 public:
-    static constexpr int kMost = 3;
+    static constexpr int kCount = 2;
 
-    explicit CBxMapMarks(const CBxDeepRun& run);
+    explicit CBxMapMarks(const CBxDeepRun& run) : m_bKnowsTone(run.m_bKnowsTone) {}
 
-    int Count() const { return m_iCount; }
     // Gives a map that was just made, or given another mark, this mark. False without memory.
-    [[nodiscard]] bool Apply(CBxCellMap& map, const CBxPatternPlane& planes, int index) const;
-    // The gain of a mark's comb, 0 for any.
-    double Gain(int index) const { return m_bAnyGain[index] ? 0.0 : m_Tones[index].gain; }
+    [[nodiscard]] static bool Apply(CBxCellMap& map, const CBxPatternPlane& planes, int index) {
+        return index == 0 || map.SetComb(planes, SBxTone());
+    }
+    // The gain of the combs that grids of a mark may have, 0 for any.
+    double Gain(int index) const { return index == 0 && !m_bKnowsTone ? 0.0 : 1.0; }
 
 private:
-    int m_iCount;
-    bool m_bAnyGain[kMost] = {};
-    SBxTone m_Tones[kMost];
+    bool m_bKnowsTone;
 };
 
-// Moves the edges of a grid to where the comb of its means is clearest, of this gain (0: of any), and decodes it there.
-// `pixel` is the size of a pixel of the map. Any thread.
+// Moves the edges of a grid to where the comb of its means is clearest, of gain 1 (or with 0, of any), and decodes it
+// there. `pixel` is the size of a pixel of the map. Any thread.
 void BX_ReadMapGrid(CBxDeepRun& run, const SBxMapGrid& grid, double pixel, double gain, EBxDeepStage stage);

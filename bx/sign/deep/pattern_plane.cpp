@@ -110,6 +110,18 @@ void ScaleRows(float* out, int outHeight, const float* in, int width, int height
     }
 }
 
+// The means of two by two pixels; `width` and `height` of what comes of it.
+void HalvePlane(float* out, const float* in, int width, int height, int pitch) {
+    for (int y = 0; y < height; ++y) {
+        const float* upper = in + static_cast<std::ptrdiff_t>(2 * y) * pitch;
+        const float* lower = upper + pitch;
+        float* row = out + static_cast<std::ptrdiff_t>(y) * width;
+        for (int x = 0; x < width; ++x) {
+            row[x] = 0.25f * ((upper[2 * x] + upper[2 * x + 1]) + (lower[2 * x] + lower[2 * x + 1]));
+        }
+    }
+}
+
 }  // namespace
 
 bool CBxPatternPlane::PrepareColumns(const CBxPatternPlane& planes, double scale) {
@@ -138,6 +150,19 @@ bool CBxPatternPlane::PrepareRows(const CBxPatternPlane& planes, double scale) {
     return true;
 }
 
+bool CBxPatternPlane::Halve(const CBxPatternPlane& planes) {
+    m_iWidth = planes.m_iWidth / 2;
+    m_iHeight = planes.m_iHeight / 2;
+    m_dScale = planes.m_dScale / 2;
+    const std::size_t count = static_cast<std::size_t>(m_iWidth) * m_iHeight;
+    if (count == 0 || !m_Blue.Allocate(count) || !m_Pattern.Allocate(count)) {
+        return false;
+    }
+    HalvePlane(m_Blue.Data(), planes.Blue(), m_iWidth, m_iHeight, planes.m_iWidth);
+    HalvePlane(m_Pattern.Data(), planes.Pattern(), m_iWidth, m_iHeight, planes.m_iWidth);
+    return true;
+}
+
 bool CBxPatternPlane::Prepare(const SBxPicBuf& picture) {
     const double pixels = static_cast<double>(picture.m_iWidth) * picture.m_iHeight;
     const int factor = std::max(1, static_cast<int>(std::lround(std::sqrt(pixels / kMostPixels))));
@@ -160,13 +185,14 @@ bool CBxPatternPlane::Prepare(const SBxPicBuf& picture) {
     for (std::size_t i = 0; i < count; ++i) {
         product[i] = m_Blue[i] * mean[i];
     }
-    bool done = BX_BoxMean(meanOfProduct.Data(), product.Data(), width, height, kReach, kReach);
+    bool done = BX_BoxMean(meanOfProduct.Data(), product.Data(), width, height, kReach, kReach, kLargest * kLargest);
     for (std::size_t i = 0; i < count; ++i) {
         product[i] = mean[i] * mean[i];
     }
-    done = done && BX_BoxMean(meanOfSquare.Data(), product.Data(), width, height, kReach, kReach) &&
-           BX_BoxMean(meanOfBlue.Data(), m_Blue.Data(), width, height, kReach, kReach) &&
-           BX_BoxMean(meanOfMean.Data(), mean.Data(), width, height, kReach, kReach);
+    done = done &&
+           BX_BoxMean(meanOfSquare.Data(), product.Data(), width, height, kReach, kReach, kLargest * kLargest) &&
+           BX_BoxMean(meanOfBlue.Data(), m_Blue.Data(), width, height, kReach, kReach, kLargest) &&
+           BX_BoxMean(meanOfMean.Data(), mean.Data(), width, height, kReach, kReach, kLargest);
     if (!done) {
         return false;
     }
@@ -174,7 +200,8 @@ bool CBxPatternPlane::Prepare(const SBxPicBuf& picture) {
         const float covariance = meanOfProduct[i] - meanOfBlue[i] * meanOfMean[i];
         const float variance = meanOfSquare[i] - meanOfMean[i] * meanOfMean[i];
         const float slope = covariance / (variance + kLeastVariance);
-        m_Pattern[i] = m_Blue[i] - meanOfBlue[i] - slope * (mean[i] - meanOfMean[i]);
+        m_Pattern[i] = std::clamp(m_Blue[i] - meanOfBlue[i] - slope * (mean[i] - meanOfMean[i]),
+                                  static_cast<float>(-kLargest), static_cast<float>(kLargest));
     }
     return true;
 }

@@ -14,10 +14,16 @@ public:
     // From a 3_8 picture, reduced by a whole factor to 0.3 to 1.4 megapixels. False without memory.
     [[nodiscard]] bool Prepare(const SBxPicBuf& picture);
 
+    // The same at half the size of other planes. False without memory, and for planes too small to be halved.
+    [[nodiscard]] bool Halve(const CBxPatternPlane& planes);
+
     // From other planes, with their columns, or their rows, scaled by any factor; Scale() stays theirs. False without
     // memory.
     [[nodiscard]] bool PrepareColumns(const CBxPatternPlane& planes, double scale);
     [[nodiscard]] bool PrepareRows(const CBxPatternPlane& planes, double scale);
+
+    // What no sample of either plane is further from zero than.
+    static constexpr double kLargest = 255.0;
 
     int Width() const { return m_iWidth; }
     int Height() const { return m_iHeight; }

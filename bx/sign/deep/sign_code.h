@@ -27,6 +27,15 @@ struct SBxCodeRow {
             cells[i] ^= other.cells[i];
         }
     }
+    // The same if `wanted`, without a branch: whether it is, is as good as chance.
+    void AddIf(const SBxCodeRow& other, bool wanted) {
+        const std::uint64_t mask = -static_cast<std::uint64_t>(wanted);
+        data[0] ^= other.data[0] & mask;
+        data[1] ^= other.data[1] & mask;
+        for (int i = 0; i < kCellBlocks; ++i) {
+            cells[i] ^= other.cells[i] & mask;
+        }
+    }
     bool HasData(int bit) const { return ((data[bit / 64] >> (bit % 64)) & 1) != 0; }
     bool HasCell(int cell) const { return ((cells[cell / 64] >> (cell % 64)) & 1) != 0; }
 };

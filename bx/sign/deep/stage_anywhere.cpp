@@ -82,14 +82,13 @@ public:
     explicit CSearchAnywhere(CBxDeepRun& run) : m_Run(run) {}
 
     unsigned char Search() {
-        CBxPatternPlane planes;
-        bool hasMemory = planes.Prepare(m_Run.m_Picture) && m_Best.Prepare(kMostFollowed, 0.0f) &&
-                         m_Swept.Prepare(kMostFollowed, 0.0f);
+        bool hasMemory =
+            m_Run.PreparePlanes() && m_Best.Prepare(kMostFollowed, 0.0f) && m_Swept.Prepare(kMostFollowed, 0.0f);
         ChooseSizes();
         CBxPatternPlane columns;
         for (int i = 0; i < m_iSizes && hasMemory && !m_Run.Ended(); ++i) {
             if (i == 0 || m_Sizes[i].width != m_Sizes[i - 1].width) {
-                hasMemory = ScaleColumns(columns, planes, CBxTurnedMap::ScaleOf(m_Sizes[i].width));
+                hasMemory = ScaleColumns(columns, CBxTurnedMap::ScaleOf(m_Sizes[i].width));
             }
             hasMemory = hasMemory && SearchSizes(columns, m_Sizes[i]);
         }
@@ -103,15 +102,16 @@ public:
 private:
     // To so many pixels a pixel of the picture. Halves the columns that are there while more than twice as many would
     // do: further sizes are larger.
-    bool ScaleColumns(CBxPatternPlane& columns, CBxPatternPlane& planes, double scale) {
-        for (; scale * m_dHalved / planes.Scale() <= 0.5; m_dHalved *= 2.0) {
+    bool ScaleColumns(CBxPatternPlane& columns, double scale) {
+        const double ofPlanes = scale / m_Run.m_Planes.Scale();
+        for (; ofPlanes * m_dHalved <= 0.5; m_dHalved *= 2.0) {
             CBxPatternPlane halved;
-            if (!halved.PrepareColumns(planes, 0.5)) {
+            if (!halved.PrepareColumns(m_dHalved > 1.0 ? m_Halved : m_Run.m_Planes, 0.5)) {
                 return false;
             }
-            planes = std::move(halved);
+            m_Halved = std::move(halved);
         }
-        return columns.PrepareColumns(planes, scale * m_dHalved / planes.Scale());
+        return columns.PrepareColumns(m_dHalved > 1.0 ? m_Halved : m_Run.m_Planes, ofPlanes * m_dHalved);
     }
 
     // Sizes that cost least come first, as long as the grids are not too many.
@@ -282,6 +282,7 @@ private:
 
     CBxDeepRun& m_Run;
     double m_dHalved = 1.0;  // columns of the planes that became one
+    CBxPatternPlane m_Halved;
     int m_iSizes = 0;
     SSizes m_Sizes[kMostSizes];
     CBxBestGrids m_Swept;  // as they came of the sweeps

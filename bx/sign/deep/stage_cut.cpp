@@ -148,22 +148,24 @@ struct SCuts {
 };
 
 unsigned char SearchCuts(CBxDeepRun& run) {
-    CBxPatternPlane planes;
     CBxCellMap map;
     const CBxMapMarks marks(run);
-    SCuts cuts[CBxMapMarks::kMost];
+    SCuts cuts[CBxMapMarks::kCount];
     constexpr double kMiddleOfCuts = 1.0 + kLargestCut / 2;
-    if (!planes.Prepare(run.m_Picture) ||
-        !map.Make(planes, kMiddleOfCuts * planes.Width() / kGridSide, kMiddleOfCuts * planes.Height() / kGridSide)) {
+    if (!run.PreparePlanes()) {
         return kBxOutOfMemory;
     }
-    for (int i = 0; i < marks.Count() && !run.Ended(); ++i) {
-        if (!marks.Apply(map, planes, i) || cuts[i].Collect(run, planes, map) != kBxSuccess) {
+    const CBxPatternPlane& planes = run.m_Planes;
+    if (!map.Make(planes, kMiddleOfCuts * planes.Width() / kGridSide, kMiddleOfCuts * planes.Height() / kGridSide)) {
+        return kBxOutOfMemory;
+    }
+    for (int i = 0; i < CBxMapMarks::kCount && !run.Ended(); ++i) {
+        if (!CBxMapMarks::Apply(map, planes, i) || cuts[i].Collect(run, planes, map) != kBxSuccess) {
             return kBxOutOfMemory;
         }
     }
     // What the comb has found is surer.
-    for (int i = marks.Count() - 1; i >= 0; --i) {
+    for (int i = CBxMapMarks::kCount - 1; i >= 0; --i) {
         cuts[i].Read(run, planes, marks.Gain(i));
     }
     return kBxSuccess;

@@ -91,10 +91,13 @@ private:
     void Collect(const char* text) {
         int cells[kCellCount];
         BX_EncodeSign(cells, text);
+        std::int16_t signs[kCellCount];
+        std::transform(cells, cells + kCellCount, signs,
+                       [](int cell) { return static_cast<std::int16_t>(1 - 2 * cell); });
         SSupporters supporters;
         auto slice = [&](std::size_t begin, std::size_t end) {
             for (std::size_t i = begin; i < end; ++i) {
-                const double agreement = m_Run.m_Softs.Agreement(i, cells);
+                const double agreement = m_Run.m_Softs.Agreement(i, signs);
                 if (agreement > kLeastSupport) {
                     supporters.Offer({static_cast<std::uint32_t>(i), agreement});
                 }

@@ -14,14 +14,17 @@
 
 namespace {
 
-constexpr double kLargestCut = 0.14;  // of a side of the picture, against what is left of it
-constexpr double kSizeStep = 1.0 / 240.0;
+constexpr double kLargestCut = 0.45;  // of a side of the picture, against what is left of it
+constexpr double kSizeStep = 1.0 / 160.0;
+constexpr double kSmallestCell = 8.0;    // pixels of a plane that a map is made of, if there are finer ones
 constexpr double kSizesOfMap = 1.5;      // largest to smallest cell that one map is good for
 constexpr double kLongest = 2.6;         // the longer side of a carrier against the shorter one
 constexpr int kFewestInside = 10;        // columns, and rows, of a grid
 constexpr int kDirections = 4;           // to the right or left, down or up
 constexpr std::size_t kOfDirection = 3;  // grids that one corner may give in one direction
 constexpr std::size_t kMostRead = 24;
+constexpr double kMostGrids = 8e6;  // on all maps with all marks; the last corners are left out
+constexpr int kFewestAnchors = 16;
 constexpr float kWorthless = -1e30f;
 
 struct SRange {
@@ -31,9 +34,17 @@ struct SRange {
     bool IsEmpty() const { return !(from < to); }
 };
 
-// Sides of carriers, in pixels of the planes, from `from` on in steps of a fifteenth of a cell.
+// Sides of carriers, in pixels of the planes, from `from` on in steps of a tenth of a cell.
 double NextSize(double size) {
     return size + std::max(1.0, size * kSizeStep);
+}
+
+double CountSizes(const SRange& sizes, double scale) {
+    int count = 0;
+    for (double size = sizes.from * scale; size < sizes.to * scale; size = NextSize(size)) {
+        ++count;
+    }
+    return count;
 }
 
 // What one corner gives in one direction.
@@ -47,6 +58,12 @@ struct SCornerGrids {
         }
         best[count++] = grid;
     }
+};
+
+// The best grids of one map.
+struct SMapFindings {
+    SBxMapGrid best[kMostRead];
+    std::size_t count;
 };
 
 // All widths of carriers that have one side at `x`.
@@ -99,108 +116,222 @@ private:
     CBxHeapArray<SBxCellPlaces> m_Columns;
 };
 
+// The planes of the picture, halved again and again: the larger the cells, the fewer pixels tell of them.
+class CPlaneLevels {
+public:
+    explicit CPlaneLevels(const CBxPatternPlane& planes) : m_Whole(planes) {}
+
+    // 0 or 6.
+    unsigned char Prepare() {
+        constexpr int kSmallestPlaneSide = 64;
+        while (m_iHalved < kMostHalved && Of(m_iHalved).Width() >= 2 * kSmallestPlaneSide &&
+               Of(m_iHalved).Height() >= 2 * kSmallestPlaneSide) {
+            if (!m_Halved[m_iHalved].Halve(Of(m_iHalved))) {
+                return kBxOutOfMemory;
+            }
+            ++m_iHalved;
+        }
+        return kBxSuccess;
+    }
+
+    const CBxPatternPlane& Of(int level) const { return level == 0 ? m_Whole : m_Halved[level - 1]; }
+    // The smallest planes that tell enough of a carrier whose shorter side, in pixels of the picture, is given.
+    int LevelOf(double side) const {
+        int level = 0;
+        while (level < m_iHalved && side * Of(level + 1).Scale() > kSmallestCell * kGridSide) {
+            ++level;
+        }
+        return level;
+    }
+
+private:
+    static constexpr int kMostHalved = 4;
+
+    const CBxPatternPlane& m_Whole;
+    int m_iHalved = 0;
+    CBxPatternPlane m_Halved[kMostHalved];
+};
+
+// What one map has to be made for: carriers of these sizes, in pixels of the picture.
+struct SMapSizes {
+    SRange widths;
+    SRange heights;
+
+    double ShorterSide() const { return std::min(widths.from, heights.from); }
+};
+
 class CCornerSearch {
 public:
-    CCornerSearch(CBxDeepRun& run, const CBxPatternPlane& planes) : m_Run(run), m_Planes(planes), m_Marks(run) {}
+    CCornerSearch(CBxDeepRun& run, const CBxPatternPlane& planes)
+        : m_Run(run),
+          m_Levels(planes),
+          m_dWidth(planes.Width() / planes.Scale()),
+          m_dHeight(planes.Height() / planes.Scale()),
+          m_Marks(run) {}
 
     unsigned char Search() {
         m_Anchors.Collect(m_Run.m_Archive);
-        for (CBxHeapArray<SCornerGrids>& found : m_Found) {
-            if (!found.AllocateZeroed(static_cast<std::size_t>(m_Anchors.Count()) * kDirections)) {
+        m_iAnchors = m_Anchors.Count();
+        if (m_Levels.Prepare() != kBxSuccess) {
+            return kBxOutOfMemory;
+        }
+        CollectSizes();
+        LimitAnchors();
+        for (CBxHeapArray<SMapFindings>& found : m_Found) {
+            if (!found.AllocateZeroed(m_uiSizes)) {
                 return kBxOutOfMemory;
             }
         }
-        double smallest = 1e9;
-        for (int i = 0; i < m_Anchors.Count(); ++i) {
-            smallest = std::min(smallest, m_Anchors[i].smallestSide * m_Planes.Scale());
-        }
-        const double largestWidth = m_Planes.Width() * (1.0 + kLargestCut);
-        const double largestHeight = m_Planes.Height() * (1.0 + kLargestCut);
-        for (double height = smallest; height < largestHeight; height *= kSizesOfMap) {
-            for (double width = smallest; width < largestWidth; width *= kSizesOfMap) {
-                if (m_Run.Ended()) {
-                    return kBxSuccess;
-                }
-                if (!SearchSizes({width, width * kSizesOfMap}, {height, height * kSizesOfMap})) {
-                    return kBxOutOfMemory;
-                }
-            }
-        }
+        unsigned char result = SearchMaps();
         // What the comb has found is surer.
-        unsigned char result = kBxSuccess;
-        for (int mark = m_Marks.Count() - 1; mark >= 0 && result == kBxSuccess; --mark) {
+        for (int mark = CBxMapMarks::kCount - 1; mark >= 0 && result == kBxSuccess && !m_Run.Ended(); --mark) {
             result = Read(mark);
         }
         return result;
     }
 
 private:
+    static constexpr std::size_t kMostSizes = 128;
+    // Each thread holds a map.
+    static constexpr std::size_t kMostMaps = 4;
+
+    // Each corner in each direction.
+    std::size_t Tasks() const { return static_cast<std::size_t>(m_iAnchors) * kDirections; }
+
     // The sizes of a carrier in one direction from a place on an axis of `size` pixels, as far as the map is good.
-    SRange Sizes(const SRange& ofMap, double place, bool backwards, int size, double smallest) const {
+    static SRange Sizes(const SRange& ofMap, double place, bool backwards, double size, const SBxCornerAnchor& anchor) {
         const double room = (backwards ? place : size - place) + kLargestCut * size;
-        return {std::max(ofMap.from, smallest * m_Planes.Scale()), std::min(ofMap.to, room)};
+        return {std::max(ofMap.from, anchor.smallestSide), std::min({ofMap.to, anchor.largestSide, room})};
+    }
+    SMapSizes SizesOfTask(const SMapSizes& sizes, std::size_t task) const {
+        const SBxCornerAnchor& anchor = m_Anchors[static_cast<int>(task / kDirections)];
+        return {Sizes(sizes.widths, anchor.place.x, task % 2 != 0, m_dWidth, anchor),
+                Sizes(sizes.heights, anchor.place.y, task / 2 % 2 != 0, m_dHeight, anchor)};
     }
 
     // Whether any corner has room for carriers of these sizes.
-    bool IsWanted(const SRange& widths, const SRange& heights) const {
-        for (int task = 0; task < m_Anchors.Count() * kDirections; ++task) {
-            const SBxCornerAnchor& anchor = m_Anchors[task / kDirections];
-            const double scale = m_Planes.Scale();
-            if (!Sizes(widths, anchor.place.x * scale, task % 2 != 0, m_Planes.Width(), anchor.smallestSide)
-                     .IsEmpty() &&
-                !Sizes(heights, anchor.place.y * scale, task / 2 % 2 != 0, m_Planes.Height(), anchor.smallestSide)
-                     .IsEmpty()) {
+    bool IsWanted(const SMapSizes& sizes) const {
+        if (sizes.widths.from > kLongest * sizes.heights.to || sizes.heights.from > kLongest * sizes.widths.to) {
+            return false;
+        }
+        for (std::size_t task = 0; task < Tasks(); ++task) {
+            const SMapSizes ofTask = SizesOfTask(sizes, task);
+            if (!ofTask.widths.IsEmpty() && !ofTask.heights.IsEmpty()) {
                 return true;
             }
         }
         return false;
     }
 
-    bool SearchSizes(const SRange& widths, const SRange& heights) {
-        if (widths.from > kLongest * heights.to || heights.from > kLongest * widths.to || !IsWanted(widths, heights)) {
-            return true;
+    // Small carriers, whose maps cost most, come first.
+    void CollectSizes() {
+        double smallest = 1e9;
+        for (int i = 0; i < m_iAnchors; ++i) {
+            smallest = std::min(smallest, m_Anchors[i].smallestSide);
         }
-        CBxCellMap map;
-        const double middle = std::sqrt(kSizesOfMap);
-        bool hasMemory = map.Make(m_Planes, widths.from * middle / kGridSide, heights.from * middle / kGridSide);
-        for (int mark = 0; mark < m_Marks.Count() && hasMemory && !m_Run.Ended(); ++mark) {
-            hasMemory = m_Marks.Apply(map, m_Planes, mark) && SearchMap(map, m_Found[mark], widths, heights);
+        for (double height = smallest; height < m_dHeight * (1.0 + kLargestCut); height *= kSizesOfMap) {
+            for (double width = smallest; width < m_dWidth * (1.0 + kLargestCut); width *= kSizesOfMap) {
+                const SMapSizes sizes{{width, width * kSizesOfMap}, {height, height * kSizesOfMap}};
+                if (m_uiSizes < kMostSizes && IsWanted(sizes)) {
+                    m_Sizes[m_uiSizes++] = sizes;
+                }
+            }
         }
-        return hasMemory;
+        std::stable_sort(m_Sizes, m_Sizes + m_uiSizes,
+                         [](const SMapSizes& a, const SMapSizes& b) { return a.ShorterSide() < b.ShorterSide(); });
     }
 
-    bool SearchMap(const CBxCellMap& map, CBxHeapArray<SCornerGrids>& found, const SRange& widths,
-                   const SRange& heights) {
+    double GridsOfAnchor(int anchor) const {
+        double grids = 0.0;
+        for (std::size_t i = 0; i < m_uiSizes; ++i) {
+            const double scale = m_Levels.Of(m_Levels.LevelOf(m_Sizes[i].ShorterSide())).Scale();
+            for (int direction = 0; direction < kDirections; ++direction) {
+                const SMapSizes sizes =
+                    SizesOfTask(m_Sizes[i], static_cast<std::size_t>(anchor * kDirections + direction));
+                grids += CountSizes(sizes.widths, scale) * CountSizes(sizes.heights, scale);
+            }
+        }
+        return grids * CBxMapMarks::kCount;
+    }
+
+    // As many of the corners, the strongest first, as there is time for.
+    void LimitAnchors() {
+        double grids = 0.0;
+        for (int i = 0; i < m_iAnchors; ++i) {
+            grids += GridsOfAnchor(i);
+            if (grids > kMostGrids && i >= kFewestAnchors) {
+                m_iAnchors = i;
+            }
+        }
+    }
+
+    // Maps are shared out among the threads; what each finds is kept by itself, so that their order does not matter.
+    unsigned char SearchMaps() {
+        CBxCellMap maps[kMostMaps];
+        const std::size_t workers = std::min<std::size_t>(m_Run.m_uiThreads, kMostMaps);
+        std::atomic<std::size_t> next{0};
         std::atomic<bool> hasMemory{true};
-        auto slice = [&](std::size_t begin, std::size_t end) {
-            for (std::size_t i = begin; i < end && !m_Run.Ended(); ++i) {
-                if (!SearchDirection(map, i, found[i], widths, heights)) {
+        auto work = [&](std::size_t worker, std::size_t /*end*/) {
+            for (std::size_t i = next++; i < m_uiSizes && hasMemory.load() && !m_Run.Ended(); i = next++) {
+                if (!SearchSizes(maps[worker], i)) {
                     hasMemory.store(false);
                 }
             }
             return hasMemory.load() && !m_Run.Ended();
         };
-        BX_RunSlices(found.Size(), 1, m_Run.m_uiThreads, slice);
-        return hasMemory.load();
+        BX_RunSlices(workers, 1, static_cast<unsigned int>(workers), work);
+        return hasMemory.load() ? kBxSuccess : kBxOutOfMemory;
     }
 
-    bool SearchDirection(const CBxCellMap& map, std::size_t task, SCornerGrids& found, const SRange& widths,
-                         const SRange& heights) {
-        const SBxCornerAnchor& anchor = m_Anchors[static_cast<int>(task / kDirections)];
-        const bool upwards = task / 2 % 2 != 0;
-        const double scale = m_Planes.Scale();
-        const double x = anchor.place.x * scale;
-        const double y = anchor.place.y * scale;
-        const SRange wide = Sizes(widths, x, task % 2 != 0, map.Width(), anchor.smallestSide);
-        const SRange high = Sizes(heights, y, upwards, map.Height(), anchor.smallestSide);
-        if (wide.IsEmpty() || high.IsEmpty()) {
-            return true;
+    bool SearchSizes(CBxCellMap& map, std::size_t index) {
+        const SMapSizes& sizes = m_Sizes[index];
+        const CBxPatternPlane& planes = m_Levels.Of(m_Levels.LevelOf(sizes.ShorterSide()));
+        const double middle = std::sqrt(kSizesOfMap) * planes.Scale() / kGridSide;
+        bool hasMemory = map.Make(planes, sizes.widths.from * middle, sizes.heights.from * middle);
+        for (int mark = 0; mark < CBxMapMarks::kCount && hasMemory && !m_Run.Ended(); ++mark) {
+            hasMemory = CBxMapMarks::Apply(map, planes, mark);
+            hasMemory = hasMemory && SearchMap(m_Found[mark][index], map, planes.Scale(), sizes);
         }
-        CWidths choices(map, x, task % 2 != 0);
-        if (!choices.Prepare(wide)) {
+        return hasMemory;
+    }
+
+    // `scale` are the map's pixels a pixel of the picture.
+    bool SearchMap(SMapFindings& found, const CBxCellMap& map, double scale, const SMapSizes& sizes) {
+        CBxHeapArray<SBxMapGrid> grids;
+        if (!grids.Allocate(Tasks() * kOfDirection)) {
             return false;
         }
-        for (double height = high.from; height < high.to; height = NextSize(height)) {
+        std::size_t count = 0;
+        for (std::size_t task = 0; task < Tasks() && !m_Run.Ended(); ++task) {
+            SCornerGrids ofTask{};
+            if (!SearchDirection(ofTask, map, scale, task, sizes)) {
+                return false;
+            }
+            ofTask.count = BX_KeepDistinct(ofTask.best, ofTask.count, kOfDirection);
+            std::copy(ofTask.best, ofTask.best + ofTask.count, grids.Data() + count);
+            count += ofTask.count;
+        }
+        found.count = BX_KeepDistinct(grids.Data(), count, kMostRead);
+        std::copy(grids.Data(), grids.Data() + found.count, found.best);
+        std::for_each(found.best, found.best + found.count, [&](SBxMapGrid& grid) { BX_FollowMap(grid, map, scale); });
+        return true;
+    }
+
+    bool SearchDirection(SCornerGrids& found, const CBxCellMap& map, double scale, std::size_t task,
+                         const SMapSizes& sizes) {
+        const SBxCornerAnchor& anchor = m_Anchors[static_cast<int>(task / kDirections)];
+        const SMapSizes ofTask = SizesOfTask(sizes, task);
+        if (ofTask.widths.IsEmpty() || ofTask.heights.IsEmpty()) {
+            return true;
+        }
+        const bool upwards = task / 2 % 2 != 0;
+        const double y = anchor.place.y * scale;
+        CWidths choices(map, anchor.place.x * scale, task % 2 != 0);
+        if (!choices.Prepare({ofTask.widths.from * scale, ofTask.widths.to * scale})) {
+            return false;
+        }
+        for (double height = ofTask.heights.from * scale; height < ofTask.heights.to * scale;
+             height = NextSize(height)) {
             const double top = upwards ? y - height : y;
             const SBxCellPlaces rows(top, top + height, map.Height());
             SRange columns{0.0, 0.0};
@@ -214,22 +345,23 @@ private:
     }
 
     unsigned char Read(int mark) {
-        CBxHeapArray<SCornerGrids>& ofKind = m_Found[mark];
         CBxHeapArray<SBxMapGrid> grids;
-        if (!grids.Allocate(ofKind.Size() * kOfDirection)) {
+        if (!grids.Allocate(m_uiSizes * kMostRead)) {
             return kBxOutOfMemory;
         }
         std::size_t count = 0;
-        for (std::size_t i = 0; i < ofKind.Size(); ++i) {
-            SCornerGrids& found = ofKind[i];
-            found.count = BX_KeepDistinct(found.best, found.count, kOfDirection);
+        for (std::size_t i = 0; i < m_uiSizes; ++i) {
+            const SMapFindings& found = m_Found[mark][i];
             std::copy(found.best, found.best + found.count, grids.Data() + count);
             count += found.count;
         }
         count = BX_KeepDistinct(grids.Data(), count, kMostRead);
         auto read = [&](std::size_t begin, std::size_t end) {
             for (std::size_t i = begin; i < end && !m_Run.Ended(); ++i) {
-                BX_ReadMapGrid(m_Run, grids[i], 1.0 / m_Planes.Scale(), m_Marks.Gain(mark), EBxDeepStage::OneCorner);
+                const CBxRect<double>& frame = grids[i].frame;
+                const int level = m_Levels.LevelOf(std::min(frame.Width(), frame.Height()));
+                BX_ReadMapGrid(m_Run, grids[i], 1.0 / m_Levels.Of(level).Scale(), m_Marks.Gain(mark),
+                               EBxDeepStage::OneCorner);
             }
             return !m_Run.Ended();
         };
@@ -238,16 +370,19 @@ private:
     }
 
     CBxDeepRun& m_Run;
-    const CBxPatternPlane& m_Planes;
+    CPlaneLevels m_Levels;
+    const double m_dWidth;  // of the picture as far as the planes show it
+    const double m_dHeight;
     CBxCornerAnchors m_Anchors;
+    int m_iAnchors = 0;  // that are looked at
     const CBxMapMarks m_Marks;
-    CBxHeapArray<SCornerGrids> m_Found[CBxMapMarks::kMost];  // by mark; of each anchor and direction
+    std::size_t m_uiSizes = 0;
+    SMapSizes m_Sizes[kMostSizes];
+    CBxHeapArray<SMapFindings> m_Found[CBxMapMarks::kCount];  // by mark, of each map
 };
 
 }  // namespace
 
 unsigned char BX_SearchOneCorner(CBxDeepRun& run) {
-    CBxPatternPlane planes;
-    return planes.Prepare(run.m_Picture) ? CCornerSearch(run, planes).Search()
-                                         : static_cast<unsigned char>(kBxOutOfMemory);
+    return run.PreparePlanes() ? CCornerSearch(run, run.m_Planes).Search() : static_cast<unsigned char>(kBxOutOfMemory);
 }

@@ -17,8 +17,8 @@ namespace {
 constexpr std::size_t kSlice = 64;
 constexpr double kFarthestZoom = 1.12;
 constexpr std::size_t kMostDecoded = 500;
-// In larger pictures carriers are larger too, and the grids are enough.
-constexpr double kMostPixelsTurnedBack = 5e6;
+// In larger pictures the grids are enough.
+constexpr double kMostPixelsTurnedBack = 2e6;
 constexpr int kReversals = 4;  // of neither, one or both axes
 
 struct SReversedGrid {
@@ -93,7 +93,7 @@ private:
 };
 
 unsigned char SearchTurnedBack(CBxDeepRun& run, int index) {
-    CReorientedCopy copy(run.m_Picture, BX_GridOrientation(index));
+    CReorientedCopy copy(run.Picture(), BX_GridOrientation(index));
     if (!copy.Make()) {
         return kBxOutOfMemory;
     }
@@ -120,7 +120,7 @@ unsigned char SearchTurnedBack(CBxDeepRun& run, int index) {
 }  // namespace
 
 unsigned char BX_SearchOrientations(CBxDeepRun& run) {
-    const double pixels = static_cast<double>(run.m_Picture.m_iWidth) * run.m_Picture.m_iHeight;
+    const double pixels = static_cast<double>(run.Picture().m_iWidth) * run.Picture().m_iHeight;
     std::atomic<bool> hasMemory{true};
     auto turnBack = [&](std::size_t begin, std::size_t /*end*/) {
         if (SearchTurnedBack(run, static_cast<int>(begin) + 1) == kBxOutOfMemory) {

@@ -11,7 +11,9 @@
 namespace {
 
 constexpr std::size_t kSlice = 16;
-constexpr int kWeakestAnchor = 20;         // rank of the stronger corner
+constexpr int kWeakestAnchor = 20;  // rank of the stronger corner
+constexpr int kFewestAnchors = 8;
+constexpr std::size_t kMostGrids = 1200;
 constexpr double kFarthestZoom = 1.12;     // of the corners
 constexpr std::size_t kMostDecoded = 300;  // grids
 
@@ -21,9 +23,23 @@ struct SCombGrid {
     SBxTone tone;
 };
 
-bool IsWanted(const SBxCornerPair& pair) {
+bool IsWanted(const SBxCornerPair& pair, int weakestAnchor) {
     const double zoom = pair.zoom;
-    return zoom < kFarthestZoom && zoom > 1.0 / kFarthestZoom && pair.ranks < kWeakestAnchor;
+    return zoom < kFarthestZoom && zoom > 1.0 / kFarthestZoom && pair.ranks < weakestAnchor;
+}
+
+// How far down the list of strength the stronger corner of a pair may stand, so that the grids do not become too many.
+int WeakestAnchor(const CBxGridPool& pool) {
+    std::size_t grids = 0;
+    for (int rank = 0; rank < kWeakestAnchor; ++rank) {
+        for (std::size_t i = 0; i < pool.Count(); ++i) {
+            grids += pool[i].ranks == rank && IsWanted(pool[i], kWeakestAnchor) ? 1 : 0;
+        }
+        if (grids > kMostGrids && rank >= kFewestAnchors) {
+            return rank;
+        }
+    }
+    return kWeakestAnchor;
 }
 
 SBxGridTrial TrialOf(const CBxDeepRun& run, std::size_t pair) {
@@ -35,7 +51,9 @@ void SearchCombs(CBxDeepRun& run, SCombGrid* grids, std::size_t count) {
     auto find = [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
             float means[kCellCount];
-            run.ReadWholeCells(means, TrialOf(run, grids[i].pair));
+            const SBxGridTrial trial = TrialOf(run, grids[i].pair);
+            run.ReadRoughMeans(means, trial);
+            run.m_Clipped.LeaveOut(means, trial.pose);
             grids[i].score = run.FindComb(grids[i].tone, means);
         }
         return !run.Ended();
@@ -64,9 +82,10 @@ void SearchCombs(CBxDeepRun& run, SCombGrid* grids, std::size_t count) {
 }
 
 std::size_t CollectGrids(const CBxDeepRun& run, SCombGrid* grids) {
+    const int weakest = WeakestAnchor(run.m_Pool);
     std::size_t count = 0;
     for (std::size_t i = 0; i < run.m_Pool.Count(); ++i) {
-        if (IsWanted(run.m_Pool[i])) {
+        if (IsWanted(run.m_Pool[i], weakest)) {
             grids[count++].pair = static_cast<std::uint32_t>(i);
         }
     }
@@ -77,6 +96,9 @@ std::size_t CollectGrids(const CBxDeepRun& run, SCombGrid* grids) {
 }  // namespace
 
 unsigned char BX_SearchTones(CBxDeepRun& run) {
+    if (run.m_bKnowsTone) {
+        return kBxSuccess;  // all pairs were read under both of its combs
+    }
     CBxHeapArray<SCombGrid> grids;
     if (!grids.Allocate(run.m_Pool.Count() + 1)) {
         return kBxOutOfMemory;

@@ -17,7 +17,7 @@ constexpr double kLargestAngleElsewhere = 2.0;
 constexpr double kFarthestZoom = 1.12;
 constexpr int kFewestAnchors = 5;
 constexpr int kWeakestAnchor = 24;  // rank
-constexpr std::size_t kMostGrids = 40000;
+constexpr std::size_t kMostGrids = 30000;
 constexpr std::size_t kMostScoredWhole = 1500;
 constexpr std::size_t kMostDecoded = 300;
 
@@ -56,7 +56,7 @@ std::size_t ScoreTurns(CBxDeepRun& run, STurnedGrid* grids, std::size_t count) {
     auto score = [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
             float means[kCellCount];
-            const int seen = run.ReadMeans(means, TrialOf(run, grids[i]));
+            const int seen = run.ReadRoughMeans(means, TrialOf(run, grids[i]));
             grids[i].score = seen * 2 > kCellCount ? BX_CombScore(means, kCellCount) : -1.0f;
         }
         return !run.Ended();

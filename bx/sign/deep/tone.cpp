@@ -17,53 +17,102 @@ bool IsNumber(float value) {
     return value == value;
 }
 
-// The mean of the phasors of the means, one turn for each distance of the comb's lines.
-std::complex<double> SumOnComb(const float* means, int count) {
-    std::complex<double> sum = 0.0;
-    int numbers = 0;
-    for (int i = 0; i < count; ++i) {
-        if (IsNumber(means[i])) {
-            const double angle = 2.0 * kPi / kLineDistance * static_cast<double>(means[i]);
-            sum += std::complex<double>(std::cos(angle), std::sin(angle));
-            ++numbers;
-        }
-    }
-    return numbers > 0 ? sum / static_cast<double>(numbers) : 0.0;
+struct SPhasor {
+    float cosine;
+    float sine;
+};
+
+// Of an angle in turns, up to a million of them, to a millionth; without a call, so that the loops over it run on
+// several values at a time.
+inline SPhasor PhasorOf(float turns) {
+    constexpr float kToWhole = 12582912.0f;  // what is added to it loses its fraction
+    constexpr auto kHalfTurn = static_cast<float>(kPi);
+    const float half = (turns - ((turns + kToWhole) - kToWhole)) * kHalfTurn;  // half the angle, within a quarter turn
+    const float square = half * half;
+    const float sine =
+        half *
+        (1.0f - square * (1.0f / 6.0f -
+                          square * (1.0f / 120.0f -
+                                    square * (1.0f / 5040.0f - square * (1.0f / 362880.0f - square / 39916800.0f)))));
+    const float cosine =
+        1.0f - square * (0.5f - square * (1.0f / 24.0f -
+                                          square * (1.0f / 720.0f -
+                                                    square * (1.0f / 40320.0f -
+                                                              square * (1.0f / 3628800.0f - square / 479001600.0f)))));
+    return {1.0f - 2.0f * sine * sine, 2.0f * sine * cosine};
 }
 
-// The phasors of the means at a frequency that climbs, four side by side.
+// The sum of the phasors of numbers, so many turns a tone.
+std::complex<double> SumAtFrequency(const float* numbers, int count, double frequency) {
+    float cosines[kCellCount];
+    float sines[kCellCount];
+    for (int i = 0; i < count; ++i) {
+        const SPhasor phasor = PhasorOf(numbers[i] * static_cast<float>(frequency));
+        cosines[i] = phasor.cosine;
+        sines[i] = phasor.sine;
+    }
+    std::complex<double> sum = 0.0;
+    for (int i = 0; i < count; ++i) {
+        sum += std::complex<double>(cosines[i], sines[i]);
+    }
+    return sum;
+}
+
+// Leaves out what is no number; returns how many are left.
+int KeepNumbers(float* numbers, const float* means, int count) {
+    int kept = 0;
+    for (int i = 0; i < count; ++i) {
+        numbers[kept] = means[i];
+        kept += IsNumber(means[i]) ? 1 : 0;
+    }
+    return kept;
+}
+
+// The mean of the phasors of the means, one turn for each distance of the comb's lines.
+std::complex<double> MeanOnComb(const float* means, int count) {
+    float numbers[kCellCount];
+    const int known = KeepNumbers(numbers, means, count);
+    return known > 0 ? SumAtFrequency(numbers, known, 1.0 / kLineDistance) / static_cast<double>(known) : 0.0;
+}
+
+// The phasors of numbers at a frequency that climbs, four side by side.
 class CPhasors {
 public:
-    void Add(double mean, double frequency, double step) {
-        Set(m_Real, std::cos(2.0 * kPi * frequency * mean));
-        Set(m_Imaginary, std::sin(2.0 * kPi * frequency * mean));
-        Set(m_TurnReal, std::cos(2.0 * kPi * step * mean));
-        Set(m_TurnImaginary, std::sin(2.0 * kPi * step * mean));
-        ++m_iCount;
+    CPhasors(const float* numbers, int count, double frequency, double step) : m_iFours((count + 3) / 4) {
+        Set(m_Real, m_Imaginary, numbers, count, static_cast<float>(frequency));
+        Set(m_TurnReal, m_TurnImaginary, numbers, count, static_cast<float>(step));
     }
-    int Count() const { return m_iCount; }
 
-    // Adds all of them up and turns each to the next frequency.
-    void SumAndTurn(float& real, float& imaginary) {
+    // Adds all of them up, turns each to the next frequency, and returns the square of the sum's size.
+    float SumAndTurn() {
         CFour sumReal = {};
         CFour sumImaginary = {};
-        for (int i = 0; i < (m_iCount + 3) / 4; ++i) {
+        for (int i = 0; i < m_iFours; ++i) {
             sumReal += m_Real[i];
             sumImaginary += m_Imaginary[i];
             const CFour turned = m_Real[i] * m_TurnReal[i] - m_Imaginary[i] * m_TurnImaginary[i];
             m_Imaginary[i] = m_Real[i] * m_TurnImaginary[i] + m_Imaginary[i] * m_TurnReal[i];
             m_Real[i] = turned;
         }
-        real = sumReal[0] + sumReal[1] + sumReal[2] + sumReal[3];
-        imaginary = sumImaginary[0] + sumImaginary[1] + sumImaginary[2] + sumImaginary[3];
+        const float real = sumReal[0] + sumReal[1] + sumReal[2] + sumReal[3];
+        const float imaginary = sumImaginary[0] + sumImaginary[1] + sumImaginary[2] + sumImaginary[3];
+        return real * real + imaginary * imaginary;
     }
 
 private:
     typedef float CFour __attribute__((vector_size(4 * sizeof(float))));
 
-    void Set(CFour* values, double value) { values[m_iCount / 4][m_iCount % 4] = static_cast<float>(value); }
+    static void Set(CFour* real, CFour* imaginary, const float* numbers, int count, float frequency) {
+        auto* cosines = reinterpret_cast<float*>(real);
+        auto* sines = reinterpret_cast<float*>(imaginary);
+        for (int i = 0; i < count; ++i) {
+            const SPhasor phasor = PhasorOf(numbers[i] * frequency);
+            cosines[i] = phasor.cosine;
+            sines[i] = phasor.sine;
+        }
+    }
 
-    int m_iCount = 0;
+    const int m_iFours;
     CFour m_Real[kCellCount / 4] = {};
     CFour m_Imaginary[kCellCount / 4] = {};
     CFour m_TurnReal[kCellCount / 4] = {};
@@ -84,30 +133,34 @@ SBxTone ToneOfPhase(double frequency, double phase) {
 }  // namespace
 
 void BX_SoftValues(float* soft, const float* means, const SBxTone& tone) {
-    const double perTone = kPi / (kLineDistance * tone.gain);
+    float straight[kCellCount];
+    const float* tones = means;
+    if (tone.exponent != 1.0) {
+        for (int cell = 0; cell < kCellCount; ++cell) {
+            straight[cell] =
+                static_cast<float>(255.0 * std::pow(static_cast<double>(means[cell]) / 255.0, 1.0 / tone.exponent));
+        }
+        tones = straight;
+    }
+    // Half a turn from line to line.
+    const auto turnsPerTone = static_cast<float>(0.5 / (kLineDistance * tone.gain));
+    const auto offset = static_cast<float>(tone.offset);
     for (int cell = 0; cell < kCellCount; ++cell) {
-        double mean = means[cell];
-        if (!IsNumber(means[cell])) {
-            soft[cell] = 0.0f;
-            continue;
-        }
-        if (tone.exponent != 1.0) {
-            mean = 255.0 * std::pow(mean / 255.0, 1.0 / tone.exponent);
-        }
-        soft[cell] = static_cast<float>(std::sin((mean - tone.offset) * perTone));
+        const float sine = PhasorOf((tones[cell] - offset) * turnsPerTone).sine;
+        soft[cell] = IsNumber(means[cell]) ? sine : 0.0f;
     }
 }
 
 float BX_CombScore(const float* means, int count) {
-    return static_cast<float>(std::abs(SumOnComb(means, count)));
+    return static_cast<float>(std::abs(MeanOnComb(means, count)));
 }
 
 SBxTone BX_ToneOfMeans(const float* means) {
     SBxTone tone;
-    const std::complex<double> sum = SumOnComb(means, kCellCount);
+    const std::complex<double> mean = MeanOnComb(means, kCellCount);
     // Lines lie where the phase is that of a half; an offset turns it.
-    const double offset = std::arg(-sum) / (2.0 * kPi) * kLineDistance;
-    if (std::abs(sum) > kClearComb) {
+    const double offset = std::arg(-mean) / (2.0 * kPi) * kLineDistance;
+    if (std::abs(mean) > kClearComb) {
         tone.offset = offset;
     }
     return tone;
@@ -120,34 +173,39 @@ float BX_FindComb(SBxTone& tone, const float* means) {
 float BX_FindCombBetween(SBxTone& tone, const float* means, double lowestGain, double highestGain) {
     const double lowest = 1.0 / (kLineDistance * highestGain);
     const double highest = 1.0 / (kLineDistance * lowestGain);
-    CPhasors phasors;
+    float numbers[kCellCount];
+    const int known = KeepNumbers(numbers, means, kCellCount);
     double sum = 0.0;
     double squares = 0.0;
-    for (int cell = 0; cell < kCellCount; ++cell) {
-        if (IsNumber(means[cell])) {
-            const double mean = means[cell];
-            sum += mean;
-            squares += mean * mean;
-            phasors.Add(mean, lowest, kFrequencyStep);
-        }
+    for (int i = 0; i < known; ++i) {
+        const double mean = numbers[i];
+        sum += mean;
+        squares += mean * mean;
     }
     tone = {};
-    const double count = phasors.Count();
+    const double count = known;
     if (count == 0.0 || squares / count - (sum / count) * (sum / count) < kLeastSpread * kLeastSpread) {
         return 0.0f;
     }
-    const int steps = static_cast<int>((highest - lowest) / kFrequencyStep) + 1;
-    float best = 0.0f;
-    for (int step = 0; step < steps; ++step) {
-        float real = 0.0f;
-        float imaginary = 0.0f;
-        phasors.SumAndTurn(real, imaginary);
-        const float size = real * real + imaginary * imaginary;
-        if (size > best) {
-            best = size;
-            tone = ToneOfPhase(lowest + step * kFrequencyStep,
-                               std::atan2(static_cast<double>(imaginary), static_cast<double>(real)));
+    // Every second frequency, then its neighbours.
+    CPhasors phasors(numbers, known, lowest, 2.0 * kFrequencyStep);
+    double coarse = lowest;
+    float largest = 0.0f;
+    for (double frequency = lowest; frequency <= highest; frequency += 2.0 * kFrequencyStep) {
+        const float size = phasors.SumAndTurn();
+        if (size > largest) {
+            largest = size;
+            coarse = frequency;
         }
     }
-    return std::sqrt(best) / static_cast<float>(count);
+    double best = 0.0;
+    for (const double shift : {0.0, -kFrequencyStep, kFrequencyStep}) {
+        const double frequency = std::clamp(coarse + shift, lowest, highest);
+        const std::complex<double> at = SumAtFrequency(numbers, known, frequency);
+        if (std::abs(at) > best) {
+            best = std::abs(at);
+            tone = ToneOfPhase(frequency, std::arg(at));
+        }
+    }
+    return static_cast<float>(best / count);
 }
