@@ -27,6 +27,8 @@ constexpr double kMostUpright = 3e8;  // grids
 constexpr double kMostUprightOfSmall = 7e8;
 constexpr double kSmallPicture = 5e5;  // pixels; most are copies of larger ones
 constexpr double kMostTurned = 6e8;
+constexpr double kLargePicture = 3e6;  // pixels; carriers have far more places than can be looked at
+constexpr double kShareOfLarge = 0.3;
 constexpr int kMostSizes = 256;
 constexpr std::size_t kOfAngle = 32;  // grids that one sweep may give
 constexpr std::size_t kOfSizes = 48;
@@ -34,8 +36,9 @@ constexpr std::size_t kMostFollowed = 100;
 constexpr std::size_t kMostClimbed = 80;
 constexpr std::size_t kMostRead = 16;
 constexpr std::size_t kSurelyRead = 4;
-constexpr double kPromisingComb = 4.8;  // standard deviations
-constexpr int kMostPlaces = 12;         // of one lattice
+constexpr double kPromisingComb = 4.8;    // standard deviations
+constexpr std::size_t kMostLattices = 4;  // whose places are read
+constexpr int kMostPlaces = 12;           // of one lattice
 constexpr int kMostClimbedPlaces = 4;
 constexpr double kShareOfSharp = 0.5;  // of the blur
 constexpr double kErrorOfMap = 0.1;    // cells
@@ -131,7 +134,9 @@ private:
             }
         }
         std::sort(m_Sizes, m_Sizes + m_iSizes, [](const SSizes& a, const SSizes& b) { return a.grids < b.grids; });
-        const double mostUpright = width * height < kSmallPicture ? kMostUprightOfSmall : kMostUpright;
+        const double pixels = width * height;
+        const double share = pixels > kLargePicture ? kShareOfLarge : 1.0;
+        const double mostUpright = pixels < kSmallPicture ? kMostUprightOfSmall : share * kMostUpright;
         double upright = 0.0;
         double turned = 0.0;
         int count = 0;
@@ -140,7 +145,7 @@ private:
             upright += sizes.grids;
             if (std::min(sizes.width, sizes.height) > kAlmost * kSmallestTurned) {
                 turned += 2 * kAngles * sizes.grids;
-                sizes.angles = turned < kMostTurned ? kAngles : 0;
+                sizes.angles = turned < share * kMostTurned ? kAngles : 0;
             }
             if (upright < mostUpright) {
                 m_Sizes[count++] = sizes;
@@ -219,7 +224,7 @@ private:
         auto read = [this](std::size_t begin, std::size_t end) {
             for (std::size_t i = begin; i < end && !m_Run.Ended(); ++i) {
                 if (i < kSurelyRead || m_Climbed[i].clearness > kPromisingComb) {
-                    ReadLattice(m_Climbed[i].trial);
+                    ReadLattice(m_Climbed[i].trial, i < kMostLattices);
                 }
             }
             return !m_Run.Ended();
@@ -248,9 +253,9 @@ private:
     }
 
     // Decodes a grid where its comb is clearest. A grid that lies some whole cells beside the carrier has nearly as
-    // clear a comb, so places around are decoded, too.
-    void ReadLattice(SBxGridTrial trial) {
-        if (ReadWhereClearest(trial, kErrorOfClimb) < kClearComb || m_Run.Ended()) {
+    // clear a comb, so with `readsPlaces` places around are decoded, too.
+    void ReadLattice(SBxGridTrial trial, bool readsPlaces) {
+        if (ReadWhereClearest(trial, kErrorOfClimb) < kClearComb || !readsPlaces || m_Run.Ended()) {
             return;
         }
         CBxCellLattice lattice;
