@@ -18,7 +18,7 @@
 namespace {
 
 constexpr double kHintAgreement = 8.2;
-constexpr double kLeastAgreement = 10.9;     // of a grid that is reported: right readings hardly ever have less
+constexpr double kLeastAgreement = 10.8;     // of a grid that is reported: right readings hardly ever have less
 constexpr double kPromisingAgreement = 7.8;  // of rough means; every eighth decoding of noise comes near
 constexpr double kLeastJointAgreement = 10.5;
 constexpr double kWorthMoving = 8.6;    // agreement from which a grid is moved uphill
@@ -209,16 +209,28 @@ void CBxDeepRun::KeepHint(const SBxGridTrial& trial, const SBxTone& tone, const 
     pthread_mutex_unlock(&m_Mutex);
 }
 
+namespace {
+
+// By how many degrees a grid's rows fall, beyond quarter turns. One that was moved uphill tells that better than the
+// angle that it was tried under; a grid that was tried upright is upright, unless it was clearly turned then.
+double TurnOf(const SBxGridTrial& trial) {
+    constexpr double kDegrees = 180.0 / 3.141592653589793;
+    constexpr double kQuarter = 90.0;
+    constexpr double kClearly = 0.2;
+    const double angle = kDegrees * std::atan2(trial.pose.along.y, trial.pose.along.x);
+    const double turned = angle - kQuarter * std::round(angle / kQuarter);
+    return trial.turned == 0.0 && std::fabs(turned) < kClearly ? 0.0 : turned;
+}
+
+}  // namespace
+
 void CBxDeepRun::KeepReading(const SBxGridTrial& trial, const SBxTone& tone, const SBxSoftReading& reading,
                              EBxDeepStage stage) {
     const bool isCertain = BX_IsCertain(reading);
     if (!isCertain && BX_RepeatsItself(reading.m_szText)) {
         return;
     }
-    // A grid that was moved uphill tells the angle better than the one that it was tried under.
-    constexpr double kDegrees = 180.0 / 3.141592653589793;
-    const double turned =
-        trial.turned != 0.0 ? kDegrees * std::atan2(trial.pose.along.y, trial.pose.along.x) : trial.turned;
+    const double turned = TurnOf(trial);
     pthread_mutex_lock(&m_Mutex);
     if (!m_bHasReading || (isCertain && !m_Finding.m_bCertain) ||
         (isCertain == m_Finding.m_bCertain && reading.m_dAgreement > m_Finding.m_Reading.m_dAgreement)) {
