@@ -20,7 +20,7 @@ namespace {
 constexpr double kHintAgreement = 8.2;
 constexpr double kLeastAgreement = 10.8;     // of a grid that is reported: right readings hardly ever have less
 constexpr double kPromisingAgreement = 7.8;  // of rough means; every eighth decoding of noise comes near
-constexpr double kLeastJointAgreement = 10.5;
+constexpr double kLeastJointAgreement = 10.8;
 constexpr double kWorthMoving = 8.6;    // agreement from which a grid is moved uphill
 constexpr double kBlurAsWritten = 1.1;  // pixels; standard deviation of the smoothing under which signs are written
 
