@@ -6,9 +6,10 @@
 namespace {
 
 // The order in which the stages run.
-constexpr EBxDeepStage kOrder[kDeepStages] = {EBxDeepStage::Pairs,        EBxDeepStage::Joined,   EBxDeepStage::Tones,
-                                              EBxDeepStage::Orientations, EBxDeepStage::Turned,   EBxDeepStage::Cut,
-                                              EBxDeepStage::OneCorner,    EBxDeepStage::BentTones};
+constexpr EBxDeepStage kOrder[kDeepStages] = {
+    EBxDeepStage::Pairs,        EBxDeepStage::Joined,   EBxDeepStage::Tones,
+    EBxDeepStage::Orientations, EBxDeepStage::Turned,   EBxDeepStage::Cut,
+    EBxDeepStage::OneCorner,    EBxDeepStage::Anywhere, EBxDeepStage::BentTones};
 constexpr double kMilli = 1e3;
 
 void AddCost(SBxDeepCost& sum, const SBxDeepCost& cost) {

@@ -91,8 +91,9 @@ void Search(SCounts& counts, SBxPicBuf& picture, int sizeClass, const SOptions& 
     ++counts.pictures;
     ++counts.ofClass[sizeClass];
     SBxSoftReading second;
-    if (result == kBxSuccess &&
-        (BX_LookAgain(second, picture, run.m_Finding, text) != kBxSuccess || second.m_dGap >= kLeadOfOrdinary)) {
+    const bool isDoubtful = result == kBxSuccess && BX_LookAgain(second, picture, run.m_Finding, text) == kBxSuccess &&
+                            second.m_dGap < kLeadOfOrdinary;
+    if (result == kBxSuccess && !isDoubtful) {
         const bool isRight = options.isSigned && options.text == text;
         ++(isRight ? counts.ordinary : counts.wrongCertain);
         counts.readOfClass[sizeClass] += isRight ? 1 : 0;
@@ -106,6 +107,11 @@ void Search(SCounts& counts, SBxPicBuf& picture, int sizeClass, const SOptions& 
     result = BX_SearchDeep(run, picture, *archive, options.threads, finding, &cost.costs);
     cost.deep = BX_ProcessSeconds() - start;
     AddCosts(counts.costs, cost.costs);
+    if (result != kBxSuccess && isDoubtful) {
+        // What the ordinary search has read is reported then, as uncertain.
+        result = kBxSuccess;
+        finding.m_Reading = second;
+    }
     const bool isRight = result == kBxSuccess && options.isSigned && options.text == finding.m_Reading.m_szText;
     if (result != kBxSuccess) {
         ++counts.lost;

@@ -54,10 +54,12 @@ void BX_DescribeDepth(CBxJson& record, const SBxSearchResult& result) {
     record["corrected_bits"] = nullptr;
     record["agreement"] = Rounded(deep.m_Reading.m_dAgreement, 100.0);
     record["gap"] = Rounded(deep.m_Reading.m_dGap, 100.0);
-    record["undone"] = {
-        {"turned", Rounded(deep.m_dTurned, 100.0)},          {"mirrored", deep.m_bMirrored},
-        {"gain", Rounded(deep.m_Tone.gain, 1000.0)},         {"offset", Rounded(deep.m_Tone.offset, 100.0)},
-        {"exponent", Rounded(deep.m_Tone.exponent, 1000.0)}, {"scale", Rounded(deep.m_dScale, 100.0)}};
+    record["undone"] = {{"turned", Rounded(deep.m_dTurned, 100.0)},
+                        {"mirrored", deep.m_bMirrored},
+                        {"gain", Rounded(deep.m_Tone.gain, 1000.0)},
+                        {"offset", Rounded(deep.m_Tone.offset, 100.0)},
+                        {"exponent", Rounded(deep.m_Tone.exponent, 1000.0)},
+                        {"scale", deep.m_dScale > 0.0 ? CBxJson(Rounded(deep.m_dScale, 100.0)) : CBxJson(nullptr)}};
     record["carrier"] = {PointOf(deep.m_Pose, 0, 0), PointOf(deep.m_Pose, kGridSide, 0),
                          PointOf(deep.m_Pose, kGridSide, kGridSide), PointOf(deep.m_Pose, 0, kGridSide)};
 }

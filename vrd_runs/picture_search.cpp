@@ -51,7 +51,7 @@ void SearchDeeply(SBxSearchResult& result, SBxSignRun& run, CBxCornerArchive& ar
              std::min<double>(picture.height, frame.bottom)};
     result.isDeep = true;
     result.sign = result.deep.m_Reading.m_szText;
-    result.zoom = 1.0 / (result.deep.m_dScale * scale);
+    result.zoom = result.deep.m_dScale > 0.0 ? 1.0 / (result.deep.m_dScale * scale) : 0.0;
     result.rectangle = BX_GetCoveringPixels(frame, picture);
 }
 

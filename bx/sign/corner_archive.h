@@ -3,6 +3,9 @@
 
 #include <pthread.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include "corner_search.h"
 #include "geometry.h"
 
@@ -34,6 +37,21 @@ public:
 
     unsigned int Count() const { return m_uiCount; }
     const SBxZoomCorners& operator[](unsigned int index) const { return m_Zooms[index]; }
+
+    // The zooms, those nearest to 1 first, of equal ones those that came last: an order that does not depend on which
+    // thread was first. `order` has room for kMostZooms.
+    void SortByNearness(unsigned int* order) const {
+        for (unsigned int i = 0; i < m_uiCount; ++i) {
+            order[i] = i;
+        }
+        std::sort(order, order + m_uiCount, [this](unsigned int a, unsigned int b) {
+            const double zoomA = m_Zooms[a].m_dZoom;
+            const double zoomB = m_Zooms[b].m_dZoom;
+            const double farA = std::fabs(std::log(zoomA));
+            const double farB = std::fabs(std::log(zoomB));
+            return farA != farB ? farA < farB : zoomA != zoomB ? zoomA < zoomB : a > b;
+        });
+    }
 
 private:
     pthread_mutex_t m_Mutex = PTHREAD_MUTEX_INITIALIZER;

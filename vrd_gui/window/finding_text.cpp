@@ -48,7 +48,7 @@ QString DescribeChanges(const SBxDeepFinding& deep) {
     if (IsBrightened(deep.m_Tone)) {
         changes.append(BX_Text("change of the brightness"));
     }
-    if (std::abs(deep.m_dScale - 1.0) >= kLeastScaling) {
+    if (deep.m_dScale > 0.0 && std::abs(deep.m_dScale - 1.0) >= kLeastScaling) {
         changes.append(BX_FilledText("scaling to %d%%", {QString::number(qRound(deep.m_dScale * 100.0))}));
     }
     return changes.join(", ");

@@ -33,15 +33,18 @@ void CBxCornerAnchors::Offer(const SBxCornerAnchor& anchor) {
 
 void CBxCornerAnchors::Collect(const CBxCornerArchive& archive) {
     m_iCount = 0;
+    unsigned int order[CBxCornerArchive::kMostZooms];
+    archive.SortByNearness(order);
     for (const bool isNear : {true, false}) {
         const int weakest = isNear ? kWeakest : kWeakestElsewhere;
         for (int rank = 0; rank < weakest; ++rank) {
             for (unsigned int i = 0; i < archive.Count(); ++i) {
-                const double zoom = archive[i].m_dZoom;
+                const SBxZoomCorners& corners = archive[order[i]];
+                const double zoom = corners.m_dZoom;
                 if ((zoom < kFarthestZoom && zoom > 1.0 / kFarthestZoom) != isNear) {
                     continue;
                 }
-                for (const SBxCornerList* list : {&archive[i].m_Dark, &archive[i].m_Bright}) {
+                for (const SBxCornerList* list : {&corners.m_Dark, &corners.m_Bright}) {
                     if (rank < static_cast<int>(list->m_uiCount)) {
                         const CBxPoint<double>& point = list->m_Points[rank];
                         Offer({{point.x / zoom, point.y / zoom}, kSmallestSide / zoom, kLargestSide / zoom});

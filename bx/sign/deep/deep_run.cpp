@@ -240,7 +240,7 @@ void CBxDeepRun::KeepReading(const SBxGridTrial& trial, const SBxTone& tone, con
                      stage,
                      trial.pose,
                      BX_Together(m_Undone, tone),
-                     trial.scale,
+                     stage == EBxDeepStage::Anywhere ? 0.0 : trial.scale,
                      turned + 90.0 * trial.orientation.QuarterTurns(),
                      trial.orientation.Mirrored()};
     }

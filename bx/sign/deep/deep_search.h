@@ -44,7 +44,7 @@ struct SBxDeepFinding {
     EBxDeepStage m_eStage = EBxDeepStage::Pairs;
     SBxGridPose m_Pose = {};  // of the carrier, in pixels of the picture
     SBxTone m_Tone;           // what became of the tones since the sign was written
-    double m_dScale = 1.0;    // about how much the picture was scaled since, where that is known
+    double m_dScale = 1.0;    // about how much the picture was scaled since; 0 where nothing tells it
     double m_dTurned = 0.0;   // degrees clockwise, as seen on a screen, quarter turns included
     bool m_bMirrored = false;
 };
@@ -63,7 +63,7 @@ struct SBxDeepCosts {
     double m_dHighestAgreement = 0.0;  // of any text with one grid, reported or not
 };
 
-// Searches a 3_8 picture in which the ordinary search with this run has found nothing.
+// Searches a 3_8 picture in which the ordinary search with this run has found nothing, or a doubtful text.
 //
 //   archive   the corners that the ordinary search has seen; those of further zooms are added
 //   threads   1 .. 12

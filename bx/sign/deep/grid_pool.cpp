@@ -79,14 +79,7 @@ bool CBxGridPool::Collect(const CBxCornerArchive& archive) {
         return false;
     }
     unsigned int order[CBxCornerArchive::kMostZooms];
-    for (unsigned int i = 0; i < archive.Count(); ++i) {
-        order[i] = i;
-    }
-    std::sort(order, order + archive.Count(), [&archive](unsigned int a, unsigned int b) {
-        const double farA = std::fabs(std::log(archive[a].m_dZoom));
-        const double farB = std::fabs(std::log(archive[b].m_dZoom));
-        return farA != farB ? farA < farB : a > b;
-    });
+    archive.SortByNearness(order);
     for (unsigned int i = 0; i < archive.Count(); ++i) {
         const SBxZoomCorners& corners = archive[order[i]];
         if (!AddHalf(corners.m_Dark, corners.m_dZoom, 0) || !AddHalf(corners.m_Bright, corners.m_dZoom, 1)) {

@@ -22,7 +22,7 @@ unsigned char BX_LookAgain(SBxSoftReading& reading, const SBxPicBuf& picture, co
     reading.m_dAgreement = BX_AgreementOfText(soft, text);
     if (std::strcmp(best.m_szText, text) != 0) {
         std::snprintf(reading.m_szText, sizeof reading.m_szText, "%s", text);
-        reading.m_dGap = reading.m_dAgreement - best.m_dAgreement;
+        reading.m_dGap = best.m_szText[0] != 0 ? reading.m_dAgreement - best.m_dAgreement : 0.0;
     }
     return kBxSuccess;
 }

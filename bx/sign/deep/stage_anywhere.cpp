@@ -164,14 +164,21 @@ private:
             return false;
         }
         std::atomic<bool> hasMemory{true};
+        CBxBestGrids ofAngles[2 * kAngles + 1];
         auto slice = [&](std::size_t begin, std::size_t /*end*/) {
             const double degrees = (static_cast<int>(begin) - sizes.angles) * kAngleStep;
-            if (!SweepAngle(best, map, degrees)) {
+            if (!SweepAngle(ofAngles[begin], map, degrees)) {
                 hasMemory.store(false);
             }
             return hasMemory.load() && !m_Run.Ended();
         };
         BX_RunSlices(static_cast<std::size_t>(2 * sizes.angles + 1), 1, m_Run.m_uiThreads, slice);
+        // In the order of the angles, whichever thread was first.
+        for (const CBxBestGrids& ofAngle : ofAngles) {
+            for (std::size_t i = 0; i < ofAngle.Count(); ++i) {
+                best.Offer(ofAngle[i]);
+            }
+        }
         best.Settle();
         for (std::size_t i = 0; i < best.Count(); ++i) {
             m_Swept.Offer(best[i]);
@@ -185,9 +192,8 @@ private:
         return hasMemory.load();
     }
 
-    bool SweepAngle(CBxBestGrids& best, const CBxTurnedMap& map, double degrees) {
+    bool SweepAngle(CBxBestGrids& ofAngle, const CBxTurnedMap& map, double degrees) {
         CBxTurnedSweep sweep;
-        CBxBestGrids ofAngle;
         if (!sweep.Prepare(map, degrees) || !ofAngle.Prepare(kOfAngle, m_Swept.Bar())) {
             return false;
         }
@@ -197,11 +203,6 @@ private:
         }
         m_Run.m_ulGrids.fetch_add(grids, std::memory_order_relaxed);
         ofAngle.Settle();
-        pthread_mutex_lock(&m_Mutex);
-        for (std::size_t i = 0; i < ofAngle.Count(); ++i) {
-            best.Offer(ofAngle[i]);
-        }
-        pthread_mutex_unlock(&m_Mutex);
         return true;
     }
 
@@ -298,7 +299,6 @@ private:
     };
     int m_iClimbed = 0;
     SClimbed m_Climbed[kMostClimbed];
-    pthread_mutex_t m_Mutex = PTHREAD_MUTEX_INITIALIZER;  // guards the best grids of one range of sizes
 };
 
 }  // namespace

@@ -64,7 +64,9 @@ void CBxBestGrids::Settle() {
         return a.worth != b.worth                   ? a.worth > b.worth
                : a.degrees != b.degrees             ? a.degrees < b.degrees
                : a.pose.origin.x != b.pose.origin.x ? a.pose.origin.x < b.pose.origin.x
-                                                    : a.pose.origin.y < b.pose.origin.y;
+               : a.pose.origin.y != b.pose.origin.y ? a.pose.origin.y < b.pose.origin.y
+               : a.pose.along.x != b.pose.along.x   ? a.pose.along.x < b.pose.along.x
+                                                    : a.pose.down.y < b.pose.down.y;
     });
     std::size_t kept = 0;
     for (std::size_t i = 0; i < m_uiCount && kept < m_uiMost; ++i) {

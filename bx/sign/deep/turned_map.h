@@ -44,7 +44,7 @@ private:
     std::size_t m_uiMost = 0;
     std::size_t m_uiCount = 0;
     float m_fBar = 0.0f;
-    CBxHeapArray<SBxTurnedGrid> m_Grids;  // twice as many as are kept
+    CBxHeapArray<SBxTurnedGrid> m_Grids;  // three times as many as are kept
 };
 
 // A map of cells of nearly one size.
