@@ -16,7 +16,9 @@ constexpr std::size_t kSlice = 16;
 constexpr std::size_t kSampledSlice = 256;
 constexpr std::size_t kAlwaysRead = 1500;  // grids in front of the pool, where zooms near 1 stand
 constexpr std::size_t kMostRead = 4500;
-constexpr std::size_t kMostReadTwice = 3000;  // where each may be read in two ways
+constexpr std::size_t kMostReadOfSmall = 9000;  // copies saved as JPEG hide their combs, and cost little
+constexpr double kSmallPicture = 2e6;           // pixels
+constexpr std::size_t kMostReadTwice = 3000;    // where each may be read in two ways
 
 struct SPairGrid {
     float score;
@@ -25,7 +27,8 @@ struct SPairGrid {
 
 // Moves the grids that are worth most to the front, in the order of the pool. Returns how many they are.
 std::size_t KeepPromising(CBxDeepRun& run, SPairGrid* grids, std::size_t count) {
-    const std::size_t most = run.m_bKnowsTone ? kMostReadTwice : kMostRead;
+    const bool isSmall = static_cast<double>(run.Picture().m_iWidth) * run.Picture().m_iHeight < kSmallPicture;
+    const std::size_t most = run.m_bKnowsTone ? kMostReadTwice : isSmall ? kMostReadOfSmall : kMostRead;
     if (count <= most) {
         return count;
     }
