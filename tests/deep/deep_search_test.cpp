@@ -83,7 +83,7 @@ TEST(DeepSearch, ReadsWhatTheOrdinarySearchDoesNotAndTellsWhatWasDone) {
         bool mirrored;
         double gain;
     } kRows[] = {
-        {"coffee.png", "turned by 1", 1.0, false, 1.0},      {"coffee.png", "turned by 10", 10.0, false, 1.0},
+        {"astronaut.png", "turned by 1", 1.0, false, 1.0},   {"coffee.png", "turned by 10", 10.0, false, 1.0},
         {"astronaut.png", "turned by 90", 90.0, false, 1.0}, {"coffee.png", "turned by 180", 180.0, false, 1.0},
         {"coffee.png", "turned by 270", 270.0, false, 1.0},  {"astronaut.png", "mirrored", 0.0, true, 1.0},
         {"coffee.png", "brightness x 0.8", 0.0, false, 0.8}, {"astronaut.png", "offset 10", 0.0, false, 1.0},
@@ -125,7 +125,7 @@ TEST(DeepSearch, ReadsDamagedPictures) {
         const char* sample;
         const char* change;
     } kRows[] = {{"coffee.png", "gamma 0.8"},
-                 {"cat.png", "turned by 1, scaled 75 %"},
+                 {"astronaut.png", "turned by 1, scaled 75 %"},
                  {"coffee.png", "cropped by 5 %, brightness x 1.1"},
                  {"coffee.png", "scaled 33 %"},
                  {"coffee.png", "cropped by 10 %"}};

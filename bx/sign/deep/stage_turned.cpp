@@ -18,8 +18,8 @@ constexpr double kFarthestZoom = 1.12;
 constexpr int kFewestAnchors = 5;
 constexpr int kWeakestAnchor = 24;  // rank
 constexpr std::size_t kMostGrids = 30000;
-constexpr std::size_t kMostScoredWhole = 1500;
-constexpr std::size_t kMostDecoded = 300;
+constexpr std::size_t kMostScoredWhole = 3000;
+constexpr std::size_t kMostDecoded = 800;
 
 struct STurnedGrid {
     float score;
