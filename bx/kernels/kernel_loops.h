@@ -9,6 +9,7 @@
 #include "kernel_corners.h"
 #include "kernel_ellipses.h"
 #include "kernel_fours.h"
+#include "kernel_maps.h"
 #include "kernel_resampling.h"
 #include "kernel_sums.h"
 #include "kernels.h"
@@ -162,6 +163,13 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.AddEllipseRow = AddEllipseRow;
     kernels.SumEllipses = SumEllipses;
     kernels.SumFour = SumFour;
+    kernels.SumBothAxes = SumBothAxes;
+    kernels.MeansOfBoxes = MeansOfBoxes;
+    kernels.ContrastsOfCells = ContrastsOfCells;
+    kernels.EvidenceOfCells = EvidenceOfCells;
+    kernels.TakeOffMeans = TakeOffMeans;
+    kernels.CosinesOfBoxes = CosinesOfBoxes;
+    kernels.AddContrasts = AddContrasts;
     return kernels;
 }
 

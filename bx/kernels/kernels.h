@@ -67,6 +67,35 @@ struct SBxColumnBounds {
     unsigned short* alongColumns;
 };
 
+// Boxes around each pixel of a row, in sums over both axes: the sum over box i is
+// (lowerRight[i] - lowerLeft[i]) - (upperRight[i] - upperLeft[i]), a whole number that may be negative.
+struct SBxBoxes {
+    const unsigned int* lowerRight;
+    const unsigned int* lowerLeft;
+    const unsigned int* upperRight;
+    const unsigned int* upperLeft;
+};
+
+// A cell around each pixel of a row, a cross of two boxes with the box that both have, and the ground that it lies on;
+// shares[i] times a sum is a mean.
+struct SBxCellBoxes {
+    SBxBoxes wide;
+    SBxBoxes high;
+    SBxBoxes middle;
+    SBxBoxes ground;
+    const float* shares;  // of the cross
+    const float* sharesOfGround;
+};
+
+// Variances of contrasts, in tones squared, and their bounds.
+struct SBxCellOdds {
+    float mostSquare;
+    float leastUnrest;
+    float unrestOfSign;
+    float alignedVariance;
+    float elsewhereVariance;
+};
+
 struct SBxKernels {
     const char* m_szName;
 
@@ -152,6 +181,24 @@ struct SBxKernels {
     // out[i] = a[i] + b[i] + c[i] + d[i], which must be in range; returns the largest, the lowest number for none. The
     // inputs may overlap one another.
     short (*SumFour)(short* out, const short* a, const short* b, const short* c, const short* d, std::size_t count);
+
+    // out[i] = above[i] + the whole parts of scale * in[0], ..., scale * in[i], modulo 2^32.
+    void (*SumBothAxes)(unsigned int* out, const unsigned int* above, const float* in, float scale, std::size_t count);
+    // out[i] = the sum over box i * shares[i].
+    void (*MeansOfBoxes)(float* out, const SBxBoxes& boxes, const float* shares, std::size_t count);
+    // out[i] = (factor * (the mean of the cross - that of the ground))^2, at most `most`.
+    void (*ContrastsOfCells)(float* out, const SBxCellBoxes& cells, float factor, float most, std::size_t count);
+    // Replaces squared contrasts by the logarithm of how much likelier they are for a cell than for another place,
+    // where the mean of the squares around is that of box i.
+    void (*EvidenceOfCells)(float* values, const SBxBoxes& boxes, const float* shares, const SBxCellOdds& odds,
+                            std::size_t count);
+    // values[i] -= the mean of box i; then no further from zero than `most`.
+    void (*TakeOffMeans)(float* values, const SBxBoxes& boxes, const float* shares, float most, std::size_t count);
+    // out[i] = minus the cosine of factor * the mean of box i + first, an angle from 0 up to some hundreds.
+    void (*CosinesOfBoxes)(float* out, const SBxBoxes& boxes, const float* shares, float factor, float first,
+                           std::size_t count);
+    // values[i] += weight * (the mean of `middle` - that of the ground).
+    void (*AddContrasts)(float* values, const SBxCellBoxes& cells, float weight, std::size_t count);
 };
 
 // The loops in the form in use.

@@ -134,6 +134,65 @@ TEST_P(KernelForms, AddFourRowsUpTheSame) {
     });
 }
 
+// The loops that make maps of cells. Sums over both axes, which run over, are those of pixels around zero.
+TEST_P(KernelForms, MakeMapsOfCellsTheSame) {
+    constexpr float kScale = 65536.0f;
+    std::vector<float> plane = RandomRow<float>(21);
+    std::transform(plane.begin(), plane.end(), plane.begin(), [](float sample) { return sample - 60.0f; });
+    const std::vector<float> squares = RandomRow<float>(22);
+    const std::vector<float> shares = RandomRow<float>(23);
+    ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+        std::vector<unsigned int> above(kRoom, 4294967000U);
+        std::vector<unsigned int> below(kRoom, 77U);
+        kernels.SumBothAxes(below.data() + offset, above.data(), plane.data() + offset / 2, kScale, count);
+        unsigned int sum = above[0];
+        for (std::size_t i = 0; i < count; ++i) {
+            sum += static_cast<unsigned int>(static_cast<int>(plane[offset / 2 + i] * kScale));
+            EXPECT_EQ(below[offset + i], sum);
+        }
+        return below;
+    });
+    std::vector<unsigned int> sums[4];
+    for (unsigned int row = 0; row < 4; ++row) {
+        std::mt19937 random(30 + row);
+        sums[row].resize(kRoom);
+        std::generate(sums[row].begin(), sums[row].end(), random);
+    }
+    const auto boxesAt = [&sums](std::size_t offset) {
+        return SBxBoxes{sums[0].data() + offset + 5, sums[1].data() + offset, sums[2].data() + offset + 5,
+                        sums[3].data() + offset};
+    };
+    const auto each = [&](auto call) {
+        ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+            std::vector<float> out = squares;
+            const SBxBoxes boxes = boxesAt(offset / 2);
+            const SBxCellBoxes cells{boxes,           boxesAt(offset / 3), boxesAt(offset / 5),
+                                     boxesAt(offset), shares.data(),       shares.data() + 1};
+            call(kernels, out.data() + offset, cells, count);
+            return out;
+        });
+    };
+    constexpr float kTiny = 1e-11f;  // makes angles and squares of such sums that occur
+    each([](const SBxKernels& k, float* out, const SBxCellBoxes& cells, std::size_t count) {
+        k.MeansOfBoxes(out, cells.ground, cells.shares, count);
+    });
+    each([](const SBxKernels& k, float* out, const SBxCellBoxes& cells, std::size_t count) {
+        k.ContrastsOfCells(out, cells, kTiny, 3.0f, count);
+    });
+    each([](const SBxKernels& k, float* out, const SBxCellBoxes& cells, std::size_t count) {
+        k.EvidenceOfCells(out, cells.ground, cells.shares, {16.0f, 0.1f, 1.2f, 2.6f, 0.5f}, count);
+    });
+    each([](const SBxKernels& k, float* out, const SBxCellBoxes& cells, std::size_t count) {
+        k.TakeOffMeans(out, cells.ground, cells.shares, 1e10f, count);
+    });
+    each([](const SBxKernels& k, float* out, const SBxCellBoxes& cells, std::size_t count) {
+        k.CosinesOfBoxes(out, cells.ground, cells.shares, kTiny, 9.0f, count);
+    });
+    each([](const SBxKernels& k, float* out, const SBxCellBoxes& cells, std::size_t count) {
+        k.AddContrasts(out, cells, 0.35f, count);
+    });
+}
+
 // The loops of the corner search, against their definition. Few different values, so that plateaus occur.
 TEST_P(KernelForms, SearchCornersTheSame) {
     constexpr std::size_t kRows = 10;

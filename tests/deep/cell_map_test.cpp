@@ -4,10 +4,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <utility>
 #include <vector>
 
 #include "box_mean.h"
+#include "box_sums.h"
 #include "result.h"
 #include "sign_op.h"
 #include "test_pictures.h"
@@ -38,6 +40,45 @@ TEST(BoxMean, IsTheMeanOverTheBoxCutAtTheEdges) {
     }
 }
 
+// Crosses of boxes of a plane that is read while it is being added, as maps read them.
+TEST(BoxSums, ACrossIsDividedByThePixelsThatAreInside) {
+    constexpr int kWidth = 21;
+    constexpr int kHeight = 17;
+    std::vector<float> in(kWidth * kHeight);
+    for (std::size_t i = 0; i < in.size(); ++i) {
+        in[i] = static_cast<float>(i * i % 37) - 18.0f;
+    }
+    constexpr SBxReach kWide{4, 2};
+    constexpr SBxReach kHigh{1, 30};
+    CBxBoxSums sums;
+    CBxBoxShares shares;
+    ASSERT_TRUE(sums.Prepare(kWidth, kHeight, {6, 30}, 20.0));
+    ASSERT_TRUE(shares.Prepare(kWidth, kHeight, sums.Scale(), kWide, kHigh));
+    const auto sumAt = [](const SBxBoxes& boxes, int x) {
+        return (boxes.lowerRight[x] - boxes.lowerLeft[x]) - (boxes.upperRight[x] - boxes.upperLeft[x]);
+    };
+    for (int y = 0; y < kHeight; ++y) {
+        while (sums.Rows() < sums.RowsFor(y, 30)) {
+            sums.AddRow(&in[static_cast<std::size_t>(sums.Rows()) * kWidth]);
+        }
+        for (int x = 0; x < kWidth; ++x) {
+            double sum = 0.0;
+            int count = 0;
+            for (int v = 0; v < kHeight; ++v) {
+                for (int u = 0; u < kWidth; ++u) {
+                    const bool isWide = std::abs(u - x) <= kWide.x && std::abs(v - y) <= kWide.y;
+                    const bool isHigh = std::abs(u - x) <= kHigh.x && std::abs(v - y) <= kHigh.y;
+                    sum += isWide || isHigh ? in[v * kWidth + u] : 0.0;
+                    count += isWide || isHigh ? 1 : 0;
+                }
+            }
+            const unsigned int cross = sumAt(sums.Boxes(y, kWide), x) + sumAt(sums.Boxes(y, kHigh), x) -
+                                       sumAt(sums.Boxes(y, {kHigh.x, kWide.y}), x);
+            EXPECT_NEAR(static_cast<int>(cross) * shares.OfRow(y)[x], sum / count, 1e-3) << x << ", " << y;
+        }
+    }
+}
+
 namespace {
 
 constexpr int kWidth = 480;
@@ -59,7 +100,7 @@ struct SSignedMap {
         const CBxRect<int>& frame = run.m_siRect[0];
         carrier = {frame.left + 0.5, frame.top + 0.5, frame.right - 0.5, frame.bottom - 0.5};
         EXPECT_TRUE(map.Make(planes, carrier.Width() / kGridSide, carrier.Height() / kGridSide));
-        EXPECT_TRUE(!withComb || map.SetComb(planes, SBxTone()));
+        EXPECT_TRUE(!withComb || map.AddComb(planes, SBxTone()));
     }
 };
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "box_mean.h"
+#include "box_sums.h"
 
 namespace {
 
@@ -26,57 +26,102 @@ constexpr float kWeightOfComb = 0.35f;
 constexpr double kLargestCosine = 1.1;
 constexpr double kLargestContrast = 16.0;  // in natural logarithms
 constexpr int kReachOfPlace = 1;           // pixels by which a centre may be off
-constexpr float kPi = 3.14159265f;
 constexpr double kRadiansOfTone = 2.0 * 3.141592653589793 / (kPeriod / 2);
 
-int HalfSide(double cell, double share) {
-    return std::max(1, static_cast<int>(std::lround(cell * share - 0.5)));
+SBxReach ReachOf(double cellWidth, double cellHeight, double shareX, double shareY) {
+    const auto halfSide = [](double cell, double share) {
+        return std::max(1, static_cast<int>(std::lround(cell * share - 0.5)));
+    };
+    return {halfSide(cellWidth, shareX), halfSide(cellHeight, shareY)};
 }
 
-// Adds so much of the sum over a box.
-bool AddBox(CBxHeapArray<float>& sums, CBxHeapArray<float>& scratch, const CBxPatternPlane& planes, int reachX,
-            int reachY, float share) {
-    if (!BX_BoxMean(scratch.Data(), planes.Pattern(), planes.Width(), planes.Height(), reachX, reachY,
-                    CBxPatternPlane::kLargest)) {
-        return false;
+SBxReach ReachOf(double cellWidth, double cellHeight, double share) {
+    return ReachOf(cellWidth, cellHeight, share, share);
+}
+
+// Whole rows of samples of a plane become sums as they are needed.
+void AddRowsFor(CBxBoxSums& sums, const float* plane, int width, int y, int reach) {
+    while (sums.Rows() < sums.RowsFor(y, reach)) {
+        sums.AddRow(plane + static_cast<std::ptrdiff_t>(sums.Rows()) * width);
     }
-    const float factor = share * static_cast<float>((2 * reachX + 1) * (2 * reachY + 1));
-    for (std::size_t i = 0; i < sums.Size(); ++i) {
-        sums[i] += factor * scratch[i];
+}
+
+// Makes the worth of cells by their contrast, in one walk down the plane: each row is first the squared contrasts, then
+// what they say as soon as the unrest around is known, then that less what the places around say.
+//
+//      y              worth
+//      .. + ground    what the contrasts say
+//      .. + unrest    contrasts squared
+//      .. + ground    sums of the pattern
+class CContrastRows {
+public:
+    CContrastRows(float* worth, const CBxPatternPlane& planes, double cellWidth, double cellHeight)
+        : m_pWorth(worth),
+          m_Planes(planes),
+          m_Wide(ReachOf(cellWidth, cellHeight, kLongHalfOfCross, kShortHalfOfCross)),
+          m_High(ReachOf(cellWidth, cellHeight, kShortHalfOfCross, kLongHalfOfCross)),
+          m_Ground(ReachOf(cellWidth, cellHeight, kHalfOfGround)),
+          m_Unrest(ReachOf(cellWidth, cellHeight, kHalfOfUnrest)) {}
+
+    bool Make() {
+        const int width = m_Planes.Width();
+        const int height = m_Planes.Height();
+        if (!m_Pattern.Prepare(width, height, m_Ground, CBxPatternPlane::kLargest) ||
+            !m_Squares.Prepare(width, height, m_Unrest, kMostUnrest) ||
+            !m_Evidence.Prepare(width, height, m_Ground, kLargestContrast) ||
+            !m_SharesOfCross.Prepare(width, height, m_Pattern.Scale(), m_Wide, m_High) ||
+            !m_SharesOfGround.Prepare(width, height, m_Pattern.Scale(), m_Ground) ||
+            !m_SharesOfUnrest.Prepare(width, height, m_Squares.Scale(), m_Unrest) ||
+            !m_SharesAround.Prepare(width, height, m_Evidence.Scale(), m_Ground)) {
+            return false;
+        }
+        for (int y = 0; y < height; ++y) {
+            while (m_Evidence.Rows() < m_Evidence.RowsFor(y, m_Ground.y)) {
+                AddEvidence(m_Evidence.Rows());
+            }
+            BX_Kernels().TakeOffMeans(RowOf(y), m_Evidence.Boxes(y, m_Ground), m_SharesAround.OfRow(y), kMostWorth,
+                                      Count());
+        }
+        return true;
     }
-    return true;
-}
 
-// The mean of the pattern over a cross of two boxes, which is nearly the ellipse of a cell.
-bool MeanOfCross(CBxHeapArray<float>& mean, CBxHeapArray<float>& scratch, const CBxPatternPlane& planes,
-                 double cellWidth, double cellHeight) {
-    const int longX = HalfSide(cellWidth, kLongHalfOfCross);
-    const int longY = HalfSide(cellHeight, kLongHalfOfCross);
-    const int shortX = HalfSide(cellWidth, kShortHalfOfCross);
-    const int shortY = HalfSide(cellHeight, kShortHalfOfCross);
-    const auto area = [](int x, int y) { return (2 * x + 1) * (2 * y + 1); };
-    const float share = 1.0f / static_cast<float>(area(longX, shortY) + area(shortX, longY) - area(shortX, shortY));
-    std::fill(mean.Data(), mean.Data() + mean.Size(), 0.0f);
-    return AddBox(mean, scratch, planes, longX, shortY, share) && AddBox(mean, scratch, planes, shortX, longY, share) &&
-           AddBox(mean, scratch, planes, shortX, shortY, -share);
-}
+private:
+    float* RowOf(int y) { return m_pWorth + static_cast<std::ptrdiff_t>(y) * m_Planes.Width(); }
+    std::size_t Count() const { return static_cast<std::size_t>(m_Planes.Width()); }
 
-// Minus the cosine of any angle from 0 up to some hundreds, to two thousandths, without a call: the loops over it run
-// on several pixels at a time.
-float MinusCosine(float angle) {
-    const float turns = angle * (0.5f / kPi);
-    const float rest = turns - static_cast<float>(static_cast<int>(turns)) - 0.5f;  // of a turn, -0.5 .. 0.5
-    const float square = rest * rest * (4.0f * kPi * kPi);
-    const float tail = 1.0f / 720.0f - square * (1.0f / 40320.0f - square / 3628800.0f);
-    return 1.0f - square * (0.5f - square * (1.0f / 24.0f - square * tail));
-}
+    void AddSquares(int y) {
+        AddRowsFor(m_Pattern, m_Planes.Pattern(), m_Planes.Width(), y, m_Ground.y);
+        const SBxReach middle{m_High.x, m_Wide.y};
+        const SBxCellBoxes cells{m_Pattern.Boxes(y, m_Wide),   m_Pattern.Boxes(y, m_High), m_Pattern.Boxes(y, middle),
+                                 m_Pattern.Boxes(y, m_Ground), m_SharesOfCross.OfRow(y),   m_SharesOfGround.OfRow(y)};
+        BX_Kernels().ContrastsOfCells(RowOf(y), cells, kShareOfGround, kMostUnrest, Count());
+        m_Squares.AddRow(RowOf(y));
+    }
 
-// The logarithm of a quotient between a fifth and 1, to some thousandths; also without a call.
-float LogOfQuotient(float numerator, float denominator) {
-    const float z = (numerator - denominator) / (numerator + denominator);
-    const float square = z * z;
-    return 2.0f * z * (1.0f + square * (1.0f / 3.0f + square * (1.0f / 5.0f + square / 7.0f)));
-}
+    void AddEvidence(int y) {
+        constexpr SBxCellOdds kOdds{kMostContrast * kMostContrast, kLeastUnrest, kUnrestOfSign, kAlignedVariance,
+                                    kElsewhereVariance};
+        while (m_Squares.Rows() < m_Squares.RowsFor(y, m_Unrest.y)) {
+            AddSquares(m_Squares.Rows());
+        }
+        BX_Kernels().EvidenceOfCells(RowOf(y), m_Squares.Boxes(y, m_Unrest), m_SharesOfUnrest.OfRow(y), kOdds, Count());
+        m_Evidence.AddRow(RowOf(y));
+    }
+
+    float* m_pWorth;
+    const CBxPatternPlane& m_Planes;
+    const SBxReach m_Wide;
+    const SBxReach m_High;
+    const SBxReach m_Ground;
+    const SBxReach m_Unrest;
+    CBxBoxSums m_Pattern;
+    CBxBoxSums m_Squares;
+    CBxBoxSums m_Evidence;
+    CBxBoxShares m_SharesOfCross;
+    CBxBoxShares m_SharesOfGround;
+    CBxBoxShares m_SharesOfUnrest;
+    CBxBoxShares m_SharesAround;
+};
 
 }  // namespace
 
@@ -89,16 +134,6 @@ SBxCellPlaces::SBxCellPlaces(double first, double last, int size) : inside(0) {
     }
 }
 
-bool CBxCellMap::MakeRoom() {
-    const std::size_t count = static_cast<std::size_t>(m_iWidth) * m_iHeight;
-    for (CBxHeapArray<float>* plane : {&m_Worth, &m_Contrast, &m_Scratch[0], &m_Scratch[1]}) {
-        if (plane->Size() != count && !plane->Allocate(count)) {
-            return false;
-        }
-    }
-    return true;
-}
-
 // The logarithm of how much likelier a contrast is for a sign's cell than for another place. The unrest is what the
 // contrasts around have, squared and averaged, less what a sign adds to it. What the places around are worth is taken
 // off: a cell stands on a grid, and between two cells there is none.
@@ -107,69 +142,49 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
     m_iHeight = planes.Height();
     m_dCellWidth = cellWidth;
     m_dCellHeight = cellHeight;
-    const float* pattern = planes.Pattern();
-
-    CBxHeapArray<float>& cell = m_Scratch[0];
-    CBxHeapArray<float>& ground = m_Scratch[1];
-    if (!MakeRoom() || !MeanOfCross(cell, ground, planes, cellWidth, cellHeight) ||
-        !BX_BoxMean(ground.Data(), pattern, m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfGround),
-                    HalfSide(cellHeight, kHalfOfGround), CBxPatternPlane::kLargest)) {
-        return false;
-    }
-    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
-        const float contrast = kShareOfGround * (cell[i] - ground[i]);
-        cell[i] = std::min(contrast * contrast, kMostUnrest);
-    }
-    if (!BX_BoxMean(ground.Data(), cell.Data(), m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfUnrest),
-                    HalfSide(cellHeight, kHalfOfUnrest), kMostUnrest)) {
-        return false;
-    }
-    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
-        const float unrest = std::max(kLeastUnrest, ground[i] - kUnrestOfSign);
-        const float aligned = kAlignedVariance + unrest;
-        const float elsewhere = kElsewhereVariance + unrest;
-        const float square = std::min(cell[i], kMostContrast * kMostContrast);
-        m_Contrast[i] =
-            0.5f * (LogOfQuotient(elsewhere, aligned) + square * (aligned - elsewhere) / (aligned * elsewhere));
-    }
-    if (!BX_BoxMean(ground.Data(), m_Contrast.Data(), m_iWidth, m_iHeight, HalfSide(cellWidth, kHalfOfGround),
-                    HalfSide(cellHeight, kHalfOfGround), kLargestContrast)) {
-        return false;
-    }
-    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
-        m_Worth[i] = m_Contrast[i] = std::clamp(m_Contrast[i] - ground[i], -kMostWorth, kMostWorth);
-    }
-    return true;
+    const std::size_t count = static_cast<std::size_t>(m_iWidth) * m_iHeight;
+    return (m_Worth.Size() == count || m_Worth.Allocate(count)) &&
+           CContrastRows(m_Worth.Data(), planes, cellWidth, cellHeight).Make();
 }
 
 // 1 for a mean on a line of the comb, -1 halfway, averaged over where the centre may really be: restless ground, where
 // neighbouring places have unlike means, averages to nothing. What places around have is taken off, for calm ground
 // that was not signed.
-bool CBxCellMap::SetComb(const CBxPatternPlane& planes, const SBxTone& tone) {
-    CBxHeapArray<float>& means = m_Scratch[0];
-    CBxHeapArray<float>& around = m_Scratch[1];
-    if (!BX_BoxMean(means.Data(), planes.Blue(), m_iWidth, m_iHeight, HalfSide(m_dCellWidth, kHalfOfCell),
-                    HalfSide(m_dCellHeight, kHalfOfCell), CBxPatternPlane::kLargest)) {
+bool CBxCellMap::AddComb(const CBxPatternPlane& planes, const SBxTone& tone) {
+    const SBxReach cell = ReachOf(m_dCellWidth, m_dCellHeight, kHalfOfCell);
+    const SBxReach ground = ReachOf(m_dCellWidth, m_dCellHeight, kHalfOfGround);
+    constexpr SBxReach kPlace{kReachOfPlace, kReachOfPlace};
+    CBxBoxSums blue;
+    CBxBoxSums cosines;
+    CBxBoxShares sharesOfCell;
+    CBxBoxShares sharesOfPlace;
+    CBxBoxShares sharesOfGround;
+    CBxHeapArray<float> row;
+    if (!blue.Prepare(m_iWidth, m_iHeight, cell, CBxPatternPlane::kLargest) ||
+        !cosines.Prepare(m_iWidth, m_iHeight, ground, kLargestCosine) ||
+        !sharesOfCell.Prepare(m_iWidth, m_iHeight, blue.Scale(), cell) ||
+        !sharesOfPlace.Prepare(m_iWidth, m_iHeight, cosines.Scale(), kPlace) ||
+        !sharesOfGround.Prepare(m_iWidth, m_iHeight, cosines.Scale(), ground) ||
+        !row.Allocate(static_cast<std::size_t>(m_iWidth))) {
         return false;
     }
     // Whole periods keep the angles positive.
+    const double first = kPeriod * std::ceil(std::fabs(tone.offset)) - tone.offset / tone.gain;
     const auto perTone = static_cast<float>(kRadiansOfTone / tone.gain);
-    const auto first = static_cast<float>(kPeriod * std::ceil(std::fabs(tone.offset)) - tone.offset / tone.gain);
-    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
-        means[i] = MinusCosine(means[i] * perTone + first * static_cast<float>(kRadiansOfTone));
-    }
-    if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, kReachOfPlace, kReachOfPlace, kLargestCosine)) {
-        return false;
-    }
-    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
-        m_Worth[i] = m_Contrast[i] + kWeightOfComb * around[i];
-    }
-    if (!BX_BoxMean(around.Data(), means.Data(), m_iWidth, m_iHeight, HalfSide(m_dCellWidth, kHalfOfGround),
-                    HalfSide(m_dCellHeight, kHalfOfGround), kLargestCosine)) {
-        return false;
-    }
-    for (std::size_t i = 0; i < m_Worth.Size(); ++i) {
-        m_Worth[i] -= kWeightOfComb * around[i];
+    const auto firstAngle = static_cast<float>(first) * static_cast<float>(kRadiansOfTone);
+    for (int y = 0; y < m_iHeight; ++y) {
+        while (cosines.Rows() < cosines.RowsFor(y, ground.y)) {
+            const int next = cosines.Rows();
+            AddRowsFor(blue, planes.Blue(), m_iWidth, next, cell.y);
+            BX_Kernels().CosinesOfBoxes(row.Data(), blue.Boxes(next, cell), sharesOfCell.OfRow(next), perTone,
+                                        firstAngle, row.Size());
+            cosines.AddRow(row.Data());
+        }
+        const SBxBoxes place = cosines.Boxes(y, kPlace);
+        const SBxCellBoxes cells{
+            place, place, place, cosines.Boxes(y, ground), sharesOfPlace.OfRow(y), sharesOfGround.OfRow(y)};
+        BX_Kernels().AddContrasts(m_Worth.Data() + static_cast<std::ptrdiff_t>(y) * m_iWidth, cells, kWeightOfComb,
+                                  row.Size());
     }
     return true;
 }

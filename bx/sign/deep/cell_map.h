@@ -35,8 +35,8 @@ public:
     // For cells of this size in pixels of the planes, by their contrast alone. A map may be made anew, of planes of the
     // same size without new memory. False without memory.
     [[nodiscard]] bool Make(const CBxPatternPlane& planes, double cellWidth, double cellHeight);
-    // Lets the map tell the contrast and the comb of tones that became of a sign's; planes as before.
-    [[nodiscard]] bool SetComb(const CBxPatternPlane& planes, const SBxTone& tone);
+    // Lets the map tell the comb of tones that became of a sign's, too; once after Make, planes as before.
+    [[nodiscard]] bool AddComb(const CBxPatternPlane& planes, const SBxTone& tone);
 
     int Width() const { return m_iWidth; }
     int Height() const { return m_iHeight; }
@@ -57,13 +57,9 @@ public:
     }
 
 private:
-    [[nodiscard]] bool MakeRoom();
-
     double m_dCellWidth = 0.0;
     double m_dCellHeight = 0.0;
     int m_iWidth = 0;
     int m_iHeight = 0;
-    CBxHeapArray<float> m_Contrast;
     CBxHeapArray<float> m_Worth;
-    CBxHeapArray<float> m_Scratch[2];  // of what is made
 };

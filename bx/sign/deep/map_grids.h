@@ -26,9 +26,9 @@ public:
 
     explicit CBxMapMarks(const CBxDeepRun& run) : m_bKnowsTone(run.m_bKnowsTone) {}
 
-    // Gives a map that was just made, or given another mark, this mark. False without memory.
+    // Gives a map this mark; to be called for each in turn after the map was made. False without memory.
     [[nodiscard]] static bool Apply(CBxCellMap& map, const CBxPatternPlane& planes, int index) {
-        return index == 0 || map.SetComb(planes, SBxTone());
+        return index == 0 || map.AddComb(planes, SBxTone());
     }
     // The gain of the combs that grids of a mark may have, 0 for any.
     double Gain(int index) const { return index == 0 && !m_bKnowsTone ? 0.0 : 1.0; }

@@ -93,7 +93,7 @@ bool CBxTurnedMap::Make(const CBxPatternPlane& columns, double cellWidth, double
     m_dScaleY = ScaleOf(cellHeight);
     CBxPatternPlane planes;
     return planes.PrepareRows(columns, m_dScaleY / columns.Scale()) && m_Map.Make(planes, kCellOfMap, kCellOfMap) &&
-           m_Map.SetComb(planes, tone);
+           m_Map.AddComb(planes, tone);
 }
 
 // Between the pixels, (0, 0) being the middle of the first one; 0 outside.
