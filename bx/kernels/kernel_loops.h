@@ -6,6 +6,7 @@
 
 #include "kernel_bounds.h"
 #include "kernel_cells.h"
+#include "kernel_choices.h"
 #include "kernel_corners.h"
 #include "kernel_ellipses.h"
 #include "kernel_fours.h"
@@ -170,6 +171,9 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.TakeOffMeans = TakeOffMeans;
     kernels.CosinesOfBoxes = CosinesOfBoxes;
     kernels.AddContrasts = AddContrasts;
+    kernels.SumRows = SumRows;
+    kernels.LaySideBySide = LaySideBySide;
+    kernels.BestColumns = BestColumns;
     return kernels;
 }
 

@@ -199,6 +199,17 @@ struct SBxKernels {
                            std::size_t count);
     // values[i] += weight * (the mean of `middle` - that of the ground).
     void (*AddContrasts)(float* values, const SBxCellBoxes& cells, float weight, std::size_t count);
+
+    // out[i] = the sum of rows[0][i] ... rows[rowCount - 1][i], four rows at a time; at most 16 rows.
+    void (*SumRows)(float* out, const float* const* rows, int rowCount, std::size_t count);
+    // out[kRowChoices i + r] = rows[r][i] of kRowChoices rows.
+    static constexpr int kRowChoices = 16;
+    void (*LaySideBySide)(float* out, const float* const* rows, std::size_t count);
+    // Of such sums the 16 columns are added up that a choice names, columns[pitch k ... pitch k + 15] for choice k, one
+    // after the other, of each row by itself: where that is more than worths[r], worths[r] becomes it and choices[r]
+    // becomes k.
+    void (*BestColumns)(float* worths, int* choices, const float* sums, const int* columns, std::size_t pitch,
+                        int count);
 };
 
 // The loops in the form in use.

@@ -193,6 +193,62 @@ TEST_P(KernelForms, MakeMapsOfCellsTheSame) {
     });
 }
 
+TEST_P(KernelForms, WeighChoicesOfRowsAndColumnsTheSame) {
+    constexpr std::size_t kRows = SBxKernels::kRowChoices;
+    constexpr int kColumns = 16;
+    const std::vector<float> plane = RandomRow<float>(41, 2 * kRoom);
+    const float* rows[kRows];
+    for (std::size_t row = 0; row < kRows; ++row) {
+        rows[row] = plane.data() + 5 * row;
+    }
+    ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+        std::vector<float> out(kRoom, 7.0f);
+        const int rowCount = static_cast<int>(offset) + 1;
+        kernels.SumRows(out.data() + offset, rows, rowCount, count);
+        for (std::size_t i = 0; i < count; ++i) {
+            float sum = 0.0f;
+            std::for_each(rows, rows + rowCount, [&sum, i](const float* row) { sum += row[i]; });
+            EXPECT_NEAR(out[offset + i], sum, 1e-2f);
+        }
+        return out;
+    });
+    ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+        std::vector<float> out(kRows * kRoom, 7.0f);
+        kernels.LaySideBySide(out.data() + offset, rows, count);
+        for (std::size_t i = 0; i < kRows * count; ++i) {
+            EXPECT_EQ(out[offset + i], rows[i % kRows][i / kRows]);
+        }
+        return out;
+    });
+    constexpr std::size_t kPitch = 17;
+    const std::vector<float> sums = RandomRow<float>(42, kRows * (kRoom + 1));
+    std::vector<int> columns(kPitch * kMostCount);
+    std::mt19937 random(43);
+    std::generate(columns.begin(), columns.end(), [&random] { return static_cast<int>(random() % kRoom); });
+    ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+        std::vector<float> found(2 * kRows, 900.0f);
+        int choices[kRows];
+        std::fill(choices, choices + kRows, -1);
+        kernels.BestColumns(found.data(), choices, sums.data() + offset % 3, columns.data(), kPitch,
+                            static_cast<int>(count));
+        for (std::size_t row = 0; row < kRows; ++row) {
+            float best = 900.0f;
+            int choice = -1;
+            for (std::size_t i = 0; i < count; ++i) {
+                float sum = 0.0f;
+                for (std::size_t k = 0; k < kColumns; ++k) {
+                    sum += sums[offset % 3 + kRows * static_cast<std::size_t>(columns[kPitch * i + k]) + row];
+                }
+                choice = sum > best ? static_cast<int>(i) : choice;
+                best = std::max(best, sum);
+            }
+            EXPECT_EQ(found[row], best);
+            EXPECT_EQ(choices[row], choice);
+        }
+        return found;
+    });
+}
+
 // The loops of the corner search, against their definition. Few different values, so that plateaus occur.
 TEST_P(KernelForms, SearchCornersTheSame) {
     constexpr std::size_t kRows = 10;

@@ -122,14 +122,39 @@ TEST(CellMap, IsWorthMostWhereTheCellsStand) {
     }
 }
 
-// Sums along rows, then along columns, are what millions of grids are weighed by.
-TEST(CellMap, AddsUpToTheSameWorthByRowsAndColumns) {
+// Millions of grids are weighed in this way: the best choice of columns for each choice of rows is that of all pairs.
+TEST(CellMap, FindsTheBestColumnsForEachChoiceOfRows) {
     const SSignedMap sign(true);
-    std::vector<float> sums(static_cast<std::size_t>(sign.map.Width()) + 1);
-    for (const CBxRect<double>& frame : {CBxRect<double>{10.0, 20.0, 400.0, 380.0}, {-45.0, -30.5, 520.0, 431.0}}) {
-        sign.map.SumRows(sums.data(), SBxCellPlaces(frame.top, frame.bottom, sign.map.Height()), 0, sign.map.Width());
-        const SBxCellPlaces columns(frame.left, frame.right, sign.map.Width());
-        EXPECT_NEAR(CBxCellMap::SumColumns(sums.data(), columns), sign.map.Worth(frame), 1e-2);
+    const int width = sign.map.Width();
+    constexpr int kFrom = 21;
+    std::vector<CBxRect<double>> columns;
+    std::vector<SBxCellPlaces> places;
+    for (int i = 0; i < 40; ++i) {
+        columns.push_back({kFrom + 0.25, 0.0, 250.0 + 7.0 * i, 0.0});
+        places.emplace_back(columns.back().left, columns.back().right, width);
+    }
+    for (const int count : {1, 5, CBxCellChoices::kTogether}) {
+        std::vector<SBxCellPlaces> rows;
+        for (int i = 0; i < count; ++i) {
+            rows.emplace_back(-70.0 + 10.0 * i, 300.0 + 11.0 * i, sign.map.Height());
+        }
+        CBxCellChoices choices;
+        CBxCellChoices::SBest best;
+        ASSERT_TRUE(choices.Prepare(width));
+        choices.SumRows(sign.map, rows.data(), count, kFrom, width);
+        choices.FindBest(best, places.data(), places.size());
+        for (int i = 0; i < count; ++i) {
+            const auto worthOf = [&](const CBxRect<double>& sides) {
+                return sign.map.Worth({sides.left, -70.0 + 10.0 * i, sides.right, 300.0 + 11.0 * i});
+            };
+            ASSERT_GE(best.choices[i], 0);
+            EXPECT_NEAR(best.worths[i], worthOf(columns[static_cast<std::size_t>(best.choices[i])]), 1e-2);
+            for (const CBxRect<double>& sides : columns) {
+                EXPECT_LE(worthOf(sides), best.worths[i] + 1e-2f);
+            }
+        }
+        choices.FindBest(best, places.data(), 0);
+        EXPECT_EQ(best.choices[0], -1);
     }
 }
 

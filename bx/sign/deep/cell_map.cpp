@@ -26,6 +26,7 @@ constexpr float kWeightOfComb = 0.35f;
 constexpr double kLargestCosine = 1.1;
 constexpr double kLargestContrast = 16.0;  // in natural logarithms
 constexpr int kReachOfPlace = 1;           // pixels by which a centre may be off
+constexpr float kWorthless = -1e30f;
 constexpr double kRadiansOfTone = 2.0 * 3.141592653589793 / (kPeriod / 2);
 
 SBxReach ReachOf(double cellWidth, double cellHeight, double shareX, double shareY) {
@@ -189,34 +190,6 @@ bool CBxCellMap::AddComb(const CBxPatternPlane& planes, const SBxTone& tone) {
     return true;
 }
 
-// Four rows at a time: the sums are written less often.
-void CBxCellMap::SumRows(float* sums, const SBxCellPlaces& rows, int from, int to) const {
-    std::fill(sums + from, sums + to, 0.0f);
-    sums[m_iWidth] = 0.0f;
-    const float* inside[kGridSide];
-    int count = 0;
-    for (const int row : rows.places) {
-        if (row < m_iHeight) {
-            inside[count++] = m_Worth.Data() + static_cast<std::ptrdiff_t>(row) * m_iWidth;
-        }
-    }
-    int i = 0;
-    for (; i + 4 <= count; i += 4) {
-        const float* const a = inside[i];
-        const float* const b = inside[i + 1];
-        const float* const c = inside[i + 2];
-        const float* const d = inside[i + 3];
-        for (int x = from; x < to; ++x) {
-            sums[x] += (a[x] + b[x]) + (c[x] + d[x]);
-        }
-    }
-    for (; i < count; ++i) {
-        for (int x = from; x < to; ++x) {
-            sums[x] += inside[i][x];
-        }
-    }
-}
-
 float CBxCellMap::Worth(const CBxRect<double>& frame) const {
     const SBxCellPlaces rows(frame.top, frame.bottom, m_iHeight);
     const SBxCellPlaces columns(frame.left, frame.right, m_iWidth);
@@ -228,4 +201,45 @@ float CBxCellMap::Worth(const CBxRect<double>& frame) const {
         }
     }
     return sum;
+}
+
+bool CBxCellChoices::Prepare(int width) {
+    m_iWidth = width;
+    if (!m_Sums.Allocate(static_cast<std::size_t>(width) * kTogether) ||
+        !m_SideBySide.Allocate((static_cast<std::size_t>(width) + 1) * kTogether)) {
+        return false;
+    }
+    std::fill_n(&m_SideBySide[static_cast<std::size_t>(width) * kTogether], kTogether, 0.0f);
+    return true;
+}
+
+void CBxCellChoices::SumRows(const CBxCellMap& map, const SBxCellPlaces* rows, int count, int from, int to) {
+    const float* sums[kTogether];
+    const auto columns = static_cast<std::size_t>(std::max(0, to - from));
+    for (int choice = 0; choice < kTogether; ++choice) {
+        // Places that are left over repeat the first choice.
+        float* const ofChoice = m_Sums.Data() + static_cast<std::ptrdiff_t>(choice < count ? choice : 0) * m_iWidth;
+        sums[choice] = ofChoice;
+        if (choice < count) {
+            const float* inside[kGridSide];
+            int insideCount = 0;
+            for (const int row : rows[choice].places) {
+                if (row < map.Height()) {
+                    inside[insideCount++] = map.Values() + static_cast<std::ptrdiff_t>(row) * m_iWidth + from;
+                }
+            }
+            BX_Kernels().SumRows(ofChoice, inside, insideCount, columns);
+        }
+    }
+    BX_Kernels().LaySideBySide(m_SideBySide.Data() + static_cast<std::ptrdiff_t>(from) * kTogether, sums, columns);
+}
+
+void CBxCellChoices::FindBest(SBest& best, const SBxCellPlaces* columns, std::size_t count) const {
+    static_assert(sizeof(SBxCellPlaces) % sizeof(int) == 0);
+    std::fill_n(best.worths, kTogether, kWorthless);
+    std::fill_n(best.choices, kTogether, -1);
+    if (count > 0) {
+        BX_Kernels().BestColumns(best.worths, best.choices, m_SideBySide.Data(), columns->places,
+                                 sizeof(SBxCellPlaces) / sizeof(int), static_cast<int>(count));
+    }
 }

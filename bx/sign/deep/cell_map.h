@@ -14,6 +14,8 @@
 #pragma once
 
 #include "geometry.h"
+#include "heap_array.h"
+#include "kernels.h"
 #include "pattern_plane.h"
 #include "sign_format.h"
 #include "tone.h"
@@ -46,20 +48,35 @@ public:
     // The worth of a grid whose outer edges lie so, in pixels of the map.
     float Worth(const CBxRect<double>& frame) const;
 
-    // Adds up rows of the map, from column `from` up to `to`: sums[x] belongs to column x, sums[Width()] becomes 0.
-    void SumRows(float* sums, const SBxCellPlaces& rows, int from, int to) const;
-    static float SumColumns(const float* sums, const SBxCellPlaces& columns) {
-        float sum = 0.0f;
-        for (const int column : columns.places) {
-            sum += sums[column];
-        }
-        return sum;
-    }
-
 private:
     double m_dCellWidth = 0.0;
     double m_dCellHeight = 0.0;
     int m_iWidth = 0;
     int m_iHeight = 0;
     CBxHeapArray<float> m_Worth;
+};
+
+// Weighs choices of columns of cells together with some choices of rows of cells on a map. One thread's.
+class CBxCellChoices {
+public:
+    static constexpr int kTogether = SBxKernels::kRowChoices;
+
+    // For maps of this width. False without memory.
+    [[nodiscard]] bool Prepare(int width);
+
+    // Adds the map up along each of these choices of rows, at most kTogether, from column `from` up to `to`.
+    void SumRows(const CBxCellMap& map, const SBxCellPlaces* rows, int count, int from, int to);
+
+    // The first of the best choices of columns for each of the rows, and what it is worth. Columns are between `from`
+    // and `to`, or outside the map.
+    struct SBest {
+        float worths[kTogether];
+        int choices[kTogether];  // -1 when there are no columns
+    };
+    void FindBest(SBest& best, const SBxCellPlaces* columns, std::size_t count) const;
+
+private:
+    int m_iWidth = 0;
+    CBxHeapArray<float> m_Sums;        // of each choice of rows, one after the other
+    CBxHeapArray<float> m_SideBySide;  // the same by columns; that behind the last one is 0
 };

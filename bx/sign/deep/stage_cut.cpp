@@ -19,7 +19,7 @@ constexpr double kPi = 3.141592653589793;
 constexpr double kLargestCut = 0.14;  // of a side, against what is left of it
 constexpr std::size_t kCutSteps = 45;
 constexpr std::size_t kCuts = kCutSteps * kCutSteps;  // on one axis
-constexpr std::size_t kSlice = 16;
+constexpr std::size_t kSlice = CBxCellChoices::kTogether;
 constexpr std::size_t kMostRead = 24;
 
 // The whole picture turned about its middle, in a frame of the old size (cut) or of the size that holds all of it.
@@ -92,25 +92,24 @@ unsigned char TryCuts(CBxDeepRun& run, const CBxCellMap& map, SBxMapGrid* grids)
     }
     std::atomic<bool> hasMemory{true};
     auto slice = [&](std::size_t begin, std::size_t end) {
-        CBxHeapArray<float> sums;
-        if (!sums.Allocate(static_cast<std::size_t>(map.Width()) + 1)) {
+        CBxCellChoices choices;
+        if (!choices.Prepare(map.Width())) {
             hasMemory.store(false);
         }
-        for (std::size_t i = begin; i < end && hasMemory.load() && !run.Ended(); ++i) {
-            const SCut rows(i, map.Height());
-            map.SumRows(sums.Data(), SBxCellPlaces(rows.first, rows.last, map.Height()), 0, map.Width());
-            std::size_t best = 0;
-            float worth = CBxCellMap::SumColumns(sums.Data(), columns[0]);
-            for (std::size_t k = 1; k < kCuts; ++k) {
-                const float other = CBxCellMap::SumColumns(sums.Data(), columns[k]);
-                if (other > worth) {
-                    worth = other;
-                    best = k;
-                }
+        if (hasMemory.load() && !run.Ended()) {
+            SBxCellPlaces rows[kSlice];
+            for (std::size_t i = begin; i < end; ++i) {
+                const SCut cut(i, map.Height());
+                rows[i - begin] = SBxCellPlaces(cut.first, cut.last, map.Height());
             }
-            const SCut x(best, width);
-            const SCut y(i, height);
-            grids[i] = {worth, {x.first, y.first, x.last, y.last}};
+            choices.SumRows(map, rows, static_cast<int>(end - begin), 0, map.Width());
+            CBxCellChoices::SBest best;
+            choices.FindBest(best, columns.Data(), kCuts);
+            for (std::size_t i = begin; i < end; ++i) {
+                const SCut x(static_cast<std::size_t>(best.choices[i - begin]), width);
+                const SCut y(i, height);
+                grids[i] = {best.worths[i - begin], {x.first, y.first, x.last, y.last}};
+            }
         }
         run.m_ulGrids.fetch_add((end - begin) * kCuts, std::memory_order_relaxed);
         return hasMemory.load() && !run.Ended();

@@ -72,37 +72,38 @@ public:
     CWidths(const CBxCellMap& map, double x, bool toLeft) : m_Map(map), m_dX(x), m_bToLeft(toLeft) {}
 
     bool Prepare(const SRange& widths) {
-        std::size_t count = 0;
         for (double width = widths.from; width < widths.to; width = NextSize(width)) {
-            ++count;
+            ++m_uiCount;
         }
-        if (!m_Sums.Allocate(static_cast<std::size_t>(m_Map.Width()) + 1) || !m_Columns.Allocate(count) ||
-            !m_Sides.Allocate(count)) {
+        if (!m_Columns.Allocate(m_uiCount) || !m_Sides.Allocate(m_uiCount)) {
             return false;
         }
         double width = widths.from;
-        for (std::size_t i = 0; i < count; ++i, width = NextSize(width)) {
-            m_Sides[i] = m_bToLeft ? SRange{m_dX - width, m_dX} : SRange{m_dX, m_dX + width};
-            m_Columns[i] = SBxCellPlaces(m_Sides[i].from, m_Sides[i].to, m_Map.Width());
+        for (std::size_t i = 0; i < m_uiCount; ++i, width = NextSize(width)) {
+            const SRange sides = m_bToLeft ? SRange{m_dX - width, m_dX} : SRange{m_dX, m_dX + width};
+            const SBxCellPlaces columns(sides.from, sides.to, m_Map.Width());
+            if (columns.inside >= kFewestInside) {
+                m_Sides[m_uiGood] = sides;
+                m_Columns[m_uiGood++] = columns;
+            }
         }
         m_iFrom = std::clamp(static_cast<int>(m_bToLeft ? m_dX - widths.to : m_dX), 0, m_Map.Width());
         m_iTo = std::clamp(static_cast<int>(m_bToLeft ? m_dX : m_dX + widths.to) + 1, 0, m_Map.Width());
         return true;
     }
-    std::size_t Count() const { return m_Sides.Size(); }
+    std::size_t Count() const { return m_uiCount; }
 
-    // The width that is worth most together with these rows of cells, and its worth.
-    float FindBest(SRange& sides, const SBxCellPlaces& rows) {
-        m_Map.SumRows(m_Sums.Data(), rows, m_iFrom, m_iTo);
-        float worth = kWorthless;
-        for (std::size_t i = 0; i < m_Columns.Size(); ++i) {
-            const float other = CBxCellMap::SumColumns(m_Sums.Data(), m_Columns[i]);
-            if (other > worth && m_Columns[i].inside >= kFewestInside) {
-                worth = other;
-                sides = m_Sides[i];
-            }
+    // The widths that are worth most together with these choices of rows of cells, and their worths; of no width with
+    // enough columns inside kWorthless.
+    void FindBest(SRange* sides, float* worths, CBxCellChoices& choices, const SBxCellPlaces* rows, int count) const {
+        choices.SumRows(m_Map, rows, count, m_iFrom, m_iTo);
+        CBxCellChoices::SBest best;
+        choices.FindBest(best, m_Columns.Data(), m_uiGood);
+        for (int i = 0; i < count; ++i) {
+            const bool isAny = best.choices[i] >= 0;
+            sides[i] = isAny ? m_Sides[static_cast<std::size_t>(best.choices[i])] : SRange{0.0, 0.0};
+            worths[i] = isAny ? best.worths[i] : kWorthless;
         }
-        return worth;
     }
 
 private:
@@ -111,7 +112,8 @@ private:
     const bool m_bToLeft;
     int m_iFrom = 0;
     int m_iTo = 0;
-    CBxHeapArray<float> m_Sums;
+    std::size_t m_uiCount = 0;
+    std::size_t m_uiGood = 0;  // that have enough columns inside
     CBxHeapArray<SRange> m_Sides;
     CBxHeapArray<SBxCellPlaces> m_Columns;
 };
@@ -298,13 +300,14 @@ private:
     // `scale` are the map's pixels a pixel of the picture.
     bool SearchMap(SMapFindings& found, const CBxCellMap& map, double scale, const SMapSizes& sizes) {
         CBxHeapArray<SBxMapGrid> grids;
-        if (!grids.Allocate(Tasks() * kOfDirection)) {
+        CBxCellChoices choices;
+        if (!grids.Allocate(Tasks() * kOfDirection) || !choices.Prepare(map.Width())) {
             return false;
         }
         std::size_t count = 0;
         for (std::size_t task = 0; task < Tasks() && !m_Run.Ended(); ++task) {
             SCornerGrids ofTask{};
-            if (!SearchDirection(ofTask, map, scale, task, sizes)) {
+            if (!SearchDirection(ofTask, choices, map, scale, task, sizes)) {
                 return false;
             }
             ofTask.count = BX_KeepDistinct(ofTask.best, ofTask.count, kOfDirection);
@@ -317,8 +320,8 @@ private:
         return true;
     }
 
-    bool SearchDirection(SCornerGrids& found, const CBxCellMap& map, double scale, std::size_t task,
-                         const SMapSizes& sizes) {
+    bool SearchDirection(SCornerGrids& found, CBxCellChoices& choices, const CBxCellMap& map, double scale,
+                         std::size_t task, const SMapSizes& sizes) {
         const SBxCornerAnchor& anchor = m_Anchors[static_cast<int>(task / kDirections)];
         const SMapSizes ofTask = SizesOfTask(sizes, task);
         if (ofTask.widths.IsEmpty() || ofTask.heights.IsEmpty()) {
@@ -326,22 +329,45 @@ private:
         }
         const bool upwards = task / 2 % 2 != 0;
         const double y = anchor.place.y * scale;
-        CWidths choices(map, anchor.place.x * scale, task % 2 != 0);
-        if (!choices.Prepare({ofTask.widths.from * scale, ofTask.widths.to * scale})) {
+        CWidths widths(map, anchor.place.x * scale, task % 2 != 0);
+        if (!widths.Prepare({ofTask.widths.from * scale, ofTask.widths.to * scale})) {
             return false;
         }
+        SRange heights[CBxCellChoices::kTogether];
+        SBxCellPlaces rows[CBxCellChoices::kTogether];
+        int count = 0;
         for (double height = ofTask.heights.from * scale; height < ofTask.heights.to * scale;
              height = NextSize(height)) {
             const double top = upwards ? y - height : y;
-            const SBxCellPlaces rows(top, top + height, map.Height());
-            SRange columns{0.0, 0.0};
-            const float worth = rows.inside < kFewestInside ? kWorthless : choices.FindBest(columns, rows);
-            if (worth > kWorthless) {
-                found.Offer({worth, {columns.from / scale, top / scale, columns.to / scale, (top + height) / scale}});
+            heights[count] = {top, top + height};
+            rows[count] = SBxCellPlaces(top, top + height, map.Height());
+            count += rows[count].inside < kFewestInside ? 0 : 1;
+            if (count == CBxCellChoices::kTogether) {
+                OfferBest(found, choices, widths, heights, rows, count, scale);
+                count = 0;
             }
-            m_Run.m_ulGrids.fetch_add(choices.Count(), std::memory_order_relaxed);
+            m_Run.m_ulGrids.fetch_add(widths.Count(), std::memory_order_relaxed);
         }
+        OfferBest(found, choices, widths, heights, rows, count, scale);
         return true;
+    }
+
+    // The best width for each of these heights.
+    static void OfferBest(SCornerGrids& found, CBxCellChoices& choices, const CWidths& widths, const SRange* heights,
+                          const SBxCellPlaces* rows, int count, double scale) {
+        if (count == 0) {
+            return;
+        }
+        SRange columns[CBxCellChoices::kTogether];
+        float worths[CBxCellChoices::kTogether];
+        widths.FindBest(columns, worths, choices, rows, count);
+        for (int i = 0; i < count; ++i) {
+            if (worths[i] > kWorthless) {
+                found.Offer(
+                    {worths[i],
+                     {columns[i].from / scale, heights[i].from / scale, columns[i].to / scale, heights[i].to / scale}});
+            }
+        }
     }
 
     unsigned char Read(int mark) {
