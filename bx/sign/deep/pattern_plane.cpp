@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr double kMostPixels = 6e5;
+constexpr double kUsualPixels = 6e5;
+constexpr double kMostWhole = 7e5;      // pixels of a picture that is not reduced
 constexpr int kReach = 24;              // pixels to either side; the neighbourhood of the relation
 constexpr float kLeastVariance = 4.0f;  // of green and red, tones squared; less tells nothing of blue
 
@@ -165,7 +166,8 @@ bool CBxPatternPlane::Halve(const CBxPatternPlane& planes) {
 
 bool CBxPatternPlane::Prepare(const SBxPicBuf& picture) {
     const double pixels = static_cast<double>(picture.m_iWidth) * picture.m_iHeight;
-    const int factor = std::max(1, static_cast<int>(std::lround(std::sqrt(pixels / kMostPixels))));
+    const int factor =
+        std::max(pixels > kMostWhole ? 2 : 1, static_cast<int>(std::lround(std::sqrt(pixels / kUsualPixels))));
     const int width = m_iWidth = picture.m_iWidth / factor;
     const int height = m_iHeight = picture.m_iHeight / factor;
     m_dScale = 1.0 / factor;

@@ -11,7 +11,7 @@
 // Made once; read by any number of threads. 8 bytes a pixel of the reduced picture.
 class CBxPatternPlane {
 public:
-    // From a 3_8 picture, reduced by a whole factor to 0.3 to 1.4 megapixels. False without memory.
+    // From a 3_8 picture, reduced by a whole factor to 0.2 to 0.9 megapixels. False without memory.
     [[nodiscard]] bool Prepare(const SBxPicBuf& picture);
 
     // The same at half the size of other planes. False without memory, and for planes too small to be halved.
