@@ -6,6 +6,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <numeric>
 
 #include "sign_code.h"
 
@@ -15,6 +16,7 @@ struct SLanes {
     CFour fours[kCodeWords / 4];
 
     float& operator[](int word) { return reinterpret_cast<float*>(fours)[word]; }
+    float operator[](int word) const { return reinterpret_cast<const float*>(fours)[word]; }
     // Both become their sum and their difference.
     void Butterfly(SLanes& other) {
         for (int i = 0; i < kCodeWords / 4; ++i) {
@@ -33,30 +35,45 @@ struct SLanes {
 // From the soft values of 256 cells; beliefs are above 0 for a 0.
 class CBxBeliefMessages {
 public:
-    explicit CBxBeliefMessages(const float* soft) : m_Code(BX_GetSignCode()), m_Members(m_Code.members) {
+    // Lets the words weigh the cells, once.
+    explicit CBxBeliefMessages(const float* soft) : m_Code(BX_GetSignCode()) {
         for (int bit = 0; bit < kCodeWords * kWordBits; ++bit) {
             m_Received[bit] = kSureness * soft[m_Code.cellOfFrameBit[bit]];
         }
         std::fill(m_FromEquations, m_FromEquations + kBlockBits, 0.0f);
         std::fill(m_FromEquations + kBlockBits, m_FromEquations + kStreamBits, kKnown);
+        WeighWords();
     }
 
+    // What the cells of the words add up to if each word is the best that they allow, less what the best of 128 words
+    // comes to by chance; in soft values.
+    float SurplusOfWords() const {
+        float surplus = 0.0f;
+        for (int word = 0; word < kCodeWords; ++word) {
+            const float* received = m_Received + word * kWordBits;
+            surplus += m_Best[word] - kBestByChance * 0.5f *
+                                          std::sqrt(std::inner_product(received, received + kWordBits, received, 0.0f));
+        }
+        return (surplus - 0.5f * kKnown * (kStreamBits - kBlockBits)) * (2.0f / kSureness);
+    }
+
+    // To be called once.
     void Exchange() {
-        for (int round = 0; round < kRounds; ++round) {
+        m_Members = m_Code.members;
+        for (int round = 1; round < kRounds; ++round) {
+            WeighEquations();
             WeighWords();
-            if (round + 1 < kRounds) {
-                WeighEquations();
-            }
         }
     }
 
     float Belief(int dataBit) const { return m_FromWords[dataBit] + m_FromEquations[dataBit]; }
 
 private:
-    static constexpr int kRounds = 4;         // of messages
-    static constexpr float kSureness = 3.0f;  // log-likelihood ratio of a cell with soft value 1
-    static constexpr float kDamping = 0.75f;  // maxima instead of sums overrate what they pass on
-    static constexpr float kKnown = 30.0f;    // of a bit that is always 0
+    static constexpr int kRounds = 4;              // of messages
+    static constexpr float kSureness = 3.0f;       // log-likelihood ratio of a cell with soft value 1
+    static constexpr float kDamping = 0.75f;       // maxima instead of sums overrate what they pass on
+    static constexpr float kKnown = 30.0f;         // of a bit that is always 0
+    static constexpr float kBestByChance = 2.54f;  // lengths of a word's soft values
 
     // For each data bit: the best word with a 0 there against the best with a 1, without what the equations said of it.
     // All 16 words side by side. The weight of a text is the sum of its word's bits, each with the sign of the bit; bit
@@ -94,6 +111,7 @@ private:
                 m_FromWords[bit] = zero[word] - one[word] - m_FromEquations[bit];
             }
         }
+        m_Best = weights[0];
     }
 
     // An equation tells each of its bits what the others make it, as surely as the least sure of them is. Signs are
@@ -141,8 +159,9 @@ private:
 
     const SBxSignCode& m_Code;
     std::array<SBxEquationMember, 4 * kBlockBits> m_Members;
-    float m_Next[4 * kBlockBits] = {};
+    float m_Next[4 * kBlockBits];
     float m_Received[kCodeWords * kWordBits];
     float m_FromEquations[kStreamBits];
     float m_FromWords[kStreamBits] = {};
+    SLanes m_Best;  // of the texts of each word
 };

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 
 #include "belief_messages.h"
 #include "sign_code.h"
@@ -18,6 +19,12 @@ constexpr int kBestKept = 8;        // texts looked at until one can be a sign
 // What turning over two bits may add to an agreement that is followed: of 2,400 random texts under normal noise of 0.8
 // to 1.2 tones none that was read rightly was further from 8.2 before, and nine in ten decodings of noise are.
 constexpr double kSlack = 0.7;
+// Most cells that are no sign's are known by their words and by the cells that are always 0, before more is done with
+// them: a fifth of noise comes to this much. Of 20,000 random texts that are read rightly from all cells or from two
+// thirds of them with an agreement of 9.5 or more, none is lost by it.
+constexpr double kLeastSurplus = 3.0;   // mean lengths of a cell's soft value
+constexpr double kWeightOfZeros = 2.0;  // against the words
+constexpr int kZeroCells = kCellCount - kFrameBits;
 constexpr float kMostSoft = 16.0f;  // times kWeightSteps it is a whole number of 16 bits
 
 // The code in terms of its surest independent data bits: row i has a 1 at pivot i and at no other pivot.
@@ -187,6 +194,12 @@ SBxCodeRow RowOfCandidate(const SBasis& basis, const SBxCodeRow& base, const SCa
     return row;
 }
 
+// What words and cells that are always 0 add up to beyond chance.
+double SurplusOf(const CBxBeliefMessages& messages, const float* soft) {
+    const float zeros = std::accumulate(soft + kCellCount - kZeroCells, soft + kCellCount, 0.0f);
+    return messages.SurplusOfWords() + kWeightOfZeros * zeros;
+}
+
 }  // namespace
 
 SBxSoftReading BX_DecodeSoft(const float* soft, double leastAgreement) {
@@ -198,6 +211,9 @@ SBxSoftReading BX_DecodeSoft(const float* soft, double leastAgreement) {
         return reading;
     }
     CBxBeliefMessages messages(soft);
+    if (leastAgreement > 0.0 && SurplusOf(messages, soft) < kLeastSurplus * length / kGridSide) {
+        return reading;
+    }
     messages.Exchange();
     SBasis basis;
     MakeBasis(basis, messages);
