@@ -66,6 +66,14 @@ public:
         }
     }
 
+    // How sure all data bits are together.
+    float Sureness() const {
+        float sum = 0.0f;
+        for (int bit = 0; bit < kBlockBits; ++bit) {
+            sum += std::fabs(Belief(bit));
+        }
+        return sum;
+    }
     float Belief(int dataBit) const { return m_FromWords[dataBit] + m_FromEquations[dataBit]; }
 
 private:

@@ -298,6 +298,9 @@ double CBxDeepRun::MoveUphill(SBxGridTrial& trial, float* soft, const SBxTone& t
         return BX_AgreementOfCells(values, cells);
     };
     double best = agreement(trial.pose, soft);
+    if (best < kPromisingAgreement) {
+        return best;  // only cells that have lost their tones spoke for it
+    }
     float movedSoft[kCellCount];
     const double cell = std::hypot(trial.pose.along.x, trial.pose.along.y);
     double step = std::max(kFirstMove * trial.scale / cell, trial.turned != 0.0 ? kFirstMoveOfTurned : 0.0);
