@@ -1,4 +1,4 @@
-// The loop that adds up four rows of whole numbers.
+// Loops over rows of whole numbers of two bytes.
 // Part of kernel_loops.h: internal linkage, no standard function.
 #pragma once
 
@@ -15,6 +15,17 @@ short SumFour(short* __restrict out, const short* a, const short* b, const short
         largest = sum > largest ? sum : largest;
     }
     return largest;
+}
+
+void DotProducts(int* __restrict sums, const short* vector, const short* rows, std::size_t rowCount,
+                 std::size_t length) {
+    for (std::size_t row = 0; row < rowCount; ++row, rows += length) {
+        int sum = 0;
+        for (std::size_t i = 0; i < length; ++i) {
+            sum += vector[i] * rows[i];
+        }
+        sums[row] = sum;
+    }
 }
 
 }  // namespace

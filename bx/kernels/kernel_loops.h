@@ -174,6 +174,7 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.SumRows = SumRows;
     kernels.LaySideBySide = LaySideBySide;
     kernels.BestColumns = BestColumns;
+    kernels.DotProducts = DotProducts;
     return kernels;
 }
 

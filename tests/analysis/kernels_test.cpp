@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numeric>
 #include <random>
 #include <vector>
 
@@ -246,6 +247,25 @@ TEST_P(KernelForms, WeighChoicesOfRowsAndColumnsTheSame) {
             EXPECT_EQ(choices[row], choice);
         }
         return found;
+    });
+}
+
+TEST_P(KernelForms, MultiplyRowsTheSame) {
+    constexpr std::size_t kRows = 3;
+    std::mt19937 random(19);
+    std::vector<short> numbers((kRows + 1) * kRoom);
+    std::generate(numbers.begin(), numbers.end(), [&random] { return static_cast<short>(random() % 64000 - 32000); });
+    ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+        const short* rows = numbers.data() + kRoom + offset;
+        std::vector<int> sums(kRows + 1, 7);
+        std::vector<short> vector(numbers.begin(), numbers.begin() + static_cast<std::ptrdiff_t>(count));
+        std::for_each(vector.begin(), vector.end(), [](short& value) { value = static_cast<short>(value / 1000); });
+        kernels.DotProducts(sums.data(), vector.data(), rows, kRows, count);
+        for (std::size_t row = 0; row < kRows; ++row) {
+            EXPECT_EQ(sums[row], std::inner_product(vector.begin(), vector.end(), rows + row * count, 0));
+        }
+        EXPECT_EQ(sums[kRows], 7);
+        return sums;
     });
 }
 

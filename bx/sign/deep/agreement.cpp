@@ -84,11 +84,15 @@ bool BX_RepeatsItself(const char* text) {
 }
 
 bool BX_IsTooRegular(const float* soft, const char* text) {
+    const double regularity = BX_Regularity(soft);
+    if (regularity <= kMostRegularity) {
+        return false;
+    }
     int cells[kCellCount];
     float ofText[kCellCount];
     BX_EncodeSign(cells, text);
     for (int cell = 0; cell < kCellCount; ++cell) {
         ofText[cell] = soft[cell] == 0.0f ? 0.0f : cells[cell] == 0 ? 1.0f : -1.0f;
     }
-    return BX_Regularity(soft) > std::max(kMostRegularity, BX_Regularity(ofText) + kRegularityOfNoise);
+    return regularity > BX_Regularity(ofText) + kRegularityOfNoise;
 }

@@ -9,6 +9,7 @@
 #include <numeric>
 
 #include "belief_messages.h"
+#include "kernels.h"
 #include "sign_code.h"
 #include "sign_op.h"
 
@@ -89,7 +90,7 @@ public:
     const SCandidate& operator[](int index) const { return m_Best[index]; }
 
 private:
-    SCandidate m_Best[kBestKept];
+    SCandidate m_Best[kBestKept] = {};
     int m_iCount = 0;
 };
 
@@ -126,43 +127,38 @@ public:
     }
 
     void CompareSingles(CBestCandidates& best) {
-        best.Offer(m_iBase, -1, -1);
         for (int row = 0; row < kTextBits; ++row) {
             SpreadCells(m_Masks[row], m_Basis.rows[row]);
-            m_iSums[row] = SumOfProducts(m_Weights, m_Masks[row]);
+        }
+        BX_Kernels().DotProducts(m_iSums, m_Weights, m_Masks[0], kTextBits, kCellCount);
+        best.Offer(m_iBase, -1, -1);
+        for (int row = 0; row < kTextBits; ++row) {
             best.Offer(m_iBase - 2 * m_iSums[row], row, -1);
         }
     }
 
     // After CompareSingles.
     void ComparePairs(CBestCandidates& best) {
-        for (int row = 0; row < kTextBits; ++row) {
+        for (int first = 0; first + 1 < kTextBits; ++first) {
+            alignas(64) std::int16_t masked[kCellCount];
             for (int cell = 0; cell < kCellCount; ++cell) {
-                m_Masked[row][cell] = static_cast<std::int16_t>(m_Weights[cell] * m_Masks[row][cell]);
+                masked[cell] = static_cast<std::int16_t>(m_Weights[cell] * m_Masks[first][cell]);
             }
-        }
-        for (int first = 0; first < kTextBits; ++first) {
-            for (int second = first + 1; second < kTextBits; ++second) {
-                const int shared = SumOfProducts(m_Masked[first], m_Masks[second]);
-                best.Offer(m_iBase - 2 * (m_iSums[first] + m_iSums[second]) + 4 * shared, first, second);
+            int shared[kTextBits];
+            const int count = kTextBits - 1 - first;
+            BX_Kernels().DotProducts(shared, masked, m_Masks[first + 1], static_cast<std::size_t>(count), kCellCount);
+            for (int i = 0; i < count; ++i) {
+                const int second = first + 1 + i;
+                best.Offer(m_iBase - 2 * (m_iSums[first] + m_iSums[second]) + 4 * shared[i], first, second);
             }
         }
     }
 
 private:
-    static int SumOfProducts(const std::int16_t* a, const std::int16_t* b) {
-        int sum = 0;
-        for (int cell = 0; cell < kCellCount; ++cell) {
-            sum += static_cast<int>(a[cell]) * b[cell];
-        }
-        return sum;
-    }
-
     const SBasis& m_Basis;
     int m_iBase = 0;
     int m_iSums[kTextBits];
     alignas(64) std::int16_t m_Weights[kCellCount];
-    alignas(64) std::int16_t m_Masked[kTextBits][kCellCount];
     alignas(64) std::int16_t m_Masks[kTextBits][kCellCount];
 };
 
