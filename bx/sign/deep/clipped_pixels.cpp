@@ -28,6 +28,10 @@ bool CBxClippedPixels::Prepare(const SBxPicBuf& picture) {
 
 bool CBxClippedPixels::Prepare(const SBxPicBuf& picture, const SBxLostTones& lost) {
     const double widest = std::max(lost.dark, lost.bright);
+    if (widest <= 0.0) {
+        m_bAny = false;
+        return true;
+    }
     m_fMostClipped = static_cast<float>(kMostUnknown / std::max(1.0, widest));
     return Prepare(picture, lost.dark > 0.0 ? kDarkest : -kNoTone, lost.bright > 0.0 ? kBrightest : kNoTone);
 }

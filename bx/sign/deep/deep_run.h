@@ -88,9 +88,6 @@ public:
         }
         return count;
     }
-    // Whether soft values that were made of rough means decode to anything that exact ones may make a hint of.
-    bool IsPromising(const float* soft);
-
     // The same for tones that may have been changed: without the cells that have lost the ends of theirs.
     void ReadWholeCells(float* means, const SBxGridTrial& trial) {
         ReadMeans(means, trial);
@@ -101,13 +98,14 @@ public:
 
     // Decodes one interpretation and keeps what is worth it. Any thread. Returns the agreement, 0 below notice.
     double Try(const SBxGridTrial& trial, const SBxTone& tone, const float* means, EBxDeepStage stage);
-    // Whether the lines of zeros may be those of ones, for a tone that means told.
-    bool IsAmbiguous(const SBxTone& tone) const;
     // The same under the tones as they are, but for an offset that the means tell. A comb does not tell an offset from
     // one that lies a distance of its lines away: of a large one both are decoded.
     void TryTones(const SBxGridTrial& trial, const float* means, EBxDeepStage stage);
     // Reads a trial and decodes it so.
     void TryAsRead(const SBxGridTrial& trial, EBxDeepStage stage);
+    // The same in less time, for a grid that is hardly worth it: exact means are read if rough ones decode to anything.
+    // `soft` receives the 256 soft values of the last means that were read.
+    void TryRoughly(float* soft, const SBxGridTrial& trial, EBxDeepStage stage);
     // The comb that fits means best, of any gain or, in a picture that was put back, of hardly any.
     float FindComb(SBxTone& tone, const float* means) const;
     // Decodes means under the tones as they are, and under those of the best comb.
@@ -138,6 +136,10 @@ public:
     std::atomic<unsigned long> m_ulDecodings{0};
 
 private:
+    // Whether the lines of zeros may be those of ones, for a tone that means told.
+    bool IsAmbiguous(const SBxTone& tone) const;
+    // Whether soft values that were made of rough means decode to anything that exact ones may make a hint of.
+    bool IsPromising(const float* soft, const SBxTone& tone);
     // Whether cells of a trial under this tone may have lost ends of their tones.
     bool MayBeClipped(const SBxTone& tone) const { return m_bKnowsTone || !tone.IsUnchanged(); }
     double Evidence(double agreement) const;

@@ -170,8 +170,8 @@ unsigned char BX_SearchOrientations(CBxDeepRun& run) {
                 if (orientation == 0) {
                     continue;
                 }
-                const SBxGridTrial trial = Reoriented(upright, orientation);
-                run.TryAsRead(trial, EBxDeepStage::Orientations);
+                float soft[kCellCount];
+                run.TryRoughly(soft, Reoriented(upright, orientation), EBxDeepStage::Orientations);
             }
         }
         return !run.Ended();

@@ -50,35 +50,6 @@ std::size_t KeepPromising(CBxDeepRun& run, SPairGrid* grids, std::size_t count) 
     return most;
 }
 
-// Where lines of zeros and of ones cannot be told apart, both readings.
-bool IsPromising(CBxDeepRun& run, const float* soft, const SBxTone& tone) {
-    if (run.IsPromising(soft)) {
-        return true;
-    }
-    float turned[kCellCount];
-    std::transform(soft, soft + kCellCount, turned, [](float value) { return -value; });
-    return run.IsAmbiguous(tone) && run.IsPromising(turned);
-}
-
-// Three quarters of the time of a reading are exact means, which few grids are worth.
-void ReadPair(CBxDeepRun& run, std::size_t pair) {
-    const SBxGridTrial trial = BX_TrialOfPair(run.m_Pool[pair]);
-    float means[kCellCount];
-    float soft[kCellCount];
-    run.ReadRoughMeans(means, trial);
-    SBxTone tone = BX_ToneOfMeans(means);
-    BX_SoftValues(soft, means, tone);
-    run.m_Softs.Set(pair, soft);
-    if (!IsPromising(run, soft, tone)) {
-        return;
-    }
-    run.ReadMeans(means, trial);
-    tone = BX_ToneOfMeans(means);
-    BX_SoftValues(soft, means, tone);
-    run.m_Softs.Set(pair, soft);
-    run.TryTones(trial, means, EBxDeepStage::Pairs);
-}
-
 }  // namespace
 
 unsigned char BX_SearchPairs(CBxDeepRun& run) {
@@ -98,7 +69,9 @@ unsigned char BX_SearchPairs(CBxDeepRun& run) {
     const std::size_t count = KeepPromising(run, grids.Data(), grids.Size());
     auto slice = [&run, &grids](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
-            ReadPair(run, grids[i].pair);
+            float soft[kCellCount];
+            run.TryRoughly(soft, BX_TrialOfPair(run.m_Pool[grids[i].pair]), EBxDeepStage::Pairs);
+            run.m_Softs.Set(grids[i].pair, soft);
         }
         return !run.Ended();
     };

@@ -1,5 +1,5 @@
 // Stage: the picture was turned by some degrees. Each pair of corners is tried as the diagonal of carriers turned by
-// many angles; those whose means lie well on the comb are decoded.
+// many angles; those of which a quarter of the cells lies well on a comb are read.
 #include <algorithm>
 #include <cmath>
 
@@ -18,8 +18,8 @@ constexpr double kFarthestZoom = 1.12;
 constexpr int kFewestAnchors = 5;
 constexpr int kWeakestAnchor = 24;  // rank
 constexpr std::size_t kMostGrids = 30000;
-constexpr std::size_t kMostScoredWhole = 3000;
-constexpr std::size_t kMostDecoded = 800;
+constexpr std::size_t kMostRead = 3000;
+constexpr std::size_t kReadSlice = 16;
 
 struct STurnedGrid {
     float score;
@@ -38,8 +38,8 @@ void KeepBest(STurnedGrid* grids, std::size_t count, std::size_t kept) {
     });
 }
 
-// All grids by a quarter of their cells, then the best of them by all. Returns how many were looked at twice.
-std::size_t ScoreTurns(CBxDeepRun& run, STurnedGrid* grids, std::size_t count) {
+// How well a quarter of the cells of each grid lies on a comb.
+void ScoreTurns(CBxDeepRun& run, STurnedGrid* grids, std::size_t count) {
     auto sample = [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
             float means[CBxBlueSums::kSampledCells];
@@ -51,18 +51,6 @@ std::size_t ScoreTurns(CBxDeepRun& run, STurnedGrid* grids, std::size_t count) {
         return !run.Ended();
     };
     BX_RunSlices(count, kSlice, run.m_uiThreads, sample);
-    const std::size_t kept = std::min(count, kMostScoredWhole);
-    KeepBest(grids, count, kept);
-    auto score = [&](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
-            float means[kCellCount];
-            const int seen = run.ReadRoughMeans(means, TrialOf(run, grids[i]));
-            grids[i].score = seen * 2 > kCellCount ? BX_CombScore(means, kCellCount) : -1.0f;
-        }
-        return !run.Ended();
-    };
-    BX_RunSlices(kept, kSlice, run.m_uiThreads, score);
-    return kept;
 }
 
 // The largest angle that a pair is tried at.
@@ -108,19 +96,19 @@ unsigned char BX_SearchTurned(CBxDeepRun& run) {
             }
         }
     }
-    const std::size_t scored = ScoreTurns(run, grids.Data(), count);
+    ScoreTurns(run, grids.Data(), count);
     if (run.Ended()) {
         return kBxSuccess;
     }
-    const std::size_t decoded = std::min(scored, kMostDecoded);
-    KeepBest(grids.Data(), scored, decoded);
+    const std::size_t read = std::min(count, kMostRead);
+    KeepBest(grids.Data(), count, read);
     auto decode = [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
-            const SBxGridTrial trial = TrialOf(run, grids[i]);
-            run.TryAsRead(trial, EBxDeepStage::Turned);
+            float soft[kCellCount];
+            run.TryRoughly(soft, TrialOf(run, grids[i]), EBxDeepStage::Turned);
         }
         return !run.Ended();
     };
-    BX_RunSlices(decoded, 4, run.m_uiThreads, decode);
+    BX_RunSlices(read, kReadSlice, run.m_uiThreads, decode);
     return kBxSuccess;
 }
