@@ -1,6 +1,7 @@
 // Stage: no pair of corners leads to the carrier, because the picture was turned or reduced and its strongest corners
 // are others now. All grids of all sizes are weighed on maps of cells, upright and turned by up to 12 degrees; the best
-// are moved to where the comb of their means is clearest, and decoded.
+// are moved to where the comb of their means is clearest, and decoded. Carriers that are small against the picture have
+// very many places, by chance some of them are worth more than a larger carrier that is there: they come afterwards.
 #include <algorithm>
 #include <atomic>
 #include <cmath>
@@ -23,12 +24,11 @@ constexpr double kSmallestTurned = 0.985 * kCellAsSigned;           // few turne
 constexpr double kSmallestCell = 4.1;                               // pixels
 constexpr double kAlmost = 0.999;
 constexpr double kLongest = 2.6;        // the longer side of a carrier against the shorter one
-constexpr double kMostUpright = 1.2e8;  // grids
-constexpr double kMostUprightOfSmall = 3.5e8;
-constexpr double kSmallPicture = 5e5;  // pixels; most are copies of larger ones
+constexpr double kMostUpright = 3.5e8;  // grids
 constexpr double kMostTurned = 4e8;
-constexpr double kLargePicture = 4.5e5;  // pixels; carriers have far more places than can be looked at
-constexpr double kShareOfLarge = 0.3;
+constexpr double kLargePicture = 4.5e5;         // pixels; of larger ones
+constexpr double kFirstUprightOfLarge = 3.6e7;  // come first,
+constexpr double kMostTurnedOfLarge = 1.2e8;    // and these are all
 constexpr int kMostSizes = 256;
 constexpr std::size_t kOfAngle = 32;  // grids that one sweep may give
 constexpr std::size_t kOfSizes = 48;
@@ -39,12 +39,10 @@ constexpr std::size_t kSurelyRead = 4;
 constexpr double kPromisingComb = 4.8;    // standard deviations
 constexpr std::size_t kMostLattices = 4;  // whose places are read
 constexpr int kMostPlaces = 12;           // of one lattice
-constexpr int kMostClimbedPlaces = 4;
-constexpr double kShareOfSharp = 0.5;  // of the blur
-constexpr double kErrorOfMap = 0.1;    // cells
+constexpr double kShareOfSharp = 0.5;     // of the blur
+constexpr double kErrorOfMap = 0.1;       // cells
 constexpr int kFirstRounds = 2;
 constexpr double kErrorOfClimb = 0.05;
-constexpr double kErrorsOfPlace[] = {0.03, 0.08};
 constexpr int kLastRounds = 4;
 constexpr double kClearComb = 6.0;     // standard deviations; chance makes it 5
 constexpr double kSameLattice = 0.25;  // cells
@@ -72,6 +70,13 @@ bool IsAlias(const SBxGridPose& a, const SBxGridPose& b) {
     return true;
 }
 
+// The sizes that one search looks at, by the number of grids that they have when those with fewest come first.
+struct SSearchedGrids {
+    double upright;  // up to so many,
+    double turned;
+    double before;  // but not these
+};
+
 // A range of cell sizes, from so many pixels up.
 struct SSizes {
     double width;
@@ -84,10 +89,11 @@ class CSearchAnywhere {
 public:
     explicit CSearchAnywhere(CBxDeepRun& run) : m_Run(run) {}
 
-    unsigned char Search() {
+    // 0 or 6.
+    unsigned char Search(const SSearchedGrids& searched) {
         bool hasMemory =
             m_Run.PreparePlanes() && m_Best.Prepare(kMostFollowed, 0.0f) && m_Swept.Prepare(kMostFollowed, 0.0f);
-        ChooseSizes();
+        ChooseSizes(searched);
         CBxPatternPlane columns;
         for (int i = 0; i < m_iSizes && hasMemory && !m_Run.Ended(); ++i) {
             if (i == 0 || m_Sizes[i].width != m_Sizes[i - 1].width) {
@@ -117,8 +123,7 @@ private:
         return columns.PrepareColumns(m_dHalved > 1.0 ? m_Halved : m_Run.m_Planes, ofPlanes * m_dHalved);
     }
 
-    // Sizes that cost least come first, as long as the grids are not too many.
-    void ChooseSizes() {
+    void ChooseSizes(const SSearchedGrids& searched) {
         const double width = m_Run.m_Sums.Width();
         const double height = m_Run.m_Sums.Height();
         constexpr double kStep = CBxTurnedMap::kSizes;
@@ -134,9 +139,6 @@ private:
             }
         }
         std::sort(m_Sizes, m_Sizes + m_iSizes, [](const SSizes& a, const SSizes& b) { return a.grids < b.grids; });
-        const double pixels = width * height;
-        const double share = pixels > kLargePicture ? kShareOfLarge : 1.0;
-        const double mostUpright = pixels < kSmallPicture ? kMostUprightOfSmall : share * kMostUpright;
         double upright = 0.0;
         double turned = 0.0;
         int count = 0;
@@ -145,9 +147,9 @@ private:
             upright += sizes.grids;
             if (std::min(sizes.width, sizes.height) > kAlmost * kSmallestTurned) {
                 turned += 2 * kAngles * sizes.grids;
-                sizes.angles = turned < share * kMostTurned ? kAngles : 0;
+                sizes.angles = turned < searched.turned ? kAngles : 0;
             }
-            if (upright < mostUpright) {
+            if (upright < searched.upright && upright >= searched.before) {
                 m_Sizes[count++] = sizes;
             }
         }
@@ -256,7 +258,7 @@ private:
     // Decodes a grid where its comb is clearest. A grid that lies some whole cells beside the carrier has nearly as
     // clear a comb, so with `readsPlaces` places around are decoded, too.
     void ReadLattice(SBxGridTrial trial, bool readsPlaces) {
-        if (ReadWhereClearest(trial, kErrorOfClimb) < kClearComb || !readsPlaces || m_Run.Ended()) {
+        if (ReadWhereClearest(trial) < kClearComb || !readsPlaces || m_Run.Ended()) {
             return;
         }
         CBxCellLattice lattice;
@@ -266,21 +268,15 @@ private:
         for (int i = 0; i < count && !m_Run.Ended(); ++i) {
             m_Run.TryAsRead(places[i], EBxDeepStage::Anywhere);
         }
-        for (const double error : kErrorsOfPlace) {
-            for (int i = 0; i < std::min(count, kMostClimbedPlaces) && !m_Run.Ended(); ++i) {
-                SBxGridTrial place = places[i];
-                ReadWhereClearest(place, error);
-            }
-        }
     }
 
     // Under soft edges and sharp ones: programs that scale or turn pictures differ. Returns how clear the comb is.
-    double ReadWhereClearest(SBxGridTrial& trial, double error) {
+    double ReadWhereClearest(SBxGridTrial& trial) {
         const double blur = trial.blur;
         double clearness = 0.0;
         for (const double share : {kShareOfSharp, 1.0}) {
             trial.blur = share * blur;
-            clearness = std::max(clearness, BX_ClimbComb(m_Run, trial, error, kLastRounds, false));
+            clearness = std::max(clearness, BX_ClimbComb(m_Run, trial, kErrorOfClimb, kLastRounds, false));
             m_Run.TryAsRead(trial, EBxDeepStage::Anywhere);
         }
         return clearness;
@@ -304,5 +300,13 @@ private:
 }  // namespace
 
 unsigned char BX_SearchAnywhere(CBxDeepRun& run) {
-    return CSearchAnywhere(run).Search();
+    const double pixels = static_cast<double>(run.Picture().m_iWidth) * run.Picture().m_iHeight;
+    const bool isLarge = pixels > kLargePicture;
+    const SSearchedGrids first{isLarge ? kFirstUprightOfLarge : kMostUpright,
+                               isLarge ? kMostTurnedOfLarge : kMostTurned, 0.0};
+    const unsigned char result = CSearchAnywhere(run).Search(first);
+    if (result != kBxSuccess || !isLarge || run.Ended()) {
+        return result;
+    }
+    return CSearchAnywhere(run).Search({kMostUpright, 0.0, kFirstUprightOfLarge});
 }
