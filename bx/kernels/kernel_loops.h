@@ -13,6 +13,7 @@
 #include "kernel_maps.h"
 #include "kernel_resampling.h"
 #include "kernel_sums.h"
+#include "kernel_walks.h"
 #include "kernels.h"
 
 namespace {
@@ -175,6 +176,7 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.LaySideBySide = LaySideBySide;
     kernels.BestColumns = BestColumns;
     kernels.DotProducts = DotProducts;
+    kernels.SampleAlong = SampleAlong;
     return kernels;
 }
 

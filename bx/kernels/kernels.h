@@ -96,6 +96,19 @@ struct SBxCellOdds {
     float elsewhereVariance;
 };
 
+// A straight walk across a plane of packed rows, step i at (x + i stepX, y + i stepY) from the middle of the first
+// pixel.
+struct SBxPlaneWalk {
+    const float* plane;
+    int width;
+    int height;  // the pixels are fewer than 2^31
+    double x;
+    double y;
+    double stepX;
+    double stepY;
+    float factor;
+};
+
 struct SBxKernels {
     const char* m_szName;
 
@@ -212,6 +225,8 @@ struct SBxKernels {
     // becomes k.
     void (*BestColumns)(float* worths, int* choices, const float* sums, const int* columns, std::size_t pitch,
                         int count);
+    // out[i] = the whole part of factor * the plane between its pixels at step i, which must be in range; 0 outside.
+    void (*SampleAlong)(short* out, const SBxPlaneWalk& walk, std::size_t count);
 };
 
 // The loops in the form in use.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <numeric>
@@ -267,6 +268,37 @@ TEST_P(KernelForms, MultiplyRowsTheSame) {
         EXPECT_EQ(sums[kRows], 7);
         return sums;
     });
+}
+
+// Walks that begin and end outside, and one along the last rows and columns.
+TEST_P(KernelForms, WalkAcrossAPlaneTheSame) {
+    constexpr int kWidth = 29;
+    constexpr int kHeight = 23;
+    const std::vector<float> plane = RandomRow<float>(51, kWidth * kHeight);
+    for (const auto& [x, y, stepX, stepY] : {std::array{-3.2, 4.9, 1.31, 0.27},
+                                             {35.5, 30.0, -1.2, -0.9},
+                                             {0.0, 21.75, 0.75, 0.01},
+                                             {27.9, -8.0, 0.0, 1.0}}) {
+        const SBxPlaneWalk walk{plane.data(), kWidth, kHeight, x, y, stepX, stepY, 30.0f};
+        ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t count) {
+            std::vector<short> out(kRoom, 7);
+            kernels.SampleAlong(out.data() + offset, walk, count);
+            return out;
+        });
+    }
+    // Of a plane that rises evenly the values between the pixels are known.
+    std::vector<float> slope(kWidth * kHeight);
+    for (std::size_t i = 0; i < slope.size(); ++i) {
+        slope[i] = static_cast<float>(i % kWidth) + 2.0f * static_cast<float>(i / kWidth);
+    }
+    short out[kMostCount];
+    m_pForm->SampleAlong(out, {slope.data(), kWidth, kHeight, -4.0, 3.0, 1.25, 0.5, 100.0f}, kMostCount);
+    for (std::size_t i = 0; i < kMostCount; ++i) {
+        const double x = -4.0 + 1.25 * static_cast<double>(i);
+        const double y = 3.0 + 0.5 * static_cast<double>(i);
+        const bool isInside = x >= 0.0 && x < kWidth - 1 && y < kHeight - 1;
+        EXPECT_NEAR(out[i], isInside ? 100.0 * (x + 2.0 * y) : 0.0, 1.0) << i;
+    }
 }
 
 // The loops of the corner search, against their definition. Few different values, so that plateaus occur.

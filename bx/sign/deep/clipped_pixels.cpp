@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "heap_array.h"
+#include "kernels.h"
 
 namespace {
 
@@ -18,6 +19,50 @@ constexpr int kWhole = 1000;
 constexpr float kMostClipped = 90.0f;  // thousandths of a cell
 constexpr double kMostUnknown = 1e4;   // thousandths times lost tones
 constexpr double kMostRows = 8.0;      // of an ellipse
+
+// How many clipped pixels each column of some rows holds.
+class CClippedColumns {
+public:
+    // Tones up to `darkest` and from `brightest` on are clipped; neither needs to be one.
+    CClippedColumns(int darkest, int brightest)
+        : m_ucDark(static_cast<unsigned char>(std::max(0, darkest + 1))),
+          m_ucBright(static_cast<unsigned char>(std::min(255, brightest - 1))) {}
+
+    bool Prepare(std::size_t width) {
+        return m_Counts.Allocate(width) && m_Blue.Allocate(width) && m_Others.Allocate(2 * width);
+    }
+    void Clear() { std::fill_n(m_Counts.Data(), m_Counts.Size(), std::uint16_t{0}); }
+    void AddRow(const unsigned char* row) {
+        const std::size_t width = m_Counts.Size();
+        BX_Kernels().Split3(m_Blue.Data(), m_Others.Data(), m_Others.Data() + width, row, width);
+        const unsigned char* const blue = m_Blue.Data();
+        std::uint16_t* const counts = m_Counts.Data();
+        for (std::size_t x = 0; x < width; ++x) {
+            counts[x] = static_cast<std::uint16_t>(counts[x] + (blue[x] < m_ucDark || blue[x] > m_ucBright ? 1 : 0));
+        }
+    }
+    // Of squares of factor x factor pixels. Returns whether any holds clipped ones.
+    bool WriteShares(std::uint16_t* shares, int factor) const {
+        const auto side = static_cast<std::size_t>(factor);
+        int any = 0;
+        for (std::size_t x = 0; x < m_Counts.Size() / side; ++x) {
+            int count = 0;
+            for (std::size_t i = 0; i < side; ++i) {
+                count += m_Counts[x * side + i];
+            }
+            any |= count;
+            shares[x] = static_cast<std::uint16_t>(count * kWhole / (factor * factor));
+        }
+        return any != 0;
+    }
+
+private:
+    const unsigned char m_ucDark;    // darker ones are clipped
+    const unsigned char m_ucBright;  // brighter ones are
+    CBxHeapArray<std::uint16_t> m_Counts;
+    CBxHeapArray<unsigned char> m_Blue;
+    CBxHeapArray<unsigned char> m_Others;
+};
 
 }  // namespace
 
@@ -47,25 +92,17 @@ bool CBxClippedPixels::Prepare(const SBxPicBuf& picture, int darkest, int bright
         return true;
     }
     CBxHeapArray<std::uint16_t> shares;
-    CBxHeapArray<int> counts;
-    if (!shares.Allocate(static_cast<std::size_t>(width) * height) || !counts.Allocate(width)) {
+    CClippedColumns columns(darkest, brightest);
+    if (!shares.Allocate(static_cast<std::size_t>(width) * height) ||
+        !columns.Prepare(static_cast<std::size_t>(width) * factor)) {
         return false;
     }
     for (int y = 0; y < height; ++y) {
-        std::fill_n(counts.Data(), width, 0);
+        columns.Clear();
         for (int row = y * factor; row < (y + 1) * factor; ++row) {
-            const auto* blue = BX_PicRow<unsigned char>(picture, row);
-            for (int x = 0; x < width; ++x) {
-                for (int i = 0; i < factor; ++i, blue += 3) {
-                    counts[x] += *blue <= darkest || *blue >= brightest ? 1 : 0;
-                }
-            }
+            columns.AddRow(BX_PicRow<unsigned char>(picture, row));
         }
-        for (int x = 0; x < width; ++x) {
-            m_bAny = m_bAny || counts[x] != 0;
-            shares[static_cast<std::size_t>(y) * width + x] =
-                static_cast<std::uint16_t>(counts[x] * kWhole / (factor * factor));
-        }
+        m_bAny = columns.WriteShares(shares.Data() + static_cast<std::ptrdiff_t>(y) * width, factor) || m_bAny;
     }
     return !m_bAny || m_Shares.Prepare(shares.Data(), width, height);
 }

@@ -181,9 +181,9 @@ void CBxTurnedSweep::TurnBack(const CBxTurnedMap& map) {
         const double mapX = start.x * map.m_dScaleX - 0.5;
         const double mapY = start.y * map.m_dScaleY - 0.5;
         std::int16_t* row = m_View.Data() + static_cast<std::ptrdiff_t>(y) * m_iWidth;
-        for (int x = 0; x < m_iWidth; ++x) {
-            row[x] = static_cast<std::int16_t>(kSteps * map.At(mapX + x * stepX, mapY + x * stepY));
-        }
+        BX_Kernels().SampleAlong(
+            row, {map.m_Map.Values(), map.m_Map.Width(), map.m_Map.Height(), mapX, mapY, stepX, stepY, kSteps},
+            static_cast<std::size_t>(m_iWidth));
     }
 }
 
