@@ -1,10 +1,45 @@
-// Loops over rows of whole numbers of two bytes.
+// The loop that adds up four rows of whole numbers.
 // Part of kernel_loops.h: internal linkage, no standard function.
 #pragma once
 
 #include <cstddef>
 
+#if defined(__AVX512F__)
+#include <immintrin.h>
+#endif
+
 namespace {
+
+#if defined(__AVX512F__)
+
+inline short LargestOf(__m512i values) {
+    const __m256i half = _mm256_max_epi16(_mm512_castsi512_si256(values), _mm512_extracti64x4_epi64(values, 1));
+    const __m128i quarter = _mm_max_epi16(_mm256_castsi256_si128(half), _mm256_extracti128_si256(half, 1));
+    // What is largest is what lacks least of 32767.
+    const __m128i lack = _mm_minpos_epu16(_mm_xor_si128(quarter, _mm_set1_epi16(32767)));
+    return static_cast<short>(_mm_cvtsi128_si32(lack) ^ 32767);
+}
+
+// Rows are short, so what is left of them behind whole vectors counts.
+short SumFour(short* __restrict out, const short* a, const short* b, const short* c, const short* d,
+              std::size_t count) {
+    constexpr std::size_t kShorts = 32;
+    __m512i largest = _mm512_set1_epi16(-32768);
+    for (std::size_t i = 0; i < count; i += kShorts) {
+        const std::size_t left = count - i;
+        const __mmask32 all = left < kShorts ? (1U << left) - 1U : ~0U;
+        const __m512i first =
+            _mm512_add_epi16(_mm512_maskz_loadu_epi16(all, a + i), _mm512_maskz_loadu_epi16(all, b + i));
+        const __m512i last =
+            _mm512_add_epi16(_mm512_maskz_loadu_epi16(all, c + i), _mm512_maskz_loadu_epi16(all, d + i));
+        const __m512i sums = _mm512_add_epi16(first, last);
+        _mm512_mask_storeu_epi16(out + i, all, sums);
+        largest = _mm512_mask_max_epi16(largest, all, largest, sums);
+    }
+    return LargestOf(largest);
+}
+
+#else
 
 short SumFour(short* __restrict out, const short* a, const short* b, const short* c, const short* d,
               std::size_t count) {
@@ -17,15 +52,6 @@ short SumFour(short* __restrict out, const short* a, const short* b, const short
     return largest;
 }
 
-void DotProducts(int* __restrict sums, const short* vector, const short* rows, std::size_t rowCount,
-                 std::size_t length) {
-    for (std::size_t row = 0; row < rowCount; ++row, rows += length) {
-        int sum = 0;
-        for (std::size_t i = 0; i < length; ++i) {
-            sum += vector[i] * rows[i];
-        }
-        sums[row] = sum;
-    }
-}
+#endif
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "kernel_ellipses.h"
 #include "kernel_fours.h"
 #include "kernel_maps.h"
+#include "kernel_products.h"
 #include "kernel_resampling.h"
 #include "kernel_sums.h"
 #include "kernel_walks.h"
