@@ -20,23 +20,35 @@ inline short LargestOf(__m512i values) {
     return static_cast<short>(_mm_cvtsi128_si32(lack) ^ 32767);
 }
 
-// Rows are short, so what is left of them behind whole vectors counts.
-short SumFour(short* __restrict out, const short* a, const short* b, const short* c, const short* d,
-              std::size_t count) {
+// The sums of so many places, 0 in the others.
+inline __m512i SumsOfFour(const short* a, const short* b, const short* c, const short* d, __mmask32 places) {
+    return _mm512_add_epi16(_mm512_add_epi16(_mm512_maskz_loadu_epi16(places, a), _mm512_maskz_loadu_epi16(places, b)),
+                            _mm512_add_epi16(_mm512_maskz_loadu_epi16(places, c), _mm512_maskz_loadu_epi16(places, d)));
+}
+
+// Rows are short, so what is left of them behind whole vectors counts. Without `out` nothing is written.
+inline short SumAndFindLargest(short* out, const short* a, const short* b, const short* c, const short* d,
+                               std::size_t count) {
     constexpr std::size_t kShorts = 32;
     __m512i largest = _mm512_set1_epi16(-32768);
     for (std::size_t i = 0; i < count; i += kShorts) {
         const std::size_t left = count - i;
-        const __mmask32 all = left < kShorts ? (1U << left) - 1U : ~0U;
-        const __m512i first =
-            _mm512_add_epi16(_mm512_maskz_loadu_epi16(all, a + i), _mm512_maskz_loadu_epi16(all, b + i));
-        const __m512i last =
-            _mm512_add_epi16(_mm512_maskz_loadu_epi16(all, c + i), _mm512_maskz_loadu_epi16(all, d + i));
-        const __m512i sums = _mm512_add_epi16(first, last);
-        _mm512_mask_storeu_epi16(out + i, all, sums);
-        largest = _mm512_mask_max_epi16(largest, all, largest, sums);
+        const __mmask32 places = left < kShorts ? (1U << left) - 1U : ~0U;
+        const __m512i sums = SumsOfFour(a + i, b + i, c + i, d + i, places);
+        if (out != nullptr) {
+            _mm512_mask_storeu_epi16(out + i, places, sums);
+        }
+        largest = _mm512_mask_max_epi16(largest, places, largest, sums);
     }
     return LargestOf(largest);
+}
+
+short SumFour(short* out, const short* a, const short* b, const short* c, const short* d, std::size_t count) {
+    return SumAndFindLargest(out, a, b, c, d, count);
+}
+
+short LargestOfFour(const short* a, const short* b, const short* c, const short* d, std::size_t count) {
+    return SumAndFindLargest(nullptr, a, b, c, d, count);
 }
 
 #else
@@ -47,6 +59,15 @@ short SumFour(short* __restrict out, const short* a, const short* b, const short
     for (std::size_t i = 0; i < count; ++i) {
         const auto sum = static_cast<short>(a[i] + b[i] + c[i] + d[i]);
         out[i] = sum;
+        largest = sum > largest ? sum : largest;
+    }
+    return largest;
+}
+
+short LargestOfFour(const short* a, const short* b, const short* c, const short* d, std::size_t count) {
+    short largest = -32768;
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto sum = static_cast<short>(a[i] + b[i] + c[i] + d[i]);
         largest = sum > largest ? sum : largest;
     }
     return largest;

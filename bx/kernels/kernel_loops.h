@@ -166,6 +166,7 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.AddEllipseRow = AddEllipseRow;
     kernels.SumEllipses = SumEllipses;
     kernels.SumFour = SumFour;
+    kernels.LargestOfFour = LargestOfFour;
     kernels.SumBothAxes = SumBothAxes;
     kernels.MeansOfBoxes = MeansOfBoxes;
     kernels.ContrastsOfCells = ContrastsOfCells;

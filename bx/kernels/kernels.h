@@ -196,6 +196,8 @@ struct SBxKernels {
     short (*SumFour)(short* out, const short* a, const short* b, const short* c, const short* d, std::size_t count);
     // sums[r] = vector[0] * rows[r * length] + ... + vector[length - 1] * rows[r * length + length - 1], in range.
     void (*DotProducts)(int* sums, const short* vector, const short* rows, std::size_t rowCount, std::size_t length);
+    // The same without writing them.
+    short (*LargestOfFour)(const short* a, const short* b, const short* c, const short* d, std::size_t count);
 
     // out[i] = above[i] + the whole parts of scale * in[0], ..., scale * in[i], modulo 2^32.
     void (*SumBothAxes)(unsigned int* out, const unsigned int* above, const float* in, float scale, std::size_t count);

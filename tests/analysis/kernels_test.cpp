@@ -132,6 +132,7 @@ TEST_P(KernelForms, AddFourRowsUpTheSame) {
             expected = std::max(expected, out[offset + i]);
         }
         EXPECT_EQ(largest, expected);
+        EXPECT_EQ(kernels.LargestOfFour(in[0], in[1], in[2], in[3], count), expected);
         return out;
     });
 }

@@ -159,7 +159,7 @@ bool CBxTurnedSweep::Prepare(const CBxTurnedMap& map, double degrees) {
     }
     m_iWidth = static_cast<int>((last.x - m_Origin.x) * m_dScaleX);
     m_iHeight = static_cast<int>((last.y - m_Origin.y) * m_dScaleY);
-    if (!m_View.AllocateZeroed(static_cast<std::size_t>(m_iWidth) * m_iHeight) ||
+    if (!m_View.Allocate(static_cast<std::size_t>(m_iWidth) * m_iHeight) ||
         !m_Sums.AllocateZeroed(static_cast<std::size_t>(m_iWidth)) ||
         !m_Worths.AllocateZeroed(static_cast<std::size_t>(m_iWidth)) || !m_Fours.AllocateZeroed(m_View.Size()) ||
         !m_FoursOfRow.AllocateZeroed(static_cast<std::size_t>(m_iWidth))) {
@@ -194,6 +194,7 @@ struct CBxTurnedSweep::SSpacing {
     int four;
     int starts[kFours];
 
+    SSpacing() = default;
     explicit SSpacing(double size) {
         const double cell = size / kGridSide;
         pair = static_cast<int>(std::lround(cell));
@@ -229,52 +230,64 @@ void CBxTurnedSweep::SumFoursAcross(const SSpacing& columns) {
                          m_Sums.Size() - static_cast<std::size_t>(behind));
 }
 
-void CBxTurnedSweep::FindBest(CBxBestGrids& best, double width, const SSpacing& columns, int top, double height) {
-    const int count = m_iWidth - static_cast<int>(std::ceil(width));
-    if (count <= 0) {
+// A width of grids.
+struct CBxTurnedSweep::SWidth {
+    double width;
+    int count;  // of the places for such grids in a row
+    SSpacing columns;
+};
+
+void CBxTurnedSweep::FindBest(CBxBestGrids& best, const SWidth& wide, int top, double height) {
+    if (wide.count <= 0) {
         return;
     }
     const std::int16_t* four[kFours];
     for (int i = 0; i < kFours; ++i) {
-        four[i] = m_FoursOfRow.Data() + columns.starts[i];
+        four[i] = m_FoursOfRow.Data() + wide.columns.starts[i];
     }
-    std::int16_t* const worths = m_Worths.Data();
-    const std::int16_t highest =
-        BX_Kernels().SumFour(worths, four[0], four[1], four[2], four[3], static_cast<std::size_t>(count));
+    const auto count = static_cast<std::size_t>(wide.count);
+    const std::int16_t highest = BX_Kernels().LargestOfFour(four[0], four[1], four[2], four[3], count);
     const float worth = static_cast<float>(highest) / kSteps;
     if (worth > best.Bar()) {
+        std::int16_t* const worths = m_Worths.Data();
+        BX_Kernels().SumFour(worths, four[0], four[1], four[2], four[3], count);
         const auto x = static_cast<double>(std::find(worths, worths + count, highest) - worths);
         const double degrees = m_fDegrees;
         best.Offer({worth,
                     m_fDegrees,
                     {TurnedBack({m_Origin.x + x / m_dScaleX, m_Origin.y + top / m_dScaleY}, -degrees),
-                     TurnedBack({width / m_dScaleX / kGridSide, 0.0}, -degrees),
+                     TurnedBack({wide.width / m_dScaleX / kGridSide, 0.0}, -degrees),
                      TurnedBack({0.0, height / m_dScaleY / kGridSide}, -degrees)}});
     }
 }
 
 unsigned long CBxTurnedSweep::SweepHeight(CBxBestGrids& best, int height) {
     const double high = kSmallestGrid + height * kSizeStep;
-    const SSpacing rows(high);
-    unsigned long grids = 0;
     if (high > m_iHeight || kSmallestGrid > m_iWidth) {
-        return grids;
+        return 0;
     }
+    SWidth widths[kWidths];
+    int widthCount = 0;
+    unsigned long gridsOfRow = 0;
+    for (; widthCount < kWidths && kSmallestGrid + widthCount * kSizeStep <= m_iWidth; ++widthCount) {
+        const double wide = kSmallestGrid + widthCount * kSizeStep;
+        widths[widthCount] = {wide, m_iWidth - static_cast<int>(std::ceil(wide)), SSpacing(wide)};
+        gridsOfRow += static_cast<unsigned long>(m_iWidth - wide) + 1;
+    }
+    const SSpacing rows(high);
     SumFoursDown(rows);
+    unsigned long grids = 0;
     const int step = m_fDegrees == 0.0f ? 1 : kStepOfTurned;
     for (int top = 0; top + high <= m_iHeight; top += step) {
         SumRows(top, rows);
-        SSpacing before(0.0);
-        for (int i = 0; i < kWidths && kSmallestGrid + i * kSizeStep <= m_iWidth; ++i) {
-            const double wide = kSmallestGrid + i * kSizeStep;
-            const SSpacing columns(wide);
-            if (columns.pair != before.pair || columns.four != before.four) {
+        for (int i = 0; i < widthCount; ++i) {
+            const SSpacing& columns = widths[i].columns;
+            if (i == 0 || columns.pair != widths[i - 1].columns.pair || columns.four != widths[i - 1].columns.four) {
                 SumFoursAcross(columns);
             }
-            before = columns;
-            FindBest(best, wide, columns, top, high);
-            grids += static_cast<unsigned long>(m_iWidth - wide) + 1;
+            FindBest(best, widths[i], top, high);
         }
+        grids += gridsOfRow;
     }
     return grids;
 }

@@ -93,11 +93,12 @@ private:
     static constexpr int kWidths = kHeights;
     static constexpr int kFours = kGridSide / 4;
     struct SSpacing;
+    struct SWidth;
     void TurnBack(const CBxTurnedMap& map);
     void SumFoursDown(const SSpacing& spacing);
     void SumRows(int top, const SSpacing& rows);
     void SumFoursAcross(const SSpacing& columns);
-    void FindBest(CBxBestGrids& best, double width, const SSpacing& columns, int top, double height);
+    void FindBest(CBxBestGrids& best, const SWidth& wide, int top, double height);
 
     float m_fDegrees = 0.0f;
     double m_dScaleX = 1.0;  // pixels of the view a pixel of the picture
