@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "phasor.h"
+
 namespace {
 
 constexpr double kPi = 3.141592653589793;
@@ -85,14 +87,20 @@ private:
         trial.pose = pose;
         float means[kCellCount];
         Read(means, trial);
+        float cosines[kCellCount];
+        float sines[kCellCount];
+        for (int cell = 0; cell < kCellCount; ++cell) {
+            const SBxPhasor phasor = BX_PhasorOf(means[cell] * static_cast<float>(1.0 / (kPeriod / 2)));
+            cosines[cell] = phasor.cosine;
+            sines[cell] = phasor.sine;
+        }
         double real = 0.0;
         double imaginary = 0.0;
         double squares = 1e-9;
         for (int cell = 0; cell < kCellCount; ++cell) {
             if (means[cell] == means[cell]) {
-                const double angle = static_cast<double>(means[cell]) * kRadiansOfTone;
-                real += m_dWeights[cell] * std::cos(angle);
-                imaginary += m_dWeights[cell] * std::sin(angle);
+                real += m_dWeights[cell] * static_cast<double>(cosines[cell]);
+                imaginary += m_dWeights[cell] * static_cast<double>(sines[cell]);
                 squares += m_dWeights[cell] * m_dWeights[cell];
             }
         }

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <complex>
 
+#include "phasor.h"
+
 namespace {
 
 constexpr double kPi = 3.141592653589793;
@@ -17,37 +19,12 @@ bool IsNumber(float value) {
     return value == value;
 }
 
-struct SPhasor {
-    float cosine;
-    float sine;
-};
-
-// Of an angle in turns, up to a million of them, to a millionth; without a call, so that the loops over it run on
-// several values at a time.
-inline SPhasor PhasorOf(float turns) {
-    constexpr float kToWhole = 12582912.0f;  // what is added to it loses its fraction
-    constexpr auto kHalfTurn = static_cast<float>(kPi);
-    const float half = (turns - ((turns + kToWhole) - kToWhole)) * kHalfTurn;  // half the angle, within a quarter turn
-    const float square = half * half;
-    const float sine =
-        half *
-        (1.0f - square * (1.0f / 6.0f -
-                          square * (1.0f / 120.0f -
-                                    square * (1.0f / 5040.0f - square * (1.0f / 362880.0f - square / 39916800.0f)))));
-    const float cosine =
-        1.0f - square * (0.5f - square * (1.0f / 24.0f -
-                                          square * (1.0f / 720.0f -
-                                                    square * (1.0f / 40320.0f -
-                                                              square * (1.0f / 3628800.0f - square / 479001600.0f)))));
-    return {1.0f - 2.0f * sine * sine, 2.0f * sine * cosine};
-}
-
 // The sum of the phasors of numbers, so many turns a tone.
 std::complex<double> SumAtFrequency(const float* numbers, int count, double frequency) {
     float cosines[kCellCount];
     float sines[kCellCount];
     for (int i = 0; i < count; ++i) {
-        const SPhasor phasor = PhasorOf(numbers[i] * static_cast<float>(frequency));
+        const SBxPhasor phasor = BX_PhasorOf(numbers[i] * static_cast<float>(frequency));
         cosines[i] = phasor.cosine;
         sines[i] = phasor.sine;
     }
@@ -106,7 +83,7 @@ private:
         auto* cosines = reinterpret_cast<float*>(real);
         auto* sines = reinterpret_cast<float*>(imaginary);
         for (int i = 0; i < count; ++i) {
-            const SPhasor phasor = PhasorOf(numbers[i] * frequency);
+            const SBxPhasor phasor = BX_PhasorOf(numbers[i] * frequency);
             cosines[i] = phasor.cosine;
             sines[i] = phasor.sine;
         }
@@ -146,7 +123,7 @@ void BX_SoftValues(float* soft, const float* means, const SBxTone& tone) {
     const auto turnsPerTone = static_cast<float>(0.5 / (kLineDistance * tone.gain));
     const auto offset = static_cast<float>(tone.offset);
     for (int cell = 0; cell < kCellCount; ++cell) {
-        const float sine = PhasorOf((tones[cell] - offset) * turnsPerTone).sine;
+        const float sine = BX_PhasorOf((tones[cell] - offset) * turnsPerTone).sine;
         soft[cell] = IsNumber(means[cell]) ? sine : 0.0f;
     }
 }
