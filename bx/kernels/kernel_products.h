@@ -6,9 +6,9 @@
 
 namespace {
 
-void DotProducts(int* __restrict sums, const short* vector, const short* rows, std::size_t rowCount,
-                 std::size_t length) {
-    for (std::size_t row = 0; row < rowCount; ++row, rows += length) {
+void DotProducts(int* __restrict sums, const short* vector, std::size_t length, const short* rows, std::size_t pitch,
+                 std::size_t rowCount) {
+    for (std::size_t row = 0; row < rowCount; ++row, rows += pitch) {
         int sum = 0;
         for (std::size_t i = 0; i < length; ++i) {
             sum += vector[i] * rows[i];

@@ -194,10 +194,11 @@ struct SBxKernels {
     // out[i] = a[i] + b[i] + c[i] + d[i], which must be in range; returns the largest, the lowest number for none. The
     // inputs may overlap one another.
     short (*SumFour)(short* out, const short* a, const short* b, const short* c, const short* d, std::size_t count);
-    // sums[r] = vector[0] * rows[r * length] + ... + vector[length - 1] * rows[r * length + length - 1], in range.
-    void (*DotProducts)(int* sums, const short* vector, const short* rows, std::size_t rowCount, std::size_t length);
     // The same without writing them.
     short (*LargestOfFour)(const short* a, const short* b, const short* c, const short* d, std::size_t count);
+    // sums[r] = vector[0] * rows[r * pitch] + ... + vector[length - 1] * rows[r * pitch + length - 1], in range.
+    void (*DotProducts)(int* sums, const short* vector, std::size_t length, const short* rows, std::size_t pitch,
+                        std::size_t rowCount);
 
     // out[i] = above[i] + the whole parts of scale * in[0], ..., scale * in[i], modulo 2^32.
     void (*SumBothAxes)(unsigned int* out, const unsigned int* above, const float* in, float scale, std::size_t count);

@@ -262,9 +262,9 @@ TEST_P(KernelForms, MultiplyRowsTheSame) {
         std::vector<int> sums(kRows + 1, 7);
         std::vector<short> vector(numbers.begin(), numbers.begin() + static_cast<std::ptrdiff_t>(count));
         std::for_each(vector.begin(), vector.end(), [](short& value) { value = static_cast<short>(value / 1000); });
-        kernels.DotProducts(sums.data(), vector.data(), rows, kRows, count);
+        kernels.DotProducts(sums.data(), vector.data(), count, rows, offset, kRows);
         for (std::size_t row = 0; row < kRows; ++row) {
-            EXPECT_EQ(sums[row], std::inner_product(vector.begin(), vector.end(), rows + row * count, 0));
+            EXPECT_EQ(sums[row], std::inner_product(vector.begin(), vector.end(), rows + row * offset, 0));
         }
         EXPECT_EQ(sums[kRows], 7);
         return sums;

@@ -1,7 +1,10 @@
 // How well texts and cells agree, and what that proves.
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstdlib>
 
+#include "kernels.h"
 #include "sign_block.h"
 #include "sign_code.h"
 #include "soft_decoder.h"
@@ -13,6 +16,32 @@ constexpr int kFewestCompared = 48;        // pairs of cells
 constexpr int kMostRepetitions = 4;        // of a character in a row
 constexpr double kMostRegularity = 5.5;    // of cells that a sign may be read from
 constexpr double kRegularityOfNoise = 0.7;
+
+// The cells as 1, -1 and 0 for those that say nothing, with as many zeros behind each row as cells are displaced at
+// most: the sum over all pairs that lie so far apart is then one product of rows, and none of two ends of a row.
+class CSignedCells {
+public:
+    // Of the signs, or of their sizes: then the sums are the numbers of pairs.
+    CSignedCells(const float* soft, bool withSigns) {
+        for (int cell = 0; cell < kCellCount; ++cell) {
+            const float value = soft[cell];
+            const int sign = value < 0.0f && withSigns ? -1 : value != 0.0f ? 1 : 0;
+            m_Cells[kFarthestDisplacement + cell / kGridSide * kPitch + cell % kGridSide] =
+                static_cast<std::int16_t>(sign);
+        }
+    }
+    // sums[i]: cells `down` rows further, from kFarthestDisplacement columns to the left to as many to the right.
+    void SumPairs(int* sums, int down) const {
+        const std::int16_t* cells = m_Cells + kFarthestDisplacement;
+        BX_Kernels().DotProducts(sums, cells, static_cast<std::size_t>((kGridSide - down) * kPitch),
+                                 cells + down * kPitch - kFarthestDisplacement, 1, kAcross);
+    }
+    static constexpr int kAcross = 2 * kFarthestDisplacement + 1;
+
+private:
+    static constexpr int kPitch = kGridSide + kFarthestDisplacement;
+    alignas(64) std::int16_t m_Cells[(kGridSide + 1) * kPitch + kFarthestDisplacement] = {};
+};
 
 }  // namespace
 
@@ -49,23 +78,24 @@ double BX_ChanceOfAgreement(double agreement) {
 }
 
 double BX_Regularity(const float* soft) {
+    const CSignedCells signs(soft, true);
+    const CSignedCells sizes(soft, false);
+    const bool allSpeak = std::none_of(soft, soft + kCellCount, [](float value) { return value == 0.0f; });
     double worst = 0.0;
     for (int down = 0; down <= kFarthestDisplacement; ++down) {
-        for (int right = down == 0 ? 1 : -kFarthestDisplacement; right <= kFarthestDisplacement; ++right) {
-            int equal = 0;
-            int all = 0;
-            for (int row = 0; row + down < kGridSide; ++row) {
-                for (int column = std::max(0, -right); column < std::min(kGridSide, kGridSide - right); ++column) {
-                    const float here = soft[row * kGridSide + column];
-                    const float there = soft[(row + down) * kGridSide + column + right];
-                    if (here != 0.0f && there != 0.0f) {
-                        ++all;
-                        equal += (here < 0.0f) == (there < 0.0f) ? 1 : 0;
-                    }
-                }
+        int surplus[CSignedCells::kAcross];  // of pairs that say the same
+        int pairs[CSignedCells::kAcross];
+        signs.SumPairs(surplus, down);
+        if (allSpeak) {
+            for (int i = 0; i < CSignedCells::kAcross; ++i) {
+                pairs[i] = (kGridSide - down) * (kGridSide - std::abs(i - kFarthestDisplacement));
             }
-            if (all >= kFewestCompared) {
-                worst = std::max(worst, std::fabs(2.0 * equal - all) / std::sqrt(static_cast<double>(all)));
+        } else {
+            sizes.SumPairs(pairs, down);
+        }
+        for (int i = down == 0 ? kFarthestDisplacement + 1 : 0; i < CSignedCells::kAcross; ++i) {
+            if (pairs[i] >= kFewestCompared) {
+                worst = std::max(worst, std::abs(surplus[i]) / std::sqrt(static_cast<double>(pairs[i])));
             }
         }
     }

@@ -130,7 +130,7 @@ public:
         for (int row = 0; row < kTextBits; ++row) {
             SpreadCells(m_Masks[row], m_Basis.rows[row]);
         }
-        BX_Kernels().DotProducts(m_iSums, m_Weights, m_Masks[0], kTextBits, kCellCount);
+        BX_Kernels().DotProducts(m_iSums, m_Weights, kCellCount, m_Masks[0], kCellCount, kTextBits);
         best.Offer(m_iBase, -1, -1);
         for (int row = 0; row < kTextBits; ++row) {
             best.Offer(m_iBase - 2 * m_iSums[row], row, -1);
@@ -146,7 +146,8 @@ public:
             }
             int shared[kTextBits];
             const int count = kTextBits - 1 - first;
-            BX_Kernels().DotProducts(shared, masked, m_Masks[first + 1], static_cast<std::size_t>(count), kCellCount);
+            BX_Kernels().DotProducts(shared, masked, kCellCount, m_Masks[first + 1], kCellCount,
+                                     static_cast<std::size_t>(count));
             for (int i = 0; i < count; ++i) {
                 const int second = first + 1 + i;
                 best.Offer(m_iBase - 2 * (m_iSums[first] + m_iSums[second]) + 4 * shared[i], first, second);
