@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr double kLargestCut = 0.45;  // of a side of the picture, against what is left of it
+constexpr double kLargestCut = 0.6;  // of a side of the picture, against what is left of it
 constexpr double kSizeStep = 1.0 / 160.0;
 constexpr double kSmallestCell = 8.0;    // pixels of a plane that a map is made of, if there are finer ones
 constexpr double kSizesOfMap = 1.5;      // largest to smallest cell that one map is good for
@@ -22,8 +22,8 @@ constexpr double kLongest = 2.6;         // the longer side of a carrier against
 constexpr int kFewestInside = 10;        // columns, and rows, of a grid
 constexpr int kDirections = 4;           // to the right or left, down or up
 constexpr std::size_t kOfDirection = 3;  // grids that one corner may give in one direction
-constexpr std::size_t kMostRead = 24;
-constexpr double kMostGrids = 8e6;  // on all maps with all marks; the last corners are left out
+constexpr std::size_t kMostRead = 48;
+constexpr double kMostGrids = 2.4e7;  // on all maps with all marks; the last corners are left out
 constexpr int kFewestAnchors = 16;
 constexpr float kWorthless = -1e30f;
 
