@@ -154,6 +154,7 @@ QImage Page(bool isScreen, CRandom& random) {
 
 struct SSums {
     int pictures = 0;
+    int failed = 0;  // for want of memory; counted nowhere else
     int certain = 0;
     int uncertain = 0;
     int ordinary = 0;
@@ -162,17 +163,28 @@ struct SSums {
     double highest = 0.0;
 };
 
+void TellFailure(SSums& sums, const std::string& name) {
+    ++sums.failed;
+    std::fprintf(stderr, "%s: not searched to the end, memory could not be had\n", name.c_str());
+}
+
 void Search(SSums& sums, QImage image, const std::string& name, bool isVerbose) {
     const CBxPicBufHolder picture(CBxConvertPicture::GetPicBufFromQImage(&image));
     if (picture == nullptr) {
+        TellFailure(sums, name);
         return;
     }
     const auto archive = std::make_unique<CBxCornerArchive>();
     SBxSignRun run;
     run.m_pCorners = archive.get();
     char text[CBxSignOp::kTextBytes] = "";
-    ++sums.pictures;
-    if (CBxSignOp::ExtractTextFromPicture(run, picture.get(), text, 1) == kBxSuccess) {
+    const unsigned char ordinary = CBxSignOp::ExtractTextFromPicture(run, picture.get(), text, 1);
+    if (ordinary == kBxOutOfMemory) {
+        TellFailure(sums, name);
+        return;
+    }
+    if (ordinary == kBxSuccess) {
+        ++sums.pictures;
         ++sums.ordinary;
         std::printf("%s: ORDINARY \"%s\"\n", name.c_str(), text);
         return;
@@ -180,6 +192,11 @@ void Search(SSums& sums, QImage image, const std::string& name, bool isVerbose) 
     SBxDeepFinding finding;
     SBxDeepCosts costs;
     const unsigned char result = BX_SearchDeep(run, *picture, *archive, 1, finding, &costs);
+    if (result == kBxOutOfMemory) {
+        TellFailure(sums, name);
+        return;
+    }
+    ++sums.pictures;
     for (const SBxDeepCost& cost : costs.m_Stages) {
         sums.grids += cost.m_ulGrids;
         sums.decodings += cost.m_ulDecodings;
@@ -245,5 +262,9 @@ int main(int argc, char** argv) {
         "%d pictures, %lu grids, %lu decodings; found: %d ordinary, %d certain, %d uncertain; highest agreement "
         "%.2f\n",
         sums.pictures, sums.grids, sums.decodings, sums.ordinary, sums.certain, sums.uncertain, sums.highest);
+    if (sums.failed > 0) {
+        std::fprintf(stderr, "searches that failed and are not counted: %d\n", sums.failed);
+        return 2;
+    }
     return sums.ordinary + sums.certain == 0 ? 0 : 1;
 }

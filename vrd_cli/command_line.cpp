@@ -53,7 +53,8 @@ Examples:
   vrd sign photo.jpg -s abc-Z9 -o photo-signed.jpg
   vrd sign photo.jpg -s abc-Z9 -o photo-signed.png --force)";
 
-constexpr char kDetectExamples[] = R"(Prints "FILE: SIGN" or "FILE: no sign found" for each file.
+constexpr char kDetectExamples[] = R"(Prints "FILE: SIGN" or "FILE: no sign found" for each file. With --deep a sign has (uncertain) behind it when single
+letters of it may be wrong.
 
 A LIST holds one name a line, or names that each end with NUL, as find -print0 writes them. --shard i/n takes the files
 whose names fall to part i of n, told by the bytes of each name alone: every file falls to exactly one part, whatever
@@ -296,7 +297,7 @@ int ReportUsage(const CLI::App& app, const CLI::ParseError& error, const std::ve
         return app.exit(error);  // help and version
     }
     CBxConsole console(AsksForJson(words), false);
-    console.Error("", std::string(error.what()) + " (vrd --help tells more)");
+    console.Error("", std::string(error.what()) + " (" + app.get_name() + " --help tells more)");
     return static_cast<int>(EBxExit::kError);
 }
 

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <new>
@@ -42,6 +45,19 @@ CBxJson RecordOf(const SFileSearch& search, const std::string& file, EBxSearchDe
     return record;
 }
 
+// Names the command that searches what is no picture but holds some; empty otherwise.
+std::string OtherCommandFor(const std::string& file) {
+    std::error_code error;
+    if (std::filesystem::is_directory(file, error)) {
+        return "; vrd batch-detect searches folders";
+    }
+    std::string ending = std::filesystem::path(file).extension().string();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return std::filesystem::is_regular_file(file, error) && ending == ".pdf" ? "; vrd pdf-detect searches documents"
+                                                                             : "";
+}
+
 // Reads and searches one file; may run beside others.
 void SearchFile(SFileSearch& search, const std::string& file, unsigned int threads, EBxSearchDepth depth,
                 bool showProgress) {
@@ -51,7 +67,7 @@ void SearchFile(SFileSearch& search, const std::string& file, unsigned int threa
     const bool isRead = CBxConvertPicture::ReadInputFile(picture, file.c_str(), report) == kBxSuccess;
     const CBxPicBufHolder holder(picture);
     if (!isRead) {
-        search.fault = report.m_szReason;
+        search.fault = report.m_szReason + OtherCommandFor(file);
         return;
     }
     search.warning = report.m_szWarning;

@@ -57,6 +57,7 @@ SBxBatchDetectOutcome BX_RunBatchDetect(const SBxRunContext& context, const std:
     if (!BX_ListFolder(files, input)) {
         log.Error("Cannot read input files.");
         outcome.reason = CBxLocalization::Translate("the folder cannot be read");
+        outcome.logFault.clear();  // has the same cause
         return outcome;
     }
     outcome.total = files.size();

@@ -119,4 +119,14 @@ TEST_F(VrdDetect, TheCommandLineExplainsItselfAndRefusesWhatItDoesNotKnow) {
         EXPECT_THAT(run.err, HasSubstr("vrd: "));
     }
     EXPECT_THAT(OneLine(RunVrd({"detect", "--json"}))["error"].get<std::string>(), HasSubstr("FILE"));
+    EXPECT_THAT(RunVrd({"batch-detect"}).err, HasSubstr("(vrd batch-detect --help tells more)"));
+    EXPECT_THAT(RunVrd({}).err, HasSubstr("(vrd --help tells more)"));
+}
+
+TEST_F(VrdDetect, AFolderOrADocumentIsRefusedWithTheCommandThatSearchesIt) {
+    WriteBytes(m_Folder / "pages.PDF", "%PDF-1.4\n");
+    WriteBytes(m_Folder / "words.txt", "words");
+    EXPECT_THAT(RunVrd({"detect", m_Folder.Path()}).err, HasSubstr("it is a folder; vrd batch-detect"));
+    EXPECT_THAT(RunVrd({"detect", m_Folder / "pages.PDF"}).err, HasSubstr("known format; vrd pdf-detect"));
+    EXPECT_THAT(RunVrd({"detect", m_Folder / "words.txt"}).err, HasSubstr("known format\n"));
 }

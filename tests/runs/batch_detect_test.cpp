@@ -105,6 +105,7 @@ TEST_F(BatchDetect, FailsWhereThereIsNoFolder) {
         const SBxBatchDetectOutcome outcome = BX_RunBatchDetect(Context(), m_Folder / name, {});
         EXPECT_STREQ(BX_GetMessage(outcome), "Batch detect failed.");
         EXPECT_EQ(outcome.reason, "the folder cannot be read");
+        EXPECT_EQ(outcome.logFault, "");
         EXPECT_EQ(outcome.logPath, "");
     }
 }
