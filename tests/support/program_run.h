@@ -47,6 +47,10 @@ inline int WaitFor(pid_t child) {
     if (!folder.empty() && ::chdir(folder.c_str()) != 0) {
         ::_exit(126);
     }
+    // The tests may have been started in the background, where shells let signals be ignored.
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        ::signal(number, SIG_DFL);
+    }
     ::execv(arguments[0], arguments.data());
     ::_exit(127);
 }
