@@ -53,7 +53,8 @@ Examples:
   vrd sign photo.jpg -s abc-Z9 -o photo-signed.jpg
   vrd sign photo.jpg -s abc-Z9 -o photo-signed.png --force)";
 
-constexpr char kDetectExamples[] = R"(Prints "FILE: SIGN" or "FILE: no sign found" for each file. With --deep a sign has (uncertain) behind it when single
+constexpr char kDetectExamples[] =
+    R"(Prints "FILE: SIGN" or "FILE: no sign found" for each file. With --deep a sign has (uncertain) behind it when single
 letters of it may be wrong.
 
 A LIST holds one name a line, or names that each end with NUL, as find -print0 writes them. --shard i/n takes the files
