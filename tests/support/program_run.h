@@ -103,6 +103,10 @@ inline SProgramRun InterruptProgram(const std::vector<std::string>& words, const
     if (child == 0) {
         program_run::Execute(words, "");
     }
+    if (child < 0) {
+        run.out = "there is no terminal to be had; is /dev/pts mounted?";
+        return run;
+    }
     bool sent = false;
     char buffer[4096];
     for (ssize_t count = 0; (count = ::read(terminal, buffer, sizeof(buffer))) > 0;) {
