@@ -14,7 +14,6 @@ namespace {
 constexpr int kFarthestDisplacement = 12;  // cells
 constexpr int kFewestCompared = 48;        // pairs of cells
 constexpr int kMostRepetitions = 4;        // of a character in a row
-constexpr double kMostRegularity = 5.5;    // of cells that a sign may be read from
 constexpr double kRegularityOfNoise = 0.7;
 
 // The cells as 1, -1 and 0 for those that say nothing, with as many zeros behind each row as cells are displaced at

@@ -19,7 +19,7 @@ namespace {
 
 constexpr double kHintAgreement = 8.2;
 constexpr double kLeastAgreement = 10.8;     // of a grid that is reported: right readings hardly ever have less
-constexpr double kPromisingAgreement = 7.8;  // of rough means; every eighth decoding of noise comes near
+constexpr double kPromisingAgreement = 7.8;  // every eighth decoding of noise comes near
 constexpr double kLeastJointAgreement = 10.8;
 constexpr double kWorthMoving = 8.6;    // agreement from which a grid is moved uphill
 constexpr double kBlurAsWritten = 1.1;  // pixels; standard deviation of the smoothing under which signs are written
@@ -128,18 +128,27 @@ void CBxDeepRun::TryTones(const SBxGridTrial& trial, const float* means, EBxDeep
 
 // Where lines of zeros and of ones cannot be told apart, both readings.
 bool CBxDeepRun::IsPromising(const float* soft, const SBxTone& tone) {
-    const auto decodes = [this](const float* values) {
-        m_ulDecodings.fetch_add(1, std::memory_order_relaxed);
+    const auto promises = [this](const float* values) {
         m_ulAllDecodings.fetch_add(1, std::memory_order_relaxed);
-        const SBxSoftReading reading = BX_DecodeSoft(values, kPromisingAgreement);
-        return reading.m_szText[0] != 0 && !BX_IsTooRegular(values, reading.m_szText);
+        return BX_MayBeSign(values) && !RepeatsItself(values);
     };
-    if (decodes(soft)) {
+    if (promises(soft)) {
         return true;
     }
     float turned[kCellCount];
     std::transform(soft, soft + kCellCount, turned, [](float value) { return -value; });
-    return IsAmbiguous(tone) && decodes(turned);
+    return IsAmbiguous(tone) && promises(turned);
+}
+
+// Repetitive ground often seems to be a sign.
+bool CBxDeepRun::RepeatsItself(const float* soft) {
+    const double regularity = BX_Regularity(soft);
+    if (regularity <= kMostRegularity || regularity > kMostRegularityOfText) {
+        return regularity > kMostRegularity;
+    }
+    m_ulDecodings.fetch_add(1, std::memory_order_relaxed);
+    const SBxSoftReading reading = BX_DecodeSoft(soft, kPromisingAgreement);
+    return reading.m_szText[0] == 0 || BX_IsTooRegular(soft, reading.m_szText);
 }
 
 // Three quarters of the time of a reading are exact means, which few grids are worth.

@@ -103,7 +103,7 @@ public:
     void TryTones(const SBxGridTrial& trial, const float* means, EBxDeepStage stage);
     // Reads a trial and decodes it so.
     void TryAsRead(const SBxGridTrial& trial, EBxDeepStage stage);
-    // The same in less time, for a grid that is hardly worth it: exact means are read if rough ones decode to anything.
+    // The same in less time, for a grid that is hardly worth it: exact means are read if rough ones may be a sign's.
     // `soft` receives the 256 soft values of the last means that were read.
     void TryRoughly(float* soft, const SBxGridTrial& trial, EBxDeepStage stage);
     // The comb that fits means best, of any gain or, in a picture that was put back, of hardly any.
@@ -138,8 +138,10 @@ public:
 private:
     // Whether the lines of zeros may be those of ones, for a tone that means told.
     bool IsAmbiguous(const SBxTone& tone) const;
-    // Whether soft values that were made of rough means decode to anything that exact ones may make a hint of.
+    // Whether exact means may make a hint of soft values that were made of rough ones.
     bool IsPromising(const float* soft, const SBxTone& tone);
+    // Whether cells are more regular than the text that they decode to.
+    bool RepeatsItself(const float* soft);
     // Whether cells of a trial under this tone may have lost ends of their tones.
     bool MayBeClipped(const SBxTone& tone) const { return m_bKnowsTone || !tone.IsUnchanged(); }
     double Evidence(double agreement) const;

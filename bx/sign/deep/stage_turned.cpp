@@ -18,7 +18,7 @@ constexpr double kFarthestZoom = 1.12;
 constexpr int kFewestAnchors = 5;
 constexpr int kWeakestAnchor = 24;  // rank
 constexpr std::size_t kMostGrids = 30000;
-constexpr std::size_t kMostRead = 2000;
+constexpr std::size_t kMostRead = 3200;
 constexpr std::size_t kReadSlice = 16;
 
 struct STurnedGrid {
