@@ -37,3 +37,43 @@ TEST(ClippedPixels, LeaveOutTheCellsThatHoldThemAndNoOthers) {
         EXPECT_EQ(leftOut({0.0, 0.0, third - 8, third - 8}), kCellCount) << side;
     }
 }
+
+TEST(ClippedPixels, AreThoseAtTheEndsThatTheChangeHasLost) {
+    constexpr int kSide = 400;
+    const struct {
+        int blue;
+        bool isDark;
+        bool isBright;
+    } kTones[] = {{0, true, false},    {2, true, false},   {3, false, false},
+                  {252, false, false}, {253, false, true}, {255, false, true}};
+    for (const auto& tone : kTones) {
+        CBxOwnedPic picture;
+        ASSERT_EQ(picture.Allocate(kSide, kSide, 3, 8), 0);
+        for (int y = 0; y < kSide; ++y) {
+            auto* row = BX_PicRow<unsigned char>(picture.Pic(), y);
+            for (int x = 0; x < kSide; ++x) {
+                row[3 * x] = static_cast<unsigned char>(tone.blue);
+                row[3 * x + 1] = 0;
+                row[3 * x + 2] = 255;
+            }
+        }
+        const auto leftOut = [](const CBxClippedPixels& clipped) {
+            float means[kCellCount] = {};
+            clipped.LeaveOut(means, BX_PoseOfRectangle({20.0, 20.0, 380.0, 380.0}));
+            return std::count_if(means, means + kCellCount, [](float mean) { return mean != mean; }) == kCellCount;
+        };
+        CBxClippedPixels clipped;
+        ASSERT_TRUE(clipped.Prepare(picture.Pic()));
+        EXPECT_EQ(leftOut(clipped), tone.isDark || tone.isBright) << tone.blue;
+        SBxLostTones lost;
+        ASSERT_TRUE(clipped.Prepare(picture.Pic(), lost));
+        EXPECT_FALSE(leftOut(clipped)) << tone.blue;
+        lost.dark = 20.0;
+        ASSERT_TRUE(clipped.Prepare(picture.Pic(), lost));
+        EXPECT_EQ(leftOut(clipped), tone.isDark) << tone.blue;
+        lost = SBxLostTones();
+        lost.bright = 20.0;
+        ASSERT_TRUE(clipped.Prepare(picture.Pic(), lost));
+        EXPECT_EQ(leftOut(clipped), tone.isBright) << tone.blue;
+    }
+}

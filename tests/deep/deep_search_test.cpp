@@ -72,6 +72,22 @@ SSearch SearchChanged(const char* sample, const std::string& change) {
     return {};
 }
 
+// A stage alone, as others may find the place, too.
+bool SearchByOneStage(SBxDeepFinding& finding, SBxPicBuf& picture, unsigned char (*stage)(CBxDeepRun& run)) {
+    const auto archive = std::make_unique<CBxCornerArchive>();
+    SBxSignRun run;
+    run.m_pCorners = archive.get();
+    char text[CBxSignOp::kTextBytes] = "";
+    CBxSignOp::ExtractTextFromPicture(run, &picture, text, kThreads);
+    const auto deep = std::make_unique<CBxDeepRun>(run, picture, *archive, kThreads);
+    EXPECT_EQ(deep->PutBack(), kBxSuccess);
+    EXPECT_EQ(deep->AddFurtherCorners(), kBxSuccess);
+    EXPECT_EQ(deep->Prepare(), kBxSuccess);
+    EXPECT_EQ(stage(*deep), kBxSuccess);
+    finding = deep->Finding();
+    return deep->HasReading();
+}
+
 }  // namespace
 
 // Each by a stage of its own; the ordinary search reads none of them.
@@ -136,26 +152,51 @@ TEST(DeepSearch, ReadsDamagedPictures) {
     }
 }
 
-// Ten percent were cut off: of the two corners that the carrier lies between one is gone. The stage alone, as others
-// may find the place, too.
+// Ten percent were cut off: of the two corners that the carrier lies between one is gone.
 TEST(DeepSearch, ReadsACarrierThatReachesBeyondThePictureFromItsOneCorner) {
     CBxOwnedPic picture = PictureOfImage(BX_CropImage(SignedSample("astronaut.png"), 0.06, 0.06, 0.04, 0.04));
-    CBxCornerArchive archive;
-    SBxSignRun run;
-    run.m_pCorners = &archive;
-    char text[CBxSignOp::kTextBytes] = "";
-    EXPECT_EQ(CBxSignOp::ExtractTextFromPicture(run, &picture.Pic(), text, kThreads), kBxFailure);
-    CBxDeepRun deep(run, picture.Pic(), archive, kThreads);
-    ASSERT_EQ(deep.PutBack(), kBxSuccess);
-    ASSERT_EQ(deep.AddFurtherCorners(), kBxSuccess);
-    ASSERT_EQ(deep.Prepare(), kBxSuccess);
-    ASSERT_EQ(BX_SearchOneCorner(deep), kBxSuccess);
-    ASSERT_TRUE(deep.HasReading());
-    const SBxDeepFinding& finding = deep.Finding();
+    SBxDeepFinding finding;
+    ASSERT_TRUE(SearchByOneStage(finding, picture.Pic(), BX_SearchOneCorner));
     EXPECT_STREQ(finding.m_Reading.m_szText, kText);
     EXPECT_EQ(finding.m_eStage, EBxDeepStage::OneCorner);
     EXPECT_LT(finding.m_Pose.origin.x, -5.0);
     EXPECT_LT(finding.m_Pose.origin.y, -5.0);
+}
+
+TEST(DeepSearch, StagesReadByThemselvesWhatTheyAreFor) {
+    const struct {
+        const char* change;
+        unsigned char (*stage)(CBxDeepRun& run);
+        EBxDeepStage told;
+    } kRows[] = {{"scaled 150 %", BX_SearchPairs, EBxDeepStage::Pairs},
+                 {"turned by 1", BX_SearchTurned, EBxDeepStage::Turned},
+                 {"turned by 180", BX_SearchOrientations, EBxDeepStage::Orientations}};
+    for (const auto& row : kRows) {
+        for (const SPictureChange& change : PictureChanges()) {
+            if (change.name == std::string(row.change)) {
+                CBxOwnedPic picture = PictureOfImage(change.apply(SignedSample("astronaut.png")));
+                SBxDeepFinding finding;
+                ASSERT_TRUE(SearchByOneStage(finding, picture.Pic(), row.stage)) << row.change;
+                EXPECT_STREQ(finding.m_Reading.m_szText, kText) << row.change;
+                EXPECT_EQ(finding.m_eStage, row.told) << row.change;
+            }
+        }
+    }
+}
+
+// Such carriers have far more places than larger ones, which are looked at before.
+TEST(DeepSearch, ReadsACarrierThatIsSmallAgainstThePicture) {
+    constexpr int kLeft = 20;
+    constexpr int kTop = 10;
+    CBxOwnedPic picture = MakeTexturedPicture(900, 720, 9);
+    CBxOwnedPic sample = PictureOfImage(SignedSample("astronaut.png"));
+    for (int y = 0; y < sample.Pic().m_iHeight; ++y) {
+        std::memcpy(BX_PicRow<unsigned char>(picture.Pic(), kTop + y) + 3 * kLeft,
+                    BX_PicRow<unsigned char>(sample.Pic(), y), 3 * static_cast<std::size_t>(sample.Pic().m_iWidth));
+    }
+    SBxDeepFinding finding;
+    ASSERT_TRUE(SearchByOneStage(finding, picture.Pic(), BX_SearchAnywhere));
+    EXPECT_STREQ(finding.m_Reading.m_szText, kText);
 }
 
 // Neither of the carrier's corners is strong any more.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <random>
 #include <string>
@@ -94,6 +95,46 @@ TEST(SoftDecoder, ReadsWhatIsSeenWhereManyCellsSayNothing) {
     EXPECT_STREQ(BX_DecodeSoft(soft, 0.0).m_szText, "");
 }
 
+// Whoever names a least agreement is told nothing of noise, and soon; what can be reported must not be taken for noise.
+// Without one, everything is decoded to the end.
+TEST(SoftDecoder, EndsEarlyWhereThereIsNoiseAndNotWhereATextCanBeReported) {
+    constexpr double kLeastReported = 10.8;
+    constexpr double kHardlyAny = 0.1;  // so that nothing but the early ends leaves a decoding without a text
+    std::mt19937 random(6);
+    int right = 0;
+    int hardlyReported = 0;
+    for (int i = 0; i < 400; ++i) {
+        const std::string text = RandomText(random, 10);
+        float soft[kCellCount];
+        MakeSoft(soft, text, 0.7 + 0.1 * (i % 4), random);
+        // All cells, or two thirds: without the right columns, the upper rows (there are the cells that are always 0).
+        for (int cell = 0; cell < kCellCount; ++cell) {
+            const bool isCut = i % 3 == 1 ? cell % kGridSide >= 11 : i % 3 == 2 && cell / kGridSide < 5;
+            soft[cell] = isCut ? 0.0f : soft[cell];
+        }
+        const SBxSoftReading whole = BX_DecodeSoft(soft, 0.0);
+        if (whole.m_szText == text && whole.m_dAgreement >= kLeastReported) {
+            ++right;
+            hardlyReported += whole.m_dAgreement < kLeastReported + 1.0 ? 1 : 0;
+            EXPECT_EQ(BX_DecodeSoft(soft, 8.2).m_szText, text) << whole.m_dAgreement;
+        }
+    }
+    EXPECT_GT(right, 200);
+    EXPECT_GT(hardlyReported, 60);
+    int ended = 0;
+    int unendedWithout = 0;
+    for (int i = 0; i < 500; ++i) {
+        float soft[kCellCount];
+        for (float& value : soft) {
+            value = static_cast<float>(std::sin(random() * 1e-3));
+        }
+        ended += BX_DecodeSoft(soft, kHardlyAny).m_szText[0] == 0 ? 1 : 0;
+        unendedWithout += BX_DecodeSoft(soft, 0.0).m_szText[0] != 0 ? 1 : 0;
+    }
+    EXPECT_GT(ended, 400);
+    EXPECT_GT(unendedWithout, 450);
+}
+
 TEST(SoftDecoder, NoiseNeverAgreesEnoughToBeReported) {
     std::mt19937 random(4);
     double highest = 0.0;
@@ -128,6 +169,37 @@ TEST(SoftDecoder, CalmAndRepetitiveGroundIsTooRegularAndSignsAreNot) {
             soft[cell] = values[kind] != (random() % 10 == 0) ? 0.9f : -0.9f;
         }
         EXPECT_TRUE(BX_IsTooRegular(soft, "abc-Z9xyzQ")) << kind;
+    }
+}
+
+// With and without cells that say nothing.
+TEST(SoftDecoder, RegularityIsThatOfTheDisplacementThatTellsMost) {
+    std::mt19937 random(8);
+    for (int round = 0; round < 20; ++round) {
+        float soft[kCellCount];
+        for (float& value : soft) {
+            const auto drawn = static_cast<int>(random() % 8);
+            value = drawn == 0 && round % 2 == 0 ? 0.0f : drawn < 4 ? -0.5f : 0.7f;
+        }
+        double highest = 0.0;
+        for (int displacement = 0; displacement < 25 * 13; ++displacement) {
+            // From 12 columns to the left to 12 to the right, in the same row or up to 12 rows below.
+            const int down = displacement / 25;
+            const int across = displacement % 25 - 12;
+            int same = 0;
+            int pairs = 0;
+            for (int cell = 0; cell < kCellCount && (down > 0 || across > 0); ++cell) {
+                const int column = cell % kGridSide + across;
+                const int row = cell / kGridSide + down;
+                if (column >= 0 && column < kGridSide && row < kGridSide) {
+                    const float product = soft[cell] * soft[row * kGridSide + column];
+                    same += product > 0.0f ? 1 : 0;
+                    pairs += product != 0.0f ? 1 : 0;
+                }
+            }
+            highest = pairs < 48 ? highest : std::max(highest, std::abs(2 * same - pairs) / std::sqrt(1.0 * pairs));
+        }
+        EXPECT_NEAR(BX_Regularity(soft), highest, 1e-9) << round;
     }
 }
 

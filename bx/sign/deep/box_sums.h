@@ -26,7 +26,8 @@ struct SBxReach {
 class CBxBoxSums {
 public:
     // For a plane of which no sample is further from zero than `largest`, and boxes that reach no further than this:
-    // samples are rounded to the finest whole numbers whose sums over such a box 32 bits hold. False without memory.
+    // samples lose what is behind the finest whole numbers whose sums over such a box 32 bits hold. False without
+    // memory.
     [[nodiscard]] bool Prepare(int width, int height, SBxReach farthest, double largest);
 
     // Whole numbers a sample's one.

@@ -4,9 +4,8 @@
 // check bits, the text and four zeros, and 13 cells that are always 0. The ordinary search corrects two bits of a word
 // and wants all check bits right; here all of the code works at once, on soft values:
 //
-//   1. Messages go back and forth between the words (all 128 of each are weighed) and the 48 check equations, until
-//   each
-//      data bit has gathered what the others know of it (belief propagation with maxima instead of sums).
+//   1. Messages go back and forth between the words (all 128 of each are weighed) and the 48 check equations. Each
+//      data bit gathers what the others know of it (belief propagation with maxima instead of sums).
 //   2. The 60 surest independent data bits determine a text. It, and every text that comes of turning over one or two
 //      of the 60, is encoded and compared with the cells (ordered-statistics decoding of order two).
 //   3. The text that agrees best is the reading.
@@ -30,7 +29,8 @@ double BX_ChanceOfAgreement(double agreement);
 double BX_BitsOfAgreement(double agreement);
 
 // `soft` holds 256 values from -1 (surely 1) to 1 (surely 0), or sums of a few such; 0 for a cell that says nothing.
-// Decodings that cannot reach `leastAgreement` may end early, with an empty text; so does one with a value that is no
+// With a `leastAgreement` above 0 decodings that hardly reach it, and those of cells that look like noise, end early
+// with an empty text: texts that agree by less than about 10 may be lost, too. So ends one with a value that is no
 // number or beyond 16.
 SBxSoftReading BX_DecodeSoft(const float* soft, double leastAgreement);
 
