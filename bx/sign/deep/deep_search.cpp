@@ -1,5 +1,6 @@
 #include "deep_search.h"
 
+#include <algorithm>
 #include <ctime>
 #include <memory>
 #include <new>
@@ -31,6 +32,9 @@ constexpr SStageOfSearch kStages[] = {
     {EBxDeepStage::Joined, BX_SearchJoined, BX_MarkText("Putting carriers together..."), 2.0},
 };
 
+// Pixels; a narrower picture shows too few columns of the smallest cells that are looked for.
+constexpr int kNarrowest = 40;
+
 double SecondsOf(clockid_t clock) {
     std::timespec now = {};
     clock_gettime(clock, &now);
@@ -58,6 +62,9 @@ private:
 
 unsigned char BX_SearchDeep(SBxSignRun& run, const SBxPicBuf& picture, CBxCornerArchive& archive, unsigned int threads,
                             SBxDeepFinding& finding, SBxDeepCosts* costs) {
+    if (std::min(picture.m_iWidth, picture.m_iHeight) < kNarrowest) {
+        return kBxFailure;
+    }
     SBxDeepCosts ownCosts;
     SBxDeepCosts& cost = costs != nullptr ? *costs : ownCosts;
     run.m_ProgressData.SetText(CBxLocalization::Translate("Searching harder..."));
