@@ -190,6 +190,15 @@ bool TextOfRow(char* text, const SBxCodeRow& row) {
     return length >= kShortestFoundText;
 }
 
+// What the pivots are believed to be.
+SBxCodeRow RowOfBeliefs(const SBasis& basis, const CBxBeliefMessages& messages) {
+    SBxCodeRow row;
+    for (int i = 0; i < kTextBits; ++i) {
+        row.AddIf(basis.rows[i], messages.Belief(basis.pivots[i]) < 0.0f);
+    }
+    return row;
+}
+
 SBxCodeRow RowOfCandidate(const SBasis& basis, const SBxCodeRow& base, const SCandidate& candidate) {
     SBxCodeRow row = base;
     for (const int turned : {candidate.first, candidate.second}) {
@@ -242,12 +251,7 @@ SBxSoftReading BX_DecodeSoft(const float* soft, double leastAgreement) {
     messages.Exchange();
     SBasis basis;
     MakeBasis(basis, messages);
-    SBxCodeRow base;
-    for (int i = 0; i < kTextBits; ++i) {
-        if (messages.Belief(basis.pivots[i]) < 0.0f) {
-            base.Add(basis.rows[i]);
-        }
-    }
+    const SBxCodeRow base = RowOfBeliefs(basis, messages);
     CComparison comparison(basis, base, soft);
     CBestCandidates best;
     comparison.CompareSingles(best);
@@ -257,8 +261,7 @@ SBxSoftReading BX_DecodeSoft(const float* soft, double leastAgreement) {
     }
     comparison.ComparePairs(best);
     for (int i = 0; i + 1 < best.Count(); ++i) {
-        const SBxCodeRow row = RowOfCandidate(basis, base, best[i]);
-        if (TextOfRow(reading.m_szText, row)) {
+        if (TextOfRow(reading.m_szText, RowOfCandidate(basis, base, best[i]))) {
             reading.m_dAgreement = best[i].agreement * toAgreement;
             const int runnerUp = i == 0 ? 1 : 0;
             reading.m_dGap = (best[i].agreement - best[runnerUp].agreement) * toAgreement;

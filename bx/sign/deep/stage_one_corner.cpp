@@ -9,6 +9,7 @@
 #include "deep_run.h"
 #include "heap_array.h"
 #include "map_grids.h"
+#include "plane_levels.h"
 #include "result.h"
 #include "slices.h"
 
@@ -16,7 +17,6 @@ namespace {
 
 constexpr double kLargestCut = 0.6;  // of a side of the picture, against what is left of it
 constexpr double kSizeStep = 1.0 / 160.0;
-constexpr double kSmallestCell = 8.0;    // pixels of a plane that a map is made of, if there are finer ones
 constexpr double kSizesOfMap = 1.5;      // largest to smallest cell that one map is good for
 constexpr double kLongest = 2.6;         // the longer side of a carrier against the shorter one
 constexpr int kFewestInside = 10;        // columns, and rows, of a grid
@@ -116,42 +116,6 @@ private:
     std::size_t m_uiGood = 0;  // that have enough columns inside
     CBxHeapArray<SRange> m_Sides;
     CBxHeapArray<SBxCellPlaces> m_Columns;
-};
-
-// The planes of the picture, halved again and again: the larger the cells, the fewer pixels tell of them.
-class CPlaneLevels {
-public:
-    explicit CPlaneLevels(const CBxPatternPlane& planes) : m_Whole(planes) {}
-
-    // 0 or 6.
-    unsigned char Prepare() {
-        constexpr int kSmallestPlaneSide = 64;
-        while (m_iHalved < kMostHalved && Of(m_iHalved).Width() >= 2 * kSmallestPlaneSide &&
-               Of(m_iHalved).Height() >= 2 * kSmallestPlaneSide) {
-            if (!m_Halved[m_iHalved].Halve(Of(m_iHalved))) {
-                return kBxOutOfMemory;
-            }
-            ++m_iHalved;
-        }
-        return kBxSuccess;
-    }
-
-    const CBxPatternPlane& Of(int level) const { return level == 0 ? m_Whole : m_Halved[level - 1]; }
-    // The smallest planes that tell enough of a carrier whose shorter side, in pixels of the picture, is given.
-    int LevelOf(double side) const {
-        int level = 0;
-        while (level < m_iHalved && side * Of(level + 1).Scale() > kSmallestCell * kGridSide) {
-            ++level;
-        }
-        return level;
-    }
-
-private:
-    static constexpr int kMostHalved = 4;
-
-    const CBxPatternPlane& m_Whole;
-    int m_iHalved = 0;
-    CBxPatternPlane m_Halved[kMostHalved];
 };
 
 // What one map has to be made for: carriers of these sizes, in pixels of the picture.
@@ -396,7 +360,7 @@ private:
     }
 
     CBxDeepRun& m_Run;
-    CPlaneLevels m_Levels;
+    CBxPlaneLevels m_Levels;
     const double m_dWidth;  // of the picture as far as the planes show it
     const double m_dHeight;
     CBxCornerAnchors m_Anchors;
