@@ -15,6 +15,7 @@
 #include "kernel_resampling.h"
 #include "kernel_sums.h"
 #include "kernel_walks.h"
+#include "kernel_words.h"
 #include "kernels.h"
 
 namespace {
@@ -179,6 +180,7 @@ constexpr SBxKernels MakeKernels(const char* name) {
     kernels.BestColumns = BestColumns;
     kernels.DotProducts = DotProducts;
     kernels.SampleAlong = SampleAlong;
+    kernels.WeighWords = WeighWords;
     return kernels;
 }
 

@@ -18,6 +18,7 @@ constexpr int kLanes = 8;
 constexpr std::size_t kWide = SBxKernels::kGroup;
 typedef double TDoubles __attribute__((vector_size(kLanes * sizeof(double))));
 typedef long long TMask __attribute__((vector_size(kLanes * sizeof(long long))));
+typedef float TFloats __attribute__((vector_size(kLanes * sizeof(float))));
 typedef int TInts __attribute__((vector_size(kLanes * sizeof(int))));
 // Half as many.
 typedef double THalf __attribute__((vector_size(kLanes / 2 * sizeof(double))));

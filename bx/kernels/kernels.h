@@ -34,22 +34,24 @@ struct SBxEllipseRow {
     double rimRight;
 };
 
-// Sixteen ellipses of one shape on a plane that is given by the sums along its rows: sums[y * pitch + x] is the sum of
-// the pixels of row y in front of x, for x from 0 to width + 1 (the last two are the same). At the height h above or
-// below its centre an ellipse reaches from the centre + shear * h by reach * sqrt(1 - (h / top)^2) to both sides.
+// Sixteen ellipses of one shape, evenly spaced, on a plane that is given by the sums along its rows: sums[y * pitch +
+// x] is the sum of the pixels of row y in front of x, for x from 0 to width + 1 (the last two are the same). At the
+// height h above or below its centre an ellipse reaches from the centre + shear * h by reach * sqrt(1 - (h / top)^2) to
+// both sides. Centres may lie outside the plane; beyond kFarthest pixels they count as that far.
 struct SBxEllipses {
     static constexpr int kColumns = 16;
+    static constexpr double kFarthest = 1e6;
     const unsigned int* sums;
     int width;
     int height;
     int pitch;
-    int rows;  // to look at, from firstRows on
-    float inverseTop;
+    double firstX;  // the centre of the first one
+    double firstY;
+    double stepX;
+    double stepY;
+    double top;  // above 0
     float shear;
     float reach;
-    int firstRows[kColumns];  // may lie outside the plane
-    float centresX[kColumns];
-    float centresY[kColumns];
 };
 
 // One value for each column.
@@ -228,6 +230,15 @@ struct SBxKernels {
     // becomes k.
     void (*BestColumns)(float* worths, int* choices, const float* sums, const int* columns, std::size_t pitch,
                         int count);
+    // What each of kWords words, side by side, makes of its kWordData data bits. weights[kWords * p + w] is how much of
+    // word w speaks for the parity of the data bits in p being 0, less what speaks for 1; the weight of a text t is the
+    // sum of these, each turned over where the parity of p & t is 1. zeros[kWords * d + w] is the largest weight of the
+    // texts with a 0 at data bit d, ones[...] of those with a 1. Spoils the weights.
+    static constexpr int kWords = 16;
+    static constexpr int kWordData = 7;
+    static constexpr int kWordTexts = 1 << kWordData;
+    void (*WeighWords)(float* zeros, float* ones, float* weights);
+
     // out[i] = the whole part of factor * the plane between its pixels at step i, which must be in range; 0 outside.
     void (*SampleAlong)(short* out, const SBxPlaneWalk& walk, std::size_t count);
 };

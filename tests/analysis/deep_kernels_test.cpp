@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <numeric>
 #include <random>
 #include <vector>
@@ -194,4 +195,70 @@ TEST_P(KernelForms, WalkAcrossAPlaneTheSame) {
         const bool isInside = x >= 0.0 && x < kWidth - 1 && y < kHeight - 1;
         EXPECT_NEAR(out[i], isInside ? 100.0 * (x + 2.0 * y) : 0.0, 1.0) << i;
     }
+}
+
+// Some reach beyond the plane on every side, and one lies far from it.
+TEST_P(KernelForms, SumEllipsesTheSame) {
+    constexpr int kWidth = 60;
+    constexpr int kHeight = 40;
+    constexpr std::size_t kPitch = kWidth + 2;
+    std::vector<unsigned int> ones(kPitch * kHeight);
+    for (std::size_t i = 0; i < ones.size(); ++i) {
+        ones[i] = static_cast<unsigned int>(std::min<std::size_t>(i % kPitch, kWidth)) + 4294967290U;
+    }
+    std::vector<unsigned int> any(ones.size());
+    std::mt19937 random(61);
+    std::generate(any.begin(), any.end(), [&random] { return random() % 16000; });
+    for (const auto& [firstX, firstY, stepX, stepY, top] : {std::array{-4.0, 20.0, 4.6, 0.0, 3.3},
+                                                            {30.0, -5.5, 0.25, 3.5, 6.0},
+                                                            {-3e9, 1e9, 4e8, -1e8, 2.0},
+                                                            {9.25, 9.75, 2.5, 1.25, 8.4}}) {
+        SBxEllipses cells{ones.data(), kWidth, kHeight, kPitch, firstX, firstY, stepX, stepY, top, 0.2f, 5.5f};
+        ExpectSameBits([&](const SBxKernels& kernels, std::size_t offset, std::size_t) {
+            std::vector<float> out(2 * SBxEllipses::kColumns);
+            cells.sums = offset % 2 == 0 ? ones.data() : any.data();
+            kernels.SumEllipses(cells, out.data(), out.data() + SBxEllipses::kColumns);
+            for (std::size_t i = 0; offset % 2 == 0 && i < SBxEllipses::kColumns; ++i) {
+                EXPECT_NEAR(out[i], out[i + SBxEllipses::kColumns], 1e-3f);  // each pixel is a one
+            }
+            return out;
+        });
+    }
+}
+
+TEST_P(KernelForms, WeighAllTextsOfWordsTheSame) {
+    constexpr int kWords = SBxKernels::kWords;
+    constexpr int kData = SBxKernels::kWordData;
+    constexpr int kTexts = SBxKernels::kWordTexts;
+    std::mt19937 random(67);
+    std::vector<float> given(kWords * kTexts);
+    std::generate(given.begin(), given.end(), [&random] { return static_cast<float>(random() % 2001) - 1000.0f; });
+    std::vector<float> expected(2 * kData * kWords, -1e9f);
+    for (int text = 0; text < kTexts; ++text) {
+        for (int word = 0; word < kWords; ++word) {
+            float weight = 0.0f;
+            for (int place = 0; place < kTexts; ++place) {
+                const bool isOdd = std::popcount(static_cast<unsigned int>(place & text)) % 2 != 0;
+                weight += isOdd ? -given[place * kWords + word] : given[place * kWords + word];
+            }
+            for (int data = 0; data < kData; ++data) {
+                float& best = expected[((text >> data & 1) * kData + data) * kWords + word];
+                best = std::max(best, weight);
+            }
+        }
+    }
+    for (const SBxKernels* kernels : {m_pPortable, m_pForm}) {
+        std::vector<float> weights = given;
+        std::vector<float> found(expected.size());
+        kernels->WeighWords(found.data(), found.data() + kData * kWords, weights.data());
+        EXPECT_TRUE(SameBits(found, expected)) << kernels->m_szName;
+    }
+    // Fractions are rounded alike.
+    std::transform(given.begin(), given.end(), given.begin(), [](float weight) { return weight / 7.0f; });
+    std::vector<float> found[2] = {expected, expected};
+    for (const auto& [kernels, out] : {std::pair{m_pPortable, &found[0]}, std::pair{m_pForm, &found[1]}}) {
+        std::vector<float> weights = given;
+        kernels->WeighWords(out->data(), out->data() + kData * kWords, weights.data());
+    }
+    EXPECT_TRUE(SameBits(found[0], found[1]));
 }

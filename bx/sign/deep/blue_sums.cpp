@@ -22,7 +22,6 @@ constexpr int kSmallestPlaneSide = 16;        // pixels; planes are not reduced 
 constexpr double kSmallestEdge = 0.06;        // of an axis; a narrower edge counts as sharp
 constexpr double kWidestEdge = 0.6;
 constexpr double kLeastShare = 0.75;  // of a cell that must be seen
-constexpr double kFarAway = 1e6;      // pixels outside any picture
 
 int CountNumbers(const float* means, int count) {
     return static_cast<int>(std::count_if(means, means + count, [](float mean) { return mean == mean; }));
@@ -179,28 +178,23 @@ void CBxBlueSums::MeansOfRow(float* means, const SLevel& level, const SEllipseSh
         std::fill(means, means + kGridSide, std::numeric_limits<float>::quiet_NaN());
         return;
     }
-    const double top = shape.top;
+    const CBxPoint<double> first = pose.PointAt(0.5, gridRow + 0.5);
     SBxEllipses cells;
     cells.sums = level.sums.Data();
     cells.width = level.width;
     cells.height = level.height;
     cells.pitch = level.pitch;
-    cells.rows = static_cast<int>(2.0 * top) + 1;
-    cells.inverseTop = static_cast<float>(1.0 / top);
+    cells.firstX = first.x * scale;
+    cells.firstY = first.y * scale;
+    cells.stepX = pose.along.x * scale;
+    cells.stepY = pose.along.y * scale;
+    cells.top = shape.top;
     cells.shear = static_cast<float>(shape.shear);
     cells.reach = static_cast<float>(shape.reach);
-    for (int column = 0; column < kGridSide; ++column) {
-        const CBxPoint<double> centre = pose.PointAt(column + 0.5, gridRow + 0.5);
-        const double x = std::clamp(centre.x * scale, -kFarAway, kFarAway);
-        const double y = std::clamp(centre.y * scale, -kFarAway, kFarAway);
-        cells.firstRows[column] = static_cast<int>(std::ceil(y - top - 0.5));
-        cells.centresX[column] = static_cast<float>(x);
-        cells.centresY[column] = static_cast<float>(y);
-    }
     float sums[kGridSide];
     float areas[kGridSide];
     BX_Kernels().SumEllipses(cells, sums, areas);
-    const auto least = static_cast<float>(kLeastShare * kPi * top * shape.reach);
+    const auto least = static_cast<float>(kLeastShare * kPi * shape.top * shape.reach);
     const auto toLevel = static_cast<float>(scale * scale);
     for (int column = 0; column < kGridSide; ++column) {
         means[column] =

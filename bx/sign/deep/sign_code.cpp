@@ -10,8 +10,8 @@ SBxSignCode::SBxSignCode() {
     MakeWords();
     MakeGenerator();
     MakeEquations();
-    for (int bit = 0; bit < kCodeWords * kWordBits; ++bit) {
-        cellOfFrameBit[bit] = puiBitChangeInv[bit];
+    for (int i = 0; i < kCodeWords * kWordBits; ++i) {
+        cells[i] = puiBitChangeInv[i % kCodeWords * kWordBits + i / kCodeWords];
     }
 }
 
@@ -35,15 +35,15 @@ void SBxSignCode::MakeGenerator() {
     for (int bit = 0; bit < kTextBits; ++bit) {
         int codes[kTextCodes] = {};
         codes[bit / kBitsPerCode] = 1 << (bit % kBitsPerCode);
-        int cells[kCellCount];
-        BX_EncodeTextCodes(cells, codes);
+        int codedCells[kCellCount];
+        BX_EncodeTextCodes(codedCells, codes);
         SBxCodeRow& row = generator[bit];
         for (int cell = 0; cell < kCellCount; ++cell) {
-            row.cells[cell / 64] |= static_cast<std::uint64_t>(cells[cell]) << (cell % 64);
+            row.cells[cell / 64] |= static_cast<std::uint64_t>(codedCells[cell]) << (cell % 64);
         }
         for (int data = 0; data < kBlockBits; ++data) {
-            const int frameBit = data / kWordData * kWordBits + (kWordBits - kWordData) + data % kWordData;
-            row.data[data / 64] |= static_cast<std::uint64_t>(cells[puiBitChangeInv[frameBit]]) << (data % 64);
+            const int frameBit = data / kWordData * kWordBits + kWordParity + data % kWordData;
+            row.data[data / 64] |= static_cast<std::uint64_t>(codedCells[puiBitChangeInv[frameBit]]) << (data % 64);
         }
     }
 }
@@ -52,10 +52,10 @@ void SBxSignCode::MakeEquations() {
     int count = 0;
     for (int check = 0; check < kCheckBits; ++check) {
         equationStart[check] = count;
-        members[count++] = {check, 0.0f};
+        members[count++] = {PlaceOfDataBit(check), 0.0f};
         for (int bit = 0; bit < kTextBits; ++bit) {
             if (generator[bit].HasData(check)) {
-                members[count++] = {kCheckBits + bit, 0.0f};
+                members[count++] = {PlaceOfDataBit(kCheckBits + bit), 0.0f};
             }
         }
     }

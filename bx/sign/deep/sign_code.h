@@ -11,6 +11,7 @@ inline constexpr int kCheckBits = kCheckCodes * kBitsPerCode;  // 48
 inline constexpr int kBlockBits = kCheckBits + kTextBits;      // 108
 inline constexpr int kWordBits = 15;
 inline constexpr int kWordData = 7;
+inline constexpr int kWordParity = kWordBits - kWordData;   // stand in front of the data
 inline constexpr int kWordTexts = 1 << kWordData;           // 128
 inline constexpr int kStreamBits = kCodeWords * kWordData;  // 112
 inline constexpr int kCellBlocks = kCellCount / 64;
@@ -42,19 +43,23 @@ struct SBxCodeRow {
 
 // One bit of a check equation; the message is what the equation last told it.
 struct SBxEquationMember {
-    int bit;
+    int place;  // of the data bit
     float message;
 };
 
-// Everything about the code that does not depend on the cells.
+// Everything about the code that does not depend on the cells. Decoders work on all words side by side: first comes one
+// bit of each word, then the next bit of each.
 struct SBxSignCode {
     int placeOfWordBit[kWordBits];                // the data bits that a bit of a word is the sum of
     std::array<SBxCodeRow, kTextBits> generator;  // of each text bit alone
-    int cellOfFrameBit[kCodeWords * kWordBits];
-    int equationStart[kCheckBits + 1];  // in `members`
+    int cells[kCodeWords * kWordBits];            // side by side
+    int equationStart[kCheckBits + 1];            // in `members`
     std::array<SBxEquationMember, 4 * kBlockBits> members;
 
     SBxSignCode();
+
+    // Where a data bit stands, 0 .. kStreamBits - 1, when the words lie side by side.
+    static constexpr int PlaceOfDataBit(int bit) { return bit % kWordData * kCodeWords + bit / kWordData; }
 
 private:
     void MakeWords();
