@@ -33,6 +33,9 @@ constexpr SSurplus kLeastSurplus = {3.0, -1.0};
 // quarters, of 8 nine in ten.
 constexpr SSurplus kSurplusOfHope = {5.0, 0.0};
 constexpr double kSurenessOfHope = 420.0;
+// What messages must make the data bits of what is to be decoded: two thirds of the noise that came so far stay below,
+// and of 134,000 random texts that agree by 9.5 or more none comes below 519.
+constexpr double kLeastSureness = 500.0;
 constexpr double kWeightOfZeros = 2.0;  // against the words
 constexpr int kZeroCells = kCellCount - kFrameBits;
 constexpr float kMostSoft = 16.0f;  // times kWeightSteps it is a whole number of 16 bits
@@ -223,6 +226,11 @@ bool HasSurplus(const CBxBeliefMessages& messages, const float* soft, double len
     return (messages.SurplusOfWords() + kWeightOfZeros * sum) * kGridSide >= asked * length;
 }
 
+// Whether messages have made the data bits so sure.
+bool AreSure(const CBxBeliefMessages& messages, double length, double least) {
+    return messages.Sureness() * kGridSide >= least * length;
+}
+
 }  // namespace
 
 bool BX_MayBeSign(const float* soft) {
@@ -235,7 +243,7 @@ bool BX_MayBeSign(const float* soft) {
         return false;
     }
     messages.Exchange();
-    return messages.Sureness() * kGridSide >= kSurenessOfHope * length;
+    return AreSure(messages, length, kSurenessOfHope);
 }
 
 SBxSoftReading BX_DecodeSoft(const float* soft, double leastAgreement) {
@@ -249,6 +257,9 @@ SBxSoftReading BX_DecodeSoft(const float* soft, double leastAgreement) {
         return reading;
     }
     messages.Exchange();
+    if (leastAgreement > 0.0 && !AreSure(messages, length, kLeastSureness)) {
+        return reading;
+    }
     SBasis basis;
     MakeBasis(basis, messages);
     const SBxCodeRow base = RowOfBeliefs(basis, messages);
