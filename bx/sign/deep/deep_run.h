@@ -7,10 +7,12 @@
 
 #include "blue_sums.h"
 #include "clipped_pixels.h"
-#include "deep_search.h"
+#include "corner_archive.h"
+#include "deep_finding.h"
 #include "grid_pool.h"
 #include "owned_pic.h"
 #include "pattern_plane.h"
+#include "sign_run.h"
 #include "soft_store.h"
 
 // A grid to be read, and how it came about.
