@@ -86,7 +86,7 @@ TEST(TurnedMap, ASweepFindsTheCarrierAndFollowingTheMapComesNearer) {
         const double height = 0.9 * std::hypot(sign.carrier.down.x, sign.carrier.down.y);
         ASSERT_TRUE(planes.Prepare(const_cast<CBxOwnedPic&>(sign.picture).Pic()));
         ASSERT_TRUE(columns.PrepareColumns(planes, CBxTurnedMap::ScaleOf(width) / planes.Scale()));
-        ASSERT_TRUE(map.Make(columns, width, height, SBxTone()));
+        ASSERT_TRUE(map.Make(columns, width, height));
         CBxTurnedSweep sweep;
         CBxBestGrids best;
         ASSERT_TRUE(sweep.Prepare(map, degrees) && best.Prepare(8, 0.0f));

@@ -162,7 +162,7 @@ private:
     bool SearchSizes(const CBxPatternPlane& columns, const SSizes& sizes) {
         CBxTurnedMap map;
         CBxBestGrids best;
-        if (!map.Make(columns, sizes.width, sizes.height, SBxTone()) || !best.Prepare(kOfSizes, m_Swept.Bar())) {
+        if (!map.Make(columns, sizes.width, sizes.height) || !best.Prepare(kOfSizes, m_Swept.Bar())) {
             return false;
         }
         std::atomic<bool> hasMemory{true};

@@ -86,14 +86,14 @@ double CBxTurnedMap::ScaleOf(double cell) {
     return kCellOfMap / (kShareOfMiddle * cell * std::sqrt(kSizes));
 }
 
-bool CBxTurnedMap::Make(const CBxPatternPlane& columns, double cellWidth, double cellHeight, const SBxTone& tone) {
+bool CBxTurnedMap::Make(const CBxPatternPlane& columns, double cellWidth, double cellHeight) {
     m_dCellWidth = cellWidth;
     m_dCellHeight = cellHeight;
     m_dScaleX = ScaleOf(cellWidth);
     m_dScaleY = ScaleOf(cellHeight);
     CBxPatternPlane planes;
     return planes.PrepareRows(columns, m_dScaleY / columns.Scale()) && m_Map.Make(planes, kCellOfMap, kCellOfMap) &&
-           m_Map.AddComb(planes, tone);
+           m_Map.AddComb(planes);
 }
 
 // Between the pixels, (0, 0) being the middle of the first one; 0 outside.

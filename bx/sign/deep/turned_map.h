@@ -54,7 +54,7 @@ public:
     static double ScaleOf(double cell);
     // For cells from `cellWidth` x `cellHeight` pixels of the picture up to kSizes times as large, from planes whose
     // columns were scaled for them. False without memory.
-    [[nodiscard]] bool Make(const CBxPatternPlane& columns, double cellWidth, double cellHeight, const SBxTone& tone);
+    [[nodiscard]] bool Make(const CBxPatternPlane& columns, double cellWidth, double cellHeight);
 
     static constexpr double kSizes = 1.3;
 
