@@ -23,9 +23,10 @@ constexpr int kAngles = 8;                                          // to either
 constexpr double kSmallestTurned = 0.985 * kCellAsSigned;           // few turned pictures are reduced as well
 constexpr double kSmallestCell = 4.1;                               // pixels
 constexpr double kAlmost = 0.999;
-constexpr double kLongest = 2.6;        // the longer side of a carrier against the shorter one
-constexpr double kMostUpright = 3.5e8;  // grids
-constexpr double kMostTurned = 4e8;
+constexpr double kLongest = 2.6;                // the longer side of a carrier against the shorter one
+constexpr double kMostUpright = 3.5e8;          // grids
+constexpr double kMostTurned = 4e8;             // by those that upright ones have,
+constexpr double kMostSwept = 2.5e8;            // and in the frames of the turned picture; ordinary shapes stay below
 constexpr double kLargePicture = 4.5e5;         // pixels; of larger ones
 constexpr double kFirstUprightOfLarge = 3.6e7;  // come first,
 constexpr double kMostTurnedOfLarge = 1.2e8;    // and these are all
@@ -141,13 +142,15 @@ private:
         std::sort(m_Sizes, m_Sizes + m_iSizes, [](const SSizes& a, const SSizes& b) { return a.grids < b.grids; });
         double upright = 0.0;
         double turned = 0.0;
+        double swept = 0.0;
         int count = 0;
         for (int i = 0; i < m_iSizes; ++i) {
             SSizes sizes = m_Sizes[i];
             upright += sizes.grids;
             if (std::min(sizes.width, sizes.height) > kAlmost * kSmallestTurned) {
                 turned += 2 * kAngles * sizes.grids;
-                sizes.angles = turned < searched.turned ? kAngles : 0;
+                sizes.angles = turned < searched.turned ? AnglesWithin(kMostSwept - swept, sizes) : 0;
+                swept += GridsTurned(sizes, sizes.angles);
             }
             if (upright < searched.upright && upright >= searched.before) {
                 m_Sizes[count++] = sizes;
@@ -157,6 +160,25 @@ private:
         std::sort(m_Sizes, m_Sizes + m_iSizes, [](const SSizes& a, const SSizes& b) {
             return a.width != b.width ? a.width < b.width : a.height < b.height;
         });
+    }
+
+    // What the sweeps at so many angles to either side look at.
+    double GridsTurned(const SSizes& sizes, int angles) const {
+        double grids = 0.0;
+        for (int i = 1; i <= angles; ++i) {
+            grids += 2.0 * CBxTurnedSweep::GridsSwept(m_Run.m_Sums.Width(), m_Run.m_Sums.Height(), sizes.width,
+                                                      sizes.height, i * kAngleStep);
+        }
+        return grids;
+    }
+
+    // How many angles to either side there is time for.
+    int AnglesWithin(double most, const SSizes& sizes) const {
+        int angles = kAngles;
+        while (angles > 0 && GridsTurned(sizes, angles) > most) {
+            --angles;
+        }
+        return angles;
     }
 
     bool SearchSizes(const CBxPatternPlane& columns, const SSizes& sizes) {
