@@ -220,7 +220,7 @@ EBxExit BX_PdfDetectCommand(const SBxPdfRequest& request, CBxConsole& console) {
                                    DepthOf(request.deep)};
     CReports reports(console);
     std::size_t found = 0;
-    const SBxPdfDetectOutcome outcome = BX_RunPdfDetect(context, request.document, [&](const SBxPdfPicture& picture) {
+    SBxPdfDetectOutcome outcome = BX_RunPdfDetect(context, request.document, [&](const SBxPdfPicture& picture) {
         found += picture.isFound ? 1 : 0;
         reports.Report(progress.View(), [&] {
             ReportSearched(picture, request.document + ", picture " + std::to_string(picture.number),
@@ -229,6 +229,9 @@ EBxExit BX_PdfDetectCommand(const SBxPdfRequest& request, CBxConsole& console) {
         });
     });
     reports.Wipe();
+    if (outcome.isNoDocument) {
+        outcome.reason += "; vrd detect searches pictures";
+    }
     const CBxJson record = {{"document", BX_ValidUtf8(request.document)},
                             {"message", BX_GetMessage(outcome)},
                             {"first_sign", outcome.signFound ? CBxJson(BX_ValidUtf8(outcome.firstSign)) : nullptr},

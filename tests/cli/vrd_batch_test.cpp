@@ -129,6 +129,10 @@ TEST_F(VrdBatch, DocumentsAreSearched) {
     EXPECT_EQ(damaged.status, 2);
     EXPECT_THAT(damaged.err, HasSubstr("PDF detection failed. pdfimages: "));
     EXPECT_EQ(damaged.out, "");
+    const SProgramRun picture = RunVrd({"pdf-detect", Photo()});
+    EXPECT_EQ(picture.status, 2);
+    EXPECT_EQ(picture.err,
+              "vrd: " + Photo() + ": PDF detection failed. it is not a PDF; vrd detect searches pictures\n");
 }
 
 TEST_F(VrdBatch, NoToolOfTheWorkingFolderIsRun) {

@@ -115,6 +115,23 @@ TEST_F(PdfDetect, ADamagedDocumentIsAFailureWithTheReasonOfTheTool) {
     ExpectFailure(Run("folder.pdf"), "not a regular file");
 }
 
+// What a document begins with may stand behind other bytes, and such a document may be damaged as well.
+TEST_F(PdfDetect, AFileOfAnotherKindIsCalledNoDocumentWhateverTheToolSays) {
+    UseRealTool();
+    Piece(pieces::kGood).save(QString::fromStdString(m_Folder / "photo.jpg"));
+    WriteBytes(m_Folder / "empty.pdf", "");
+    WriteBytes(m_Folder / "late.pdf", std::string(1019, ' ') + "%PDF-1.4\nnothing");
+    for (const char* name : {"photo.jpg", "empty.pdf"}) {
+        const SBxPdfDetectOutcome outcome = Run(name);
+        EXPECT_EQ(outcome.reason, "it is not a PDF") << name;
+        EXPECT_TRUE(outcome.isNoDocument) << name;
+        ExpectFailure(outcome, "");
+    }
+    const SBxPdfDetectOutcome damaged = Run("late.pdf");
+    ExpectFailure(damaged, "pdfimages: ");
+    EXPECT_FALSE(damaged.isNoDocument);
+}
+
 TEST_F(PdfDetect, AToolThatFailsIsNotTakenForADocumentWithoutPictures) {
     UseTool("cp \"$1\" \"$2-000.ppm\"; echo one >&2; echo the reason >&2; exit 3");
     ExpectFailure(Run("none.pdf"), "the reason");
