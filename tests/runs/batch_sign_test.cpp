@@ -266,6 +266,16 @@ TEST_F(BatchSign, OnlyOneRunWorksInAFolder) {
     EXPECT_FALSE(Run().hasFailed);
 }
 
+TEST_F(BatchSign, AFileIsTakenForNoFolderAndLeftAlone) {
+    WriteBytes(m_Folder / "photo.png", "precious");
+    const SBxBatchSignOutcome outcome = BX_RunBatchSign(Context(), m_Folder / "photo.png", kSign, {});
+    EXPECT_TRUE(outcome.hasFailed);
+    EXPECT_EQ(outcome.reason, "it is a file, no folder");
+    EXPECT_EQ(BX_RunBatchSign(Context(), m_Folder / "missing", kSign, {}).reason, "there is no such folder");
+    EXPECT_THAT(NamesIn(m_Folder.Path()), ElementsAre("photo.png"));
+    EXPECT_EQ(ReadBytes(m_Folder / "photo.png"), "precious");
+}
+
 TEST_F(BatchSign, EndsAtOnceWhereItCannotWrite) {
     WritePiece("photo.png", pieces::kGood);
     WriteBytes(m_Temporary / "precious.txt", "precious");
