@@ -94,6 +94,7 @@ public:
     unsigned char Search(const SSearchedGrids& searched) {
         bool hasMemory =
             m_Run.PreparePlanes() && m_Best.Prepare(kMostFollowed, 0.0f) && m_Swept.Prepare(kMostFollowed, 0.0f);
+        CollectSizes();
         ChooseSizes(searched);
         CBxPatternPlane columns;
         for (int i = 0; i < m_iSizes && hasMemory && !m_Run.Ended(); ++i) {
@@ -124,7 +125,8 @@ private:
         return columns.PrepareColumns(m_dHalved > 1.0 ? m_Halved : m_Run.m_Planes, ofPlanes * m_dHalved);
     }
 
-    void ChooseSizes(const SSearchedGrids& searched) {
+    // Those of all sizes for which there is room, few first.
+    void CollectSizes() {
         const double width = m_Run.m_Sums.Width();
         const double height = m_Run.m_Sums.Height();
         constexpr double kStep = CBxTurnedMap::kSizes;
@@ -140,6 +142,9 @@ private:
             }
         }
         std::sort(m_Sizes, m_Sizes + m_iSizes, [](const SSizes& a, const SSizes& b) { return a.grids < b.grids; });
+    }
+
+    void ChooseSizes(const SSearchedGrids& searched) {
         double upright = 0.0;
         double turned = 0.0;
         double swept = 0.0;
