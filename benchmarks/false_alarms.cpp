@@ -213,6 +213,21 @@ void Search(SSums& sums, QImage image, const std::string& name, bool isVerbose) 
     }
 }
 
+// "1/2" is the second of two shares.
+bool ReadShare(int& share, int& shares, const char* text) {
+    constexpr long kMost = 1000;
+    char* slash = nullptr;
+    char* end = nullptr;
+    const long first = std::strtol(text, &slash, 10);
+    if (slash == text || *slash != '/') {
+        return false;
+    }
+    const long second = std::strtol(slash + 1, &end, 10);
+    share = static_cast<int>(std::clamp(first, 0L, kMost));
+    shares = static_cast<int>(std::clamp(second, 0L, kMost));
+    return end != slash + 1 && *end == '\0' && first == share && second == shares && shares > 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -227,11 +242,11 @@ int main(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
         if (word == "--count" && i + 1 < argc) {
-            count = std::atoi(argv[++i]);
+            count = static_cast<int>(std::clamp(std::strtol(argv[++i], nullptr, 10), 0L, 1L << 30));
         } else if (word == "--seed" && i + 1 < argc) {
-            seed = static_cast<unsigned int>(std::atoi(argv[++i]));
+            seed = static_cast<unsigned int>(std::strtoul(argv[++i], nullptr, 10));
         } else if (word == "--share" && i + 1 < argc) {
-            if (std::sscanf(argv[++i], "%d/%d", &share, &shares) != 2 || shares < 1) {
+            if (!ReadShare(share, shares, argv[++i])) {
                 return 2;
             }
         } else if (word == "-v") {
