@@ -15,9 +15,7 @@
 #include "pdf_document.h"
 #include "vrd_fixture.h"
 
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 
@@ -179,7 +177,7 @@ TEST_F(VrdBatch, TheToolForDocumentsEndsWithAProgramThatIsKilled) {
     const pid_t vrd = StartProgram({m_Folder / "bin/vrd", "pdf-detect", m_Folder / "signed.pdf"}, STDERR_FILENO);
     char number[20] = "";
     const bool isAtWork = BecomesReadable(numbers) && ::read(numbers, number, sizeof(number) - 1) > 0;
-    const int end = isAtWork ? static_cast<int>(::syscall(SYS_pidfd_open, std::atoi(number), 0)) : -1;
+    const int end = isAtWork ? static_cast<int>(::syscall(SYS_pidfd_open, std::strtol(number, nullptr, 10), 0)) : -1;
     ::kill(vrd, SIGKILL);
     EXPECT_EQ(program_run::WaitFor(vrd), -SIGKILL);
     ASSERT_GE(end, 0) << "the tool was not started, or had ended before: " << number;
