@@ -82,11 +82,11 @@ TEST_F(BatchSign, RaisesTheQualityUntilTheSignSurvives) {
         if (lines.size() == expected.size() + 2) {
             break;
         }
-        expected.push_back("ERROR| Sign is corrupted because of the JPEG comression.");
+        expected.emplace_back("ERROR| Sign is corrupted because of the JPEG comression.");
     }
     EXPECT_GT(expected.size(), 2u);
     expected.push_back("INFO | The " + output + " was successfully written.");
-    expected.push_back("INFO | *** LOG SESSION FINISHED ***");
+    expected.emplace_back("INFO | *** LOG SESSION FINISHED ***");
     EXPECT_EQ(lines, expected);
     EXPECT_EQ(SignIn(output), kSign);
 }
