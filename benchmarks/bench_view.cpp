@@ -16,7 +16,7 @@ constexpr QRgb kSurround = 0xFF010203;
 
 // Slopes with a little noise, nowhere as dark as the surround.
 const CBxOwnedPic& Photograph() {
-    static const CBxOwnedPic photograph = [] {
+    static const CBxOwnedPic kPhotograph = [] {
         CBxOwnedPic pic;
         if (pic.Allocate(kWidth, kHeight, 3, 8) != 0) {
             return pic;
@@ -30,7 +30,7 @@ const CBxOwnedPic& Photograph() {
         }
         return pic;
     }();
-    return photograph;
+    return kPhotograph;
 }
 
 // The middle of the view shows the middle of the picture, whose brightness is known.

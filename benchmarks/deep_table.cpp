@@ -6,8 +6,8 @@
 // from 0), and searches what comes of it. Photographs that the ordinary search does not read unchanged are left out.
 // With --unsigned nothing is signed: then nothing may be found. -v tells of each search that was not right. --costs
 // tells of each search that found nothing what each stage took, and whether it holds its bound; with -v also the time
-// of wall, the grids and the decodings. One thread, or N. Ends with 0; 1 when a wrong text was called certain; 2 when a
-// search failed.
+// of wall, the grids and the decodings. One thread, or N. Ends with 1 when a wrong text was called certain, whatever
+// else went wrong; else with 2 when a search failed or nothing was asked for, else with 0.
 #include <QGuiApplication>
 #include <QImage>
 #include <algorithm>
@@ -246,8 +246,10 @@ int main(int argc, char** argv) {
     const QGuiApplication application(argc, argv);
     SOptions options;
     if (!ReadOptions(options, argc, argv)) {
-        std::fputs("deep_table [--text TEXT] [--unsigned] [--costs] [--threads N] [--from N] [--to N] [-v] PHOTO...\n",
-                   stderr);
+        std::fputs(
+            "deep_table [--text TEXT] [--unsigned] [--costs] [--threads N] [--from N] [--to N] [-v] PHOTO...\n"
+            "status: 1 a wrong text was called certain; else 2 a search failed, or this usage; else 0\n",
+            stderr);
         return 2;
     }
     if (options.tellsCosts) {
@@ -307,7 +309,6 @@ int main(int argc, char** argv) {
                 sum.wrongCertain, sum.wrongUncertain, sum.highest);
     if (sum.failed > 0) {
         std::fprintf(stderr, "searches that failed and are not counted: %d\n", sum.failed);
-        return 2;
     }
-    return sum.wrongCertain == 0 ? 0 : 1;
+    return sum.wrongCertain > 0 ? 1 : sum.failed > 0 ? 2 : 0;
 }

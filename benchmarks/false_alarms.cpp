@@ -5,7 +5,8 @@
 // Every picture is made anew: a part of one of the photographs, cut, turned, mirrored, rescaled, brightened or saved as
 // JPEG by chance, or one of a dozen kinds made in code (noise, gradients, skies, walls, tiles, text pages, screens,
 // halftones). Prints how many were searched, how many texts were tried and how far the best of them was from being
-// reported. --share takes every N-th picture from the I-th on, for several processes.
+// reported. --share takes every N-th picture from the I-th on, for several processes. Ends with 1 when one is
+// reported as certain, whatever else went wrong; else with 2 when a search failed, else with 0.
 #include <QBuffer>
 #include <QGuiApplication>
 #include <QImage>
@@ -212,6 +213,21 @@ void Search(SSums& sums, QImage image, const std::string& name, bool isVerbose) 
     }
 }
 
+// "1/2" is the second of two shares.
+bool ReadShare(int& share, int& shares, const char* text) {
+    constexpr long kMost = 1000;
+    char* slash = nullptr;
+    char* end = nullptr;
+    const long first = std::strtol(text, &slash, 10);
+    if (slash == text || *slash != '/') {
+        return false;
+    }
+    const long second = std::strtol(slash + 1, &end, 10);
+    share = static_cast<int>(std::clamp(first, 0L, kMost));
+    shares = static_cast<int>(std::clamp(second, 0L, kMost));
+    return end != slash + 1 && *end == '\0' && first == share && second == shares && shares > 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -226,11 +242,11 @@ int main(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
         if (word == "--count" && i + 1 < argc) {
-            count = std::atoi(argv[++i]);
+            count = static_cast<int>(std::clamp(std::strtol(argv[++i], nullptr, 10), 0L, 1L << 30));
         } else if (word == "--seed" && i + 1 < argc) {
-            seed = static_cast<unsigned int>(std::atoi(argv[++i]));
+            seed = static_cast<unsigned int>(std::strtoul(argv[++i], nullptr, 10));
         } else if (word == "--share" && i + 1 < argc) {
-            if (std::sscanf(argv[++i], "%d/%d", &share, &shares) != 2 || shares < 1) {
+            if (!ReadShare(share, shares, argv[++i])) {
                 return 2;
             }
         } else if (word == "-v") {
@@ -264,7 +280,6 @@ int main(int argc, char** argv) {
         sums.pictures, sums.grids, sums.decodings, sums.ordinary, sums.certain, sums.uncertain, sums.highest);
     if (sums.failed > 0) {
         std::fprintf(stderr, "searches that failed and are not counted: %d\n", sums.failed);
-        return 2;
     }
-    return sums.ordinary + sums.certain == 0 ? 0 : 1;
+    return sums.ordinary + sums.certain > 0 ? 1 : sums.failed > 0 ? 2 : 0;
 }

@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <functional>
 
 #include "base_files.h"
@@ -142,6 +143,11 @@ std::string OfFiles(std::size_t count, const SBxRunOutcome& outcome, const char*
     return std::to_string(count) + " of " + std::to_string(outcome.total) + " " + what;
 }
 
+bool IsFile(const std::string& path) {
+    std::error_code error;
+    return std::filesystem::is_regular_file(path, error);
+}
+
 // As for a search of single files: a file that could not be searched is an error, whatever was found in others.
 EBxExit SearchStatus(const SBxRunOutcome& outcome, bool isFound) {
     if (outcome.hasFailed || outcome.wasCancelled || outcome.unreadable > 0 || outcome.failed > 0) {
@@ -163,11 +169,14 @@ EBxExit BX_BatchSignCommand(const SBxBatchRequest& request, CBxConsole& console)
     CBxRunProgress progress(BX_IsStopRequested);
     const SBxRunContext context = {progress, static_cast<int>(request.threads), request.quality, "", "", nullptr};
     CReports reports(console);
-    const SBxBatchSignOutcome outcome =
+    SBxBatchSignOutcome outcome =
         BX_RunBatchSign(context, request.folder, request.sign, [&](const SBxSignedFile& file) {
             reports.Report(progress.View(), [&] { ReportSigned(file, request.sign, console); });
         });
     reports.Wipe();
+    if (outcome.hasFailed && IsFile(request.folder)) {
+        outcome.reason += "; vrd sign signs single pictures";
+    }
     const CBxJson record = {{"folder", BX_ValidUtf8(request.folder)},
                             {"message", BX_GetMessage(outcome)},
                             {"signed", outcome.signedFiles},
@@ -191,13 +200,16 @@ EBxExit BX_BatchDetectCommand(const SBxBatchRequest& request, CBxConsole& consol
         progress, static_cast<int>(request.threads), request.quality, "", "", nullptr, DepthOf(request.deep)};
     CReports reports(console);
     std::size_t found = 0;
-    const SBxBatchDetectOutcome outcome = BX_RunBatchDetect(context, request.folder, [&](const SBxDetectedFile& file) {
+    SBxBatchDetectOutcome outcome = BX_RunBatchDetect(context, request.folder, [&](const SBxDetectedFile& file) {
         found += file.isFound ? 1 : 0;
         reports.Report(progress.View(), [&] {
             ReportSearched(file, file.file, {{"file", BX_ValidUtf8(file.file)}}, request.deep, console);
         });
     });
     reports.Wipe();
+    if (outcome.hasFailed && IsFile(request.folder)) {
+        outcome.reason += "; vrd detect searches single pictures";
+    }
     const CBxJson record = {{"folder", BX_ValidUtf8(request.folder)},
                             {"message", BX_GetMessage(outcome)},
                             {"found", found},
@@ -220,7 +232,7 @@ EBxExit BX_PdfDetectCommand(const SBxPdfRequest& request, CBxConsole& console) {
                                    DepthOf(request.deep)};
     CReports reports(console);
     std::size_t found = 0;
-    const SBxPdfDetectOutcome outcome = BX_RunPdfDetect(context, request.document, [&](const SBxPdfPicture& picture) {
+    SBxPdfDetectOutcome outcome = BX_RunPdfDetect(context, request.document, [&](const SBxPdfPicture& picture) {
         found += picture.isFound ? 1 : 0;
         reports.Report(progress.View(), [&] {
             ReportSearched(picture, request.document + ", picture " + std::to_string(picture.number),
@@ -229,6 +241,9 @@ EBxExit BX_PdfDetectCommand(const SBxPdfRequest& request, CBxConsole& console) {
         });
     });
     reports.Wipe();
+    if (outcome.isNoDocument) {
+        outcome.reason += "; vrd detect searches pictures";
+    }
     const CBxJson record = {{"document", BX_ValidUtf8(request.document)},
                             {"message", BX_GetMessage(outcome)},
                             {"first_sign", outcome.signFound ? CBxJson(BX_ValidUtf8(outcome.firstSign)) : nullptr},

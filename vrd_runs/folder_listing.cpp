@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "localization.h"
 #include "qt_files.h"
 #include "run_context.h"
 
@@ -27,6 +28,12 @@ bool BX_ListFolder(std::vector<std::string>& files, const std::string& folder) {
         }
     }
     return true;
+}
+
+std::string BX_GetFolderFault(const std::string& path, const char* otherwise) {
+    std::error_code error;
+    return std::filesystem::is_regular_file(path, error) ? CBxLocalization::Translate("it is a file, no folder")
+                                                         : otherwise;
 }
 
 std::string BX_GetAbsolutePath(const std::string& path) {

@@ -75,6 +75,7 @@ private:
                                            [this] { return m_Context.progress.IsCancelled(); });
         if (m_Pictures.hasFailed) {
             m_Outcome.reason = m_Pictures.reason;
+            m_Outcome.isNoDocument = m_Pictures.isNoDocument;
             return FailInApplicationLog(m_Pictures.logLine);
         }
         m_Outcome.wasCancelled = m_Pictures.isCancelled || m_Context.progress.IsCancelled();

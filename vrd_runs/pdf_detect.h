@@ -15,6 +15,7 @@ struct SBxPdfDetectOutcome : SBxRunOutcome {
     std::string firstSign;          // of the first picture that has one, a certain one if any
     bool isFirstUncertain = false;  // single letters of it may be wrong
     std::size_t passedOver = 0;     // pictures of two colours
+    bool isNoDocument = false;      // it has failed on a file of another kind, perhaps a picture
 };
 
 using CBxPdfPictureReport = std::function<void(const SBxPdfPicture& picture)>;

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 #include "base_files.h"
 #include "child_process.h"
@@ -82,6 +83,15 @@ std::string DescribeExit(const SBxChildResult& child) {
            (said.empty() ? " failed with status " + std::to_string(child.exitStatus) : ": " + said);
 }
 
+// Whether the file begins as a document does, perhaps after some bytes of something else.
+bool LooksLikeDocument(const std::string& path) {
+    constexpr std::size_t kFarthest = 1024;
+    const std::unique_ptr<std::FILE, SFileCloser> file(BX_fopen(path.c_str(), "rb"));
+    char start[kFarthest];
+    const std::size_t count = file == nullptr ? 0 : std::fread(start, 1, sizeof(start), file.get());
+    return file == nullptr || std::string_view(start, count).find("%PDF-") != std::string_view::npos;
+}
+
 // `shown` is `reason` in the user's language; the log stays English.
 SBxPdfPictures Fail(SBxPdfPictures pictures, const std::string& reason, const std::string& shown) {
     pictures.reason = shown;
@@ -114,7 +124,8 @@ SBxPdfPictures BX_ExtractPdfPictures(const std::string& document, const std::str
     }
     if (child.end != EBxChildEnd::kExited || child.exitStatus != 0) {
         const std::string reason = DescribeExit(child);
-        return Fail(pictures, reason, reason);
+        pictures.isNoDocument = child.end == EBxChildEnd::kExited && !LooksLikeDocument(document);
+        return Fail(pictures, reason, pictures.isNoDocument ? CBxLocalization::Translate("it is not a PDF") : reason);
     }
     pictures.pictures = FilesOfKind(folder, "*.ppm");
     pictures.passedOver = FilesOfKind(folder, "*.pbm");

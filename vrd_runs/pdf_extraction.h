@@ -8,6 +8,7 @@
 struct SBxPdfPictures {
     bool hasFailed = true;
     bool isCancelled = false;             // no failure
+    bool isNoDocument = false;            // the tool failed on a file of another kind
     std::string logLine;                  // of the failure, as it stands in the log
     std::string reason;                   // of the failure, for the user
     std::string messages;                 // what the tool had to say, whether it failed or not

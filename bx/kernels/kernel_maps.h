@@ -132,11 +132,11 @@ inline float MinusCosine(float angle) {
     return 1.0f - square * (0.5f - square * (1.0f / 24.0f - square * tail));
 }
 
-void CosinesOfBoxes(float* __restrict out, const SBxBoxes& boxes, const float* shares, float factor, float first,
+void CosinesOfBoxes(float* __restrict out, const SBxBoxes& boxes, const float* shares, float factor,
                     std::size_t count) {
     const SBxBoxes all = boxes;
     for (std::size_t i = 0; i < count; ++i) {
-        out[i] = MinusCosine(SumOfBox(all, i) * shares[i] * factor + first);
+        out[i] = MinusCosine(SumOfBox(all, i) * shares[i] * factor);
     }
 }
 

@@ -214,9 +214,8 @@ struct SBxKernels {
                             std::size_t count);
     // values[i] -= the mean of box i; then no further from zero than `most`.
     void (*TakeOffMeans)(float* values, const SBxBoxes& boxes, const float* shares, float most, std::size_t count);
-    // out[i] = minus the cosine of factor * the mean of box i + first, an angle from 0 up to some hundreds.
-    void (*CosinesOfBoxes)(float* out, const SBxBoxes& boxes, const float* shares, float factor, float first,
-                           std::size_t count);
+    // out[i] = minus the cosine of factor * the mean of box i, an angle from 0 up to some hundreds.
+    void (*CosinesOfBoxes)(float* out, const SBxBoxes& boxes, const float* shares, float factor, std::size_t count);
     // values[i] += weight * (the mean of `middle` - that of the ground).
     void (*AddContrasts)(float* values, const SBxCellBoxes& cells, float weight, std::size_t count);
 

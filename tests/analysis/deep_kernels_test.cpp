@@ -84,7 +84,7 @@ TEST_P(KernelForms, MakeMapsOfCellsTheSame) {
         k.TakeOffMeans(out, cells.ground, cells.shares, 1e10f, count);
     });
     each([](const SBxKernels& k, float* out, const SBxCellBoxes& cells, std::size_t count) {
-        k.CosinesOfBoxes(out, cells.ground, cells.shares, kTiny, 9.0f, count);
+        k.CosinesOfBoxes(out, cells.ground, cells.shares, 100.0f * kTiny, count);
     });
     each([](const SBxKernels& k, float* out, const SBxCellBoxes& cells, std::size_t count) {
         k.AddContrasts(out, cells, 0.35f, count);

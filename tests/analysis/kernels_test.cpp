@@ -79,7 +79,10 @@ TEST_P(KernelForms, SearchCornersTheSame) {
                 rows[row][random() % kWidth] = 11.0f;
                 starts[row] = rows[row].data() + offset;
             }
-            std::vector<float> out(count), xx(count), xy(count), yy(count);
+            std::vector<float> out(count);
+            std::vector<float> xx(count);
+            std::vector<float> xy(count);
+            std::vector<float> yy(count);
             const std::vector<float> zeros(6);
             m_pForm->SmoothAlong(out.data(), starts[0], groups, kTaps7, 2.0f, 6.0f);
             float* const products[3] = {xx.data(), xy.data(), yy.data()};

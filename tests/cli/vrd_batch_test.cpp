@@ -15,9 +15,7 @@
 #include "pdf_document.h"
 #include "vrd_fixture.h"
 
-using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 
@@ -87,6 +85,17 @@ TEST_F(VrdBatch, ARunThatCannotBeginSaysWhy) {
     EXPECT_EQ(missing.status, 2);
     EXPECT_EQ(missing.out, "");
     EXPECT_THAT(missing.err, HasSubstr("the folder cannot be read"));
+    for (const auto& [command, end] : {std::pair("batch-sign", "; vrd sign signs single pictures\n"),
+                                       std::pair("batch-detect", "; vrd detect searches single pictures\n")}) {
+        std::vector<std::string> words = {command, Photo()};
+        if (words[0] == "batch-sign") {
+            words.insert(words.end(), {"-s", kSign});
+        }
+        const SProgramRun file = RunVrd(words);
+        EXPECT_EQ(file.status, 2);
+        EXPECT_THAT(file.err, HasSubstr(Photo() + ": Batch "));
+        EXPECT_THAT(file.err, HasSubstr(std::string("it is a file, no folder") + end));
+    }
     const int other = ::open(m_Folder.Path().c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(::flock(other, LOCK_EX), 0);
     for (const SProgramRun& run : {RunVrd({"batch-sign", m_Folder.Path(), "-s", kSign, "--json"}),
@@ -129,6 +138,10 @@ TEST_F(VrdBatch, DocumentsAreSearched) {
     EXPECT_EQ(damaged.status, 2);
     EXPECT_THAT(damaged.err, HasSubstr("PDF detection failed. pdfimages: "));
     EXPECT_EQ(damaged.out, "");
+    const SProgramRun picture = RunVrd({"pdf-detect", Photo()});
+    EXPECT_EQ(picture.status, 2);
+    EXPECT_EQ(picture.err,
+              "vrd: " + Photo() + ": PDF detection failed. it is not a PDF; vrd detect searches pictures\n");
 }
 
 TEST_F(VrdBatch, NoToolOfTheWorkingFolderIsRun) {
@@ -164,7 +177,7 @@ TEST_F(VrdBatch, TheToolForDocumentsEndsWithAProgramThatIsKilled) {
     const pid_t vrd = StartProgram({m_Folder / "bin/vrd", "pdf-detect", m_Folder / "signed.pdf"}, STDERR_FILENO);
     char number[20] = "";
     const bool isAtWork = BecomesReadable(numbers) && ::read(numbers, number, sizeof(number) - 1) > 0;
-    const int end = isAtWork ? static_cast<int>(::syscall(SYS_pidfd_open, std::atoi(number), 0)) : -1;
+    const int end = isAtWork ? static_cast<int>(::syscall(SYS_pidfd_open, std::strtol(number, nullptr, 10), 0)) : -1;
     ::kill(vrd, SIGKILL);
     EXPECT_EQ(program_run::WaitFor(vrd), -SIGKILL);
     ASSERT_GE(end, 0) << "the tool was not started, or had ended before: " << number;

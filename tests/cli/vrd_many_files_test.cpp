@@ -68,7 +68,7 @@ TEST_F(VrdManyFiles, TheShardsOfAListHoldEachFileOnceInWhateverOrder) {
     for (int i = 0; i < 12; ++i) {
         names.push_back("p" + std::to_string(i) + ".png");
         WritePlain(m_Folder / names.back(), 8, 8);
-        list = i % 2 == 0 ? list + names.back() + "\n" : names.back() + "\n" + list;
+        list.insert(i % 2 == 0 ? list.size() : 0, names.back() + "\n");
     }
     WriteBytes(m_Folder / "list.txt", list);
     std::vector<std::string> searched;

@@ -100,7 +100,7 @@ struct SSignedMap {
         const CBxRect<int>& frame = run.m_siRect[0];
         carrier = {frame.left + 0.5, frame.top + 0.5, frame.right - 0.5, frame.bottom - 0.5};
         EXPECT_TRUE(map.Make(planes, carrier.Width() / kGridSide, carrier.Height() / kGridSide));
-        EXPECT_TRUE(!withComb || map.AddComb(planes, SBxTone()));
+        EXPECT_TRUE(!withComb || map.AddComb(planes));
     }
 };
 

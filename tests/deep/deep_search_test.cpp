@@ -163,6 +163,39 @@ TEST(DeepSearch, ReadsACarrierThatReachesBeyondThePictureFromItsOneCorner) {
     EXPECT_LT(finding.m_Pose.origin.y, -5.0);
 }
 
+// Nearly a third of the carrier is gone, half as much as is left of the picture: eleven of its columns, or rows,
+// remain.
+TEST(DeepSearch, ReadsFromOneCornerWhatReachesHalfAsFarAgainBeyondThePicture) {
+    constexpr double kBeyond = 0.47;  // of what is left
+    constexpr int kMargin = 12;       // pixels of the picture that stay around the corner
+    constexpr int kHeight = 420;
+    const struct {
+        int width;
+        std::uint32_t seed;
+        bool isRightGone;  // or else the top
+    } kRows[] = {{700, 21, true}, {680, 8, false}};
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.isRightGone ? "the right is gone" : "the top is gone");
+        CBxOwnedPic whole = MakeTexturedPicture(row.width, kHeight, row.seed);
+        char text[CBxSignOp::kTextBytes] = "";
+        std::strcpy(text, kText);
+        SBxSignRun run;
+        ASSERT_EQ(CBxSignOp::InsertTextIntoPicture(run, &whole.Pic(), text), kBxSuccess);
+        const CBxRect<int>& carrier = run.m_siRect[0];
+        const int side = kMargin + (row.isRightGone ? carrier.Width() : carrier.Height());
+        const int rest = static_cast<int>(side / (1.0 + kBeyond));
+        const QRect kept = row.isRightGone ? QRect(carrier.left - kMargin, 0, rest, kHeight)
+                                           : QRect(0, carrier.bottom + kMargin - rest, row.width, rest);
+        CBxOwnedPic picture = PictureOfImage(ImageOfPicture(whole.Pic()).copy(kept));
+        SBxDeepFinding finding;
+        ASSERT_TRUE(SearchByOneStage(finding, picture.Pic(), BX_SearchOneCorner));
+        EXPECT_STREQ(finding.m_Reading.m_szText, kText);
+        const double beyond =
+            row.isRightGone ? finding.m_Pose.PointAt(kGridSide, kGridSide).x - rest : -finding.m_Pose.origin.y;
+        EXPECT_NEAR(beyond / rest, kBeyond, 0.03);
+    }
+}
+
 TEST(DeepSearch, StagesReadByThemselvesWhatTheyAreFor) {
     const struct {
         const char* change;

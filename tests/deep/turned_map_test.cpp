@@ -86,7 +86,7 @@ TEST(TurnedMap, ASweepFindsTheCarrierAndFollowingTheMapComesNearer) {
         const double height = 0.9 * std::hypot(sign.carrier.down.x, sign.carrier.down.y);
         ASSERT_TRUE(planes.Prepare(const_cast<CBxOwnedPic&>(sign.picture).Pic()));
         ASSERT_TRUE(columns.PrepareColumns(planes, CBxTurnedMap::ScaleOf(width) / planes.Scale()));
-        ASSERT_TRUE(map.Make(columns, width, height, SBxTone()));
+        ASSERT_TRUE(map.Make(columns, width, height));
         CBxTurnedSweep sweep;
         CBxBestGrids best;
         ASSERT_TRUE(sweep.Prepare(map, degrees) && best.Prepare(8, 0.0f));
@@ -95,7 +95,8 @@ TEST(TurnedMap, ASweepFindsTheCarrierAndFollowingTheMapComesNearer) {
             grids += sweep.SweepHeight(best, i);
         }
         best.Settle();
-        EXPECT_GT(grids, 1000U);
+        EXPECT_NEAR(static_cast<double>(grids) / CBxTurnedSweep::GridsSwept(kWidth, kHeight, width, height, degrees),
+                    1.0, 0.03);
         ASSERT_GE(best.Count(), 2U);
         EXPECT_GE(best[0].worth, best[1].worth);
         EXPECT_LT(FarthestCorner(best[0].pose, sign.carrier), 0.4) << degrees;
@@ -105,6 +106,19 @@ TEST(TurnedMap, ASweepFindsTheCarrierAndFollowingTheMapComesNearer) {
         EXPECT_GE(map.Follow(followed), map.Worth(best[0].pose));
         EXPECT_LT(FarthestCorner(followed, sign.carrier), 0.25) << degrees;
     }
+}
+
+// Turned back it lies across a frame that is several times as large.
+TEST(TurnedMap, AVeryLongPictureIsNotSearchedForMoreGridsThanOthers) {
+    constexpr double kMostGrids = 3.5e8 + 2.5e8;
+    constexpr int kNarrow = 400;
+    constexpr int kLong = 4000;
+    CBxOwnedPic picture = MakeTexturedPicture(kNarrow, kLong, 11);
+    SRun run(picture.Pic());
+    ASSERT_EQ(BX_SearchAnywhere(*run.deep), kBxSuccess);
+    const auto grids = static_cast<double>(run.deep->m_ulGrids.load());
+    EXPECT_LT(grids, kMostGrids);
+    EXPECT_GT(grids, 0.7 * kMostGrids);  // small turns are looked at all the same
 }
 
 TEST(TurnedMap, KeepsTheBestOfGridsThatNearlyCoincide) {

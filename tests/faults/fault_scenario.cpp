@@ -129,7 +129,7 @@ long CFaultScenario::CountAllocations() const {
     limits.environment["LD_PRELOAD"] = kShim;
     limits.environment["VERIDANE_ALLOCATIONS"] = folder / "count";
     RunLimited(m_Words, limits);
-    return std::atol(ReadBytes(folder / "count").c_str());
+    return std::strtol(ReadBytes(folder / "count").c_str(), nullptr, 10);
 }
 
 void CFaultScenario::RunWithFailingAllocations(SFaultTally& tally, long from, long count) {
@@ -186,12 +186,12 @@ void CFaultScenario::Judge(SFaultTally& tally, const SLimitedRun& run, const CTe
     std::vector<std::string> faults;
     int leftovers = 0;
     if (run.isTooSlow) {
-        faults.push_back("hangs");
+        faults.emplace_back("hangs");
     }
     JudgeFiles(faults, leftovers, isDone, folder.Path());
     JudgeTold(faults, run, isDone);
     if (leftovers > 0 && run.EndedByItself()) {
-        faults.push_back("leaves temporary files although it ended by itself");
+        faults.emplace_back("leaves temporary files although it ended by itself");
     }
     tally.leftovers += leftovers;
     for (const std::string& fault : faults) {
@@ -205,9 +205,9 @@ void CFaultScenario::JudgeFiles(std::vector<std::string>& faults, int& leftovers
     std::set<std::string> names = FilesUnder(folder);
     std::set<std::string> kept;  // stand to be replaced, and were not
     for (const auto& [name, bytes] : m_Inputs) {
-        const bool mayBeReplaced = m_Results.count(name) > 0;
-        const bool isUnchanged = names.count(name) > 0 && ReadBytes(folder + "/" + name) == bytes;
-        if (names.count(name) == 0 || (!mayBeReplaced && !isUnchanged)) {
+        const bool mayBeReplaced = m_Results.contains(name);
+        const bool isUnchanged = names.contains(name) && ReadBytes(folder + "/" + name) == bytes;
+        if (!names.contains(name) || (!mayBeReplaced && !isUnchanged)) {
             faults.push_back("the input " + name + " was lost or changed");
         }
         if (!mayBeReplaced || (isUnchanged && !mustBeWhole)) {
@@ -216,12 +216,12 @@ void CFaultScenario::JudgeFiles(std::vector<std::string>& faults, int& leftovers
         }
     }
     for (const auto& [name, bytes] : m_Results) {
-        if (kept.count(name) > 0) {
+        if (kept.contains(name)) {
             continue;
         }
         if (names.erase(name) == 0) {
             // Another format may stand in its place: a JPEG that could not be written becomes a bitmap.
-            if (mustBeWhole && names.count(name + ".bmp") == 0) {
+            if (mustBeWhole && !names.contains(name + ".bmp")) {
                 faults.push_back("success, but there is no " + name);
             }
         } else if (!IsRightResult(name, folder + "/" + name)) {
@@ -245,7 +245,7 @@ bool CFaultScenario::IsRightResult(const std::string& name, const std::string& p
         return true;
     }
     if (EndsWith(name, ".log")) {
-        return bytes.empty() || bytes.back() == '\n' || bytes.find("\n") == std::string::npos;
+        return bytes.empty() || bytes.back() == '\n' || bytes.find('\n') == std::string::npos;
     }
     if (EndsWith(name, ".jsonl")) {
         const std::set<std::string> claims = ClaimsIn(bytes);
@@ -258,16 +258,16 @@ bool CFaultScenario::IsRightResult(const std::string& name, const std::string& p
 void CFaultScenario::JudgeTold(std::vector<std::string>& faults, const SLimitedRun& run, bool mustBeWhole) const {
     const std::set<std::string> claims = ClaimsIn(run.out);
     for (const std::string& claim : claims) {
-        if (m_Claims.count(claim) == 0) {
+        if (!m_Claims.contains(claim)) {
             faults.push_back("says what is not so: " + claim);
         }
     }
     if (mustBeWhole && claims != m_Claims) {
-        faults.push_back("success, but not everything was told");
+        faults.emplace_back("success, but not everything was told");
     }
     const bool isExplained = run.out.find("\"error\"") != std::string::npos ||
                              run.out.find("\"message\":\"Not all the images were signed.\"") != std::string::npos;
     if (run.EndedByItself() && !mustBeWhole && !isExplained && run.err.empty()) {
-        faults.push_back("fails without a word");
+        faults.emplace_back("fails without a word");
     }
 }

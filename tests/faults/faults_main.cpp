@@ -71,7 +71,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "veridane_faults allocations|kills COUNT [SEED [COMMAND]]\n");
         return 2;
     }
-    const int count = std::max(1, std::atoi(argv[2]));
+    const int count = static_cast<int>(std::clamp(std::strtol(argv[2], nullptr, 10), 1L, 1000000L));
     const unsigned long long seed = argc > 3 ? std::strtoull(argv[3], nullptr, 10) : std::random_device()();
     std::printf("seed %llu\n", seed);
     CRandom random(seed);

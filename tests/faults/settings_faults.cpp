@@ -91,6 +91,6 @@ void SaveSettingsTwiceAtOnce(SFaultTally& tally, int times) {
     ++tally.runs;
     JudgeSettings(tally, folder, path);
     if (ReadBytes(path).find("kept=\"yes\"") == std::string::npos) {
-        tally.faults.push_back("saving settings: the key of somebody else is gone");
+        tally.faults.emplace_back("saving settings: the key of somebody else is gone");
     }
 }

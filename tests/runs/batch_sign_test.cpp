@@ -82,11 +82,11 @@ TEST_F(BatchSign, RaisesTheQualityUntilTheSignSurvives) {
         if (lines.size() == expected.size() + 2) {
             break;
         }
-        expected.push_back("ERROR| Sign is corrupted because of the JPEG comression.");
+        expected.emplace_back("ERROR| Sign is corrupted because of the JPEG comression.");
     }
     EXPECT_GT(expected.size(), 2u);
     expected.push_back("INFO | The " + output + " was successfully written.");
-    expected.push_back("INFO | *** LOG SESSION FINISHED ***");
+    expected.emplace_back("INFO | *** LOG SESSION FINISHED ***");
     EXPECT_EQ(lines, expected);
     EXPECT_EQ(SignIn(output), kSign);
 }
@@ -264,6 +264,16 @@ TEST_F(BatchSign, OnlyOneRunWorksInAFolder) {
     EXPECT_EQ(refused.logPath, "");
     ::close(other);
     EXPECT_FALSE(Run().hasFailed);
+}
+
+TEST_F(BatchSign, AFileIsTakenForNoFolderAndLeftAlone) {
+    WriteBytes(m_Folder / "photo.png", "precious");
+    const SBxBatchSignOutcome outcome = BX_RunBatchSign(Context(), m_Folder / "photo.png", kSign, {});
+    EXPECT_TRUE(outcome.hasFailed);
+    EXPECT_EQ(outcome.reason, "it is a file, no folder");
+    EXPECT_EQ(BX_RunBatchSign(Context(), m_Folder / "missing", kSign, {}).reason, "there is no such folder");
+    EXPECT_THAT(NamesIn(m_Folder.Path()), ElementsAre("photo.png"));
+    EXPECT_EQ(ReadBytes(m_Folder / "photo.png"), "precious");
 }
 
 TEST_F(BatchSign, EndsAtOnceWhereItCannotWrite) {

@@ -32,7 +32,7 @@ protected:
 
     // Waits until the process whose number a script has written into `file` has ended; false when it does not.
     bool IsGone(const std::string& file) {
-        const pid_t pid = std::atoi(ReadBytes(m_Folder / file).c_str());
+        const auto pid = static_cast<pid_t>(std::strtol(ReadBytes(m_Folder / file).c_str(), nullptr, 10));
         EXPECT_GT(pid, 1);
         const int descriptor = static_cast<int>(::syscall(SYS_pidfd_open, pid, 0));
         pollfd end = {descriptor, POLLIN, 0};

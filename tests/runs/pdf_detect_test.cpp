@@ -11,7 +11,6 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 
@@ -113,6 +112,23 @@ TEST_F(PdfDetect, ADamagedDocumentIsAFailureWithTheReasonOfTheTool) {
     ExpectFailure(Run("missing.pdf"), "No such file");
     std::filesystem::create_directory(m_Folder / "folder.pdf");
     ExpectFailure(Run("folder.pdf"), "not a regular file");
+}
+
+// What a document begins with may stand behind other bytes, and such a document may be damaged as well.
+TEST_F(PdfDetect, AFileOfAnotherKindIsCalledNoDocumentWhateverTheToolSays) {
+    UseRealTool();
+    Piece(pieces::kGood).save(QString::fromStdString(m_Folder / "photo.jpg"));
+    WriteBytes(m_Folder / "empty.pdf", "");
+    WriteBytes(m_Folder / "late.pdf", std::string(1019, ' ') + "%PDF-1.4\nnothing");
+    for (const char* name : {"photo.jpg", "empty.pdf"}) {
+        const SBxPdfDetectOutcome outcome = Run(name);
+        EXPECT_EQ(outcome.reason, "it is not a PDF") << name;
+        EXPECT_TRUE(outcome.isNoDocument) << name;
+        ExpectFailure(outcome, "");
+    }
+    const SBxPdfDetectOutcome damaged = Run("late.pdf");
+    ExpectFailure(damaged, "pdfimages: ");
+    EXPECT_FALSE(damaged.isNoDocument);
 }
 
 TEST_F(PdfDetect, AToolThatFailsIsNotTakenForADocumentWithoutPictures) {

@@ -24,6 +24,7 @@ bool Fails() {
 }  // namespace
 
 // The linker leads every call of these functions in the engine here.
+// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming): the linker's own names
 extern "C" {
 void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
@@ -43,6 +44,7 @@ void* __wrap__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag) {
     return Fails() ? nullptr : __real__ZnwmRKSt9nothrow_t(size, tag);
 }
 }
+// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
 
 namespace {
 

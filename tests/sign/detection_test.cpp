@@ -17,13 +17,13 @@ char kText[] = "Veri-2026x";
 
 // Signed once for all tests.
 const CBxOwnedPic& SignedPicture() {
-    static const CBxOwnedPic picture = [] {
+    static const CBxOwnedPic kPicture = [] {
         CBxOwnedPic made = MakeTexturedPicture(520, 420, 7);
         SBxSignRun run;
         EXPECT_EQ(CBxSignOp::InsertTextIntoPicture(run, &made.Pic(), kText), 0);
         return made;
     }();
-    return picture;
+    return kPicture;
 }
 
 // Halves a picture by averaging blocks of four pixels.

@@ -128,7 +128,7 @@ private:
     }
 
     // Replaces what the bits of an equation bring to it by what it tells them.
-    static void WeighEquation(float* begin, float* end) {
+    static void WeighEquation(float* begin, const float* end) {
         constexpr std::uint32_t kSign = 0x80000000U;
         float smallest = 1e30f;
         float second = 1e30f;

@@ -27,7 +27,7 @@ constexpr double kLargestCosine = 1.1;
 constexpr double kLargestContrast = 16.0;  // in natural logarithms
 constexpr int kReachOfPlace = 1;           // pixels by which a centre may be off
 constexpr float kWorthless = -1e30f;
-constexpr double kRadiansOfTone = 2.0 * 3.141592653589793 / (kPeriod / 2);
+constexpr auto kRadiansOfTone = static_cast<float>(2.0 * 3.141592653589793 / (kPeriod / 2));
 
 SBxReach ReachOf(double cellWidth, double cellHeight, double shareX, double shareY) {
     const auto halfSide = [](double cell, double share) {
@@ -151,7 +151,7 @@ bool CBxCellMap::Make(const CBxPatternPlane& planes, double cellWidth, double ce
 // 1 for a mean on a line of the comb, -1 halfway, averaged over where the centre may really be: restless ground, where
 // neighbouring places have unlike means, averages to nothing. What places around have is taken off, for calm ground
 // that was not signed.
-bool CBxCellMap::AddComb(const CBxPatternPlane& planes, const SBxTone& tone) {
+bool CBxCellMap::AddComb(const CBxPatternPlane& planes) {
     const SBxReach cell = ReachOf(m_dCellWidth, m_dCellHeight, kHalfOfCell);
     const SBxReach ground = ReachOf(m_dCellWidth, m_dCellHeight, kHalfOfGround);
     constexpr SBxReach kPlace{kReachOfPlace, kReachOfPlace};
@@ -169,16 +169,12 @@ bool CBxCellMap::AddComb(const CBxPatternPlane& planes, const SBxTone& tone) {
         !row.Allocate(static_cast<std::size_t>(m_iWidth))) {
         return false;
     }
-    // Whole periods keep the angles positive.
-    const double first = kPeriod * std::ceil(std::fabs(tone.offset)) - tone.offset / tone.gain;
-    const auto perTone = static_cast<float>(kRadiansOfTone / tone.gain);
-    const auto firstAngle = static_cast<float>(first) * static_cast<float>(kRadiansOfTone);
     for (int y = 0; y < m_iHeight; ++y) {
         while (cosines.Rows() < cosines.RowsFor(y, ground.y)) {
             const int next = cosines.Rows();
             AddRowsFor(blue, planes.Blue(), m_iWidth, next, cell.y);
-            BX_Kernels().CosinesOfBoxes(row.Data(), blue.Boxes(next, cell), sharesOfCell.OfRow(next), perTone,
-                                        firstAngle, row.Size());
+            BX_Kernels().CosinesOfBoxes(row.Data(), blue.Boxes(next, cell), sharesOfCell.OfRow(next), kRadiansOfTone,
+                                        row.Size());
             cosines.AddRow(row.Data());
         }
         const SBxBoxes place = cosines.Boxes(y, kPlace);

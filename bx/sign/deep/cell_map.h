@@ -18,7 +18,6 @@
 #include "kernels.h"
 #include "pattern_plane.h"
 #include "sign_format.h"
-#include "tone.h"
 
 // Where the centres of 16 cells in a row lie, in whole pixels of the map; those that lie outside have the place behind
 // its last one.
@@ -37,8 +36,8 @@ public:
     // For cells of this size in pixels of the planes, by their contrast alone. A map may be made anew, of planes of the
     // same size without new memory. False without memory.
     [[nodiscard]] bool Make(const CBxPatternPlane& planes, double cellWidth, double cellHeight);
-    // Lets the map tell the comb of tones that became of a sign's, too; once after Make, planes as before.
-    [[nodiscard]] bool AddComb(const CBxPatternPlane& planes, const SBxTone& tone);
+    // Lets the map tell the comb of a sign's tones, too; once after Make, planes as before. False without memory.
+    [[nodiscard]] bool AddComb(const CBxPatternPlane& planes);
 
     int Width() const { return m_iWidth; }
     int Height() const { return m_iHeight; }

@@ -28,7 +28,7 @@ public:
 
     // Gives a map this mark; to be called for each in turn after the map was made. False without memory.
     [[nodiscard]] static bool Apply(CBxCellMap& map, const CBxPatternPlane& planes, int index) {
-        return index == 0 || map.AddComb(planes, SBxTone());
+        return index == 0 || map.AddComb(planes);
     }
     // The gain of the combs that grids of a mark may have, 0 for any.
     double Gain(int index) const { return index == 0 && !m_bKnowsTone ? 0.0 : 1.0; }

@@ -23,9 +23,10 @@ constexpr int kAngles = 8;                                          // to either
 constexpr double kSmallestTurned = 0.985 * kCellAsSigned;           // few turned pictures are reduced as well
 constexpr double kSmallestCell = 4.1;                               // pixels
 constexpr double kAlmost = 0.999;
-constexpr double kLongest = 2.6;        // the longer side of a carrier against the shorter one
-constexpr double kMostUpright = 3.5e8;  // grids
-constexpr double kMostTurned = 4e8;
+constexpr double kLongest = 2.6;                // the longer side of a carrier against the shorter one
+constexpr double kMostUpright = 3.5e8;          // grids
+constexpr double kMostTurned = 4e8;             // by those that upright ones have,
+constexpr double kMostSwept = 2.5e8;            // and in the frames of the turned picture; ordinary shapes stay below
 constexpr double kLargePicture = 4.5e5;         // pixels; of larger ones
 constexpr double kFirstUprightOfLarge = 3.6e7;  // come first,
 constexpr double kMostTurnedOfLarge = 1.2e8;    // and these are all
@@ -93,6 +94,7 @@ public:
     unsigned char Search(const SSearchedGrids& searched) {
         bool hasMemory =
             m_Run.PreparePlanes() && m_Best.Prepare(kMostFollowed, 0.0f) && m_Swept.Prepare(kMostFollowed, 0.0f);
+        CollectSizes();
         ChooseSizes(searched);
         CBxPatternPlane columns;
         for (int i = 0; i < m_iSizes && hasMemory && !m_Run.Ended(); ++i) {
@@ -123,7 +125,8 @@ private:
         return columns.PrepareColumns(m_dHalved > 1.0 ? m_Halved : m_Run.m_Planes, ofPlanes * m_dHalved);
     }
 
-    void ChooseSizes(const SSearchedGrids& searched) {
+    // Those of all sizes for which there is room, few first.
+    void CollectSizes() {
         const double width = m_Run.m_Sums.Width();
         const double height = m_Run.m_Sums.Height();
         constexpr double kStep = CBxTurnedMap::kSizes;
@@ -139,15 +142,20 @@ private:
             }
         }
         std::sort(m_Sizes, m_Sizes + m_iSizes, [](const SSizes& a, const SSizes& b) { return a.grids < b.grids; });
+    }
+
+    void ChooseSizes(const SSearchedGrids& searched) {
         double upright = 0.0;
         double turned = 0.0;
+        double swept = 0.0;
         int count = 0;
         for (int i = 0; i < m_iSizes; ++i) {
             SSizes sizes = m_Sizes[i];
             upright += sizes.grids;
             if (std::min(sizes.width, sizes.height) > kAlmost * kSmallestTurned) {
                 turned += 2 * kAngles * sizes.grids;
-                sizes.angles = turned < searched.turned ? kAngles : 0;
+                sizes.angles = turned < searched.turned ? AnglesWithin(kMostSwept - swept, sizes) : 0;
+                swept += GridsTurned(sizes, sizes.angles);
             }
             if (upright < searched.upright && upright >= searched.before) {
                 m_Sizes[count++] = sizes;
@@ -159,10 +167,29 @@ private:
         });
     }
 
+    // What the sweeps at so many angles to either side look at.
+    double GridsTurned(const SSizes& sizes, int angles) const {
+        double grids = 0.0;
+        for (int i = 1; i <= angles; ++i) {
+            grids += 2.0 * CBxTurnedSweep::GridsSwept(m_Run.m_Sums.Width(), m_Run.m_Sums.Height(), sizes.width,
+                                                      sizes.height, i * kAngleStep);
+        }
+        return grids;
+    }
+
+    // How many angles to either side there is time for.
+    int AnglesWithin(double most, const SSizes& sizes) const {
+        int angles = kAngles;
+        while (angles > 0 && GridsTurned(sizes, angles) > most) {
+            --angles;
+        }
+        return angles;
+    }
+
     bool SearchSizes(const CBxPatternPlane& columns, const SSizes& sizes) {
         CBxTurnedMap map;
         CBxBestGrids best;
-        if (!map.Make(columns, sizes.width, sizes.height, SBxTone()) || !best.Prepare(kOfSizes, m_Swept.Bar())) {
+        if (!map.Make(columns, sizes.width, sizes.height) || !best.Prepare(kOfSizes, m_Swept.Bar())) {
             return false;
         }
         std::atomic<bool> hasMemory{true};

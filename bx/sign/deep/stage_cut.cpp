@@ -77,11 +77,32 @@ struct SCut {
     }
 };
 
+// Of the choices [begin, end) of upper and lower edge; there are at most kSlice. False without memory.
+bool TryRows(SBxMapGrid* grids, CBxDeepRun& run, const CBxCellMap& map, const SBxCellPlaces* columns, std::size_t begin,
+             std::size_t end) {
+    CBxCellChoices choices;
+    if (!choices.Prepare(map.Width())) {
+        return false;
+    }
+    SBxCellPlaces rows[kSlice];
+    for (std::size_t i = begin; i < end; ++i) {
+        const SCut cut(i, map.Height());
+        rows[i - begin] = SBxCellPlaces(cut.first, cut.last, map.Height());
+    }
+    choices.SumRows(map, rows, static_cast<int>(end - begin), 0, map.Width());
+    CBxCellChoices::SBest best;
+    choices.FindBest(best, columns, kCuts);
+    for (std::size_t i = begin; i < end; ++i) {
+        const SCut x(static_cast<std::size_t>(best.choices[i - begin]), run.m_Sums.Width());
+        const SCut y(i, run.m_Sums.Height());
+        grids[i] = {best.worths[i - begin], {x.first, y.first, x.last, y.last}};
+    }
+    return true;
+}
+
 // Tries all grids that reach beyond the picture on any side: `grids` (kCuts of them) receives the best choice of left
 // and right edge for every choice of upper and lower one. 0 or 6.
 unsigned char TryCuts(CBxDeepRun& run, const CBxCellMap& map, SBxMapGrid* grids) {
-    const double width = run.m_Sums.Width();
-    const double height = run.m_Sums.Height();
     CBxHeapArray<SBxCellPlaces> columns;
     if (!columns.Allocate(kCuts)) {
         return kBxOutOfMemory;
@@ -92,24 +113,8 @@ unsigned char TryCuts(CBxDeepRun& run, const CBxCellMap& map, SBxMapGrid* grids)
     }
     std::atomic<bool> hasMemory{true};
     auto slice = [&](std::size_t begin, std::size_t end) {
-        CBxCellChoices choices;
-        if (!choices.Prepare(map.Width())) {
+        if (hasMemory.load() && !run.Ended() && !TryRows(grids, run, map, columns.Data(), begin, end)) {
             hasMemory.store(false);
-        }
-        if (hasMemory.load() && !run.Ended()) {
-            SBxCellPlaces rows[kSlice];
-            for (std::size_t i = begin; i < end; ++i) {
-                const SCut cut(i, map.Height());
-                rows[i - begin] = SBxCellPlaces(cut.first, cut.last, map.Height());
-            }
-            choices.SumRows(map, rows, static_cast<int>(end - begin), 0, map.Width());
-            CBxCellChoices::SBest best;
-            choices.FindBest(best, columns.Data(), kCuts);
-            for (std::size_t i = begin; i < end; ++i) {
-                const SCut x(static_cast<std::size_t>(best.choices[i - begin]), width);
-                const SCut y(i, height);
-                grids[i] = {best.worths[i - begin], {x.first, y.first, x.last, y.last}};
-            }
         }
         run.m_ulGrids.fetch_add((end - begin) * kCuts, std::memory_order_relaxed);
         return hasMemory.load() && !run.Ended();

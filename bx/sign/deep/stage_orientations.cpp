@@ -117,10 +117,12 @@ unsigned char SearchTurnedBack(CBxDeepRun& run, int index) {
     return result == kBxOutOfMemory ? result : static_cast<unsigned char>(kBxSuccess);
 }
 
-}  // namespace
-
-unsigned char BX_SearchOrientations(CBxDeepRun& run) {
+// Searches all copies of a picture that is not too large. 0 or 6.
+unsigned char SearchCopies(CBxDeepRun& run) {
     const double pixels = static_cast<double>(run.Picture().m_iWidth) * run.Picture().m_iHeight;
+    if (pixels >= kMostPixelsTurnedBack) {
+        return kBxSuccess;
+    }
     std::atomic<bool> hasMemory{true};
     auto turnBack = [&](std::size_t begin, std::size_t /*end*/) {
         if (SearchTurnedBack(run, static_cast<int>(begin) + 1) == kBxOutOfMemory) {
@@ -128,17 +130,13 @@ unsigned char BX_SearchOrientations(CBxDeepRun& run) {
         }
         return hasMemory.load() && !run.Ended();
     };
-    if (pixels < kMostPixelsTurnedBack) {
-        BX_RunSlices(kGridOrientations - 1, 1, run.m_uiThreads, turnBack);
-    }
-    if (!hasMemory.load() || run.Ended()) {
-        return hasMemory.load() ? kBxSuccess : kBxOutOfMemory;
-    }
+    BX_RunSlices(kGridOrientations - 1, 1, run.m_uiThreads, turnBack);
+    return hasMemory.load() ? kBxSuccess : kBxOutOfMemory;
+}
+
+// Those of zooms near 1 and that of the whole picture, with any axes reversed. There is room for all.
+std::size_t CollectGrids(const CBxDeepRun& run, SReversedGrid* grids) {
     const std::size_t pairs = run.m_Pool.Count();
-    CBxHeapArray<SReversedGrid> grids;
-    if (!grids.Allocate((pairs + 1) * kReversals)) {
-        return kBxOutOfMemory;
-    }
     std::size_t count = 0;
     for (std::size_t i = 0; i <= pairs; ++i) {
         const double zoom = i < pairs ? static_cast<double>(run.m_Pool[i].zoom) : 1.0;
@@ -148,20 +146,26 @@ unsigned char BX_SearchOrientations(CBxDeepRun& run) {
             }
         }
     }
+    return count;
+}
+
+void ScoreGrids(CBxDeepRun& run, SReversedGrid* grids, std::size_t count) {
     auto score = [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
             float means[CBxBlueSums::kSampledCells];
             run.m_Sums.SampledMeans(means, TrialOf(run, grids[i]).pose);
             // The whole picture is always among those that are decoded.
-            grids[i].score = grids[i].pair == pairs ? 2.0f : BX_CombScore(means, CBxBlueSums::kSampledCells);
+            grids[i].score =
+                grids[i].pair == run.m_Pool.Count() ? 2.0f : BX_CombScore(means, CBxBlueSums::kSampledCells);
         }
         run.m_ulGrids.fetch_add(end - begin, std::memory_order_relaxed);
         return !run.Ended();
     };
     BX_RunSlices(count, kSlice, run.m_uiThreads, score);
-    const std::size_t decoded = std::min(count, kMostDecoded);
-    std::partial_sort(grids.Data(), grids.Data() + decoded, grids.Data() + count,
-                      [](const SReversedGrid& a, const SReversedGrid& b) { return a.score > b.score; });
+}
+
+// In all orientations but the upright one that reverse the axes so: with and without an exchange of the two.
+void DecodeGrids(CBxDeepRun& run, const SReversedGrid* grids, std::size_t count) {
     auto decode = [&](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
             const SBxGridTrial upright = TrialOf(run, grids[i]);
@@ -176,6 +180,25 @@ unsigned char BX_SearchOrientations(CBxDeepRun& run) {
         }
         return !run.Ended();
     };
-    BX_RunSlices(decoded, 4, run.m_uiThreads, decode);
+    BX_RunSlices(count, 4, run.m_uiThreads, decode);
+}
+
+}  // namespace
+
+unsigned char BX_SearchOrientations(CBxDeepRun& run) {
+    const unsigned char result = SearchCopies(run);
+    if (result != kBxSuccess || run.Ended()) {
+        return result;
+    }
+    CBxHeapArray<SReversedGrid> grids;
+    if (!grids.Allocate((run.m_Pool.Count() + 1) * kReversals)) {
+        return kBxOutOfMemory;
+    }
+    const std::size_t count = CollectGrids(run, grids.Data());
+    ScoreGrids(run, grids.Data(), count);
+    const std::size_t decoded = std::min(count, kMostDecoded);
+    std::partial_sort(grids.Data(), grids.Data() + decoded, grids.Data() + count,
+                      [](const SReversedGrid& a, const SReversedGrid& b) { return a.score > b.score; });
+    DecodeGrids(run, grids.Data(), decoded);
     return kBxSuccess;
 }

@@ -27,6 +27,30 @@ CBxPoint<double> TurnedBack(const CBxPoint<double>& point, double degrees) {
             point.y * std::cos(angle) - point.x * std::sin(angle)};
 }
 
+// What a picture of this size covers when it is turned back.
+CBxRect<double> FrameTurnedBack(double width, double height, double degrees) {
+    CBxRect<double> frame{1e9, 1e9, -1e9, -1e9};
+    for (const int corner : {0, 1, 2, 3}) {
+        const CBxPoint<double> point = TurnedBack({(corner & 1) * width, (corner >> 1) * height}, degrees);
+        frame = {std::min(frame.left, point.x), std::min(frame.top, point.y), std::max(frame.right, point.x),
+                 std::max(frame.bottom, point.y)};
+    }
+    return frame;
+}
+
+int StepOfRows(double degrees) {
+    return degrees == 0.0 ? 1 : kStepOfTurned;
+}
+
+// The places of all sizes on an axis of so many pixels of the view.
+double PlacesOfSizes(int room, int sizes, int step) {
+    double places = 0.0;
+    for (int i = 0; i < sizes && kSmallestGrid + i * kSizeStep <= room; ++i) {
+        places += static_cast<int>((room - kSmallestGrid - i * kSizeStep) / step) + 1;
+    }
+    return places;
+}
+
 bool IsNear(const SBxGridPose& a, const SBxGridPose& b) {
     const auto square = [](double x, double y) { return x * x + y * y; };
     const double near = kNear * kNear * std::min(square(a.along.x, a.along.y), square(a.down.x, a.down.y));
@@ -86,14 +110,14 @@ double CBxTurnedMap::ScaleOf(double cell) {
     return kCellOfMap / (kShareOfMiddle * cell * std::sqrt(kSizes));
 }
 
-bool CBxTurnedMap::Make(const CBxPatternPlane& columns, double cellWidth, double cellHeight, const SBxTone& tone) {
+bool CBxTurnedMap::Make(const CBxPatternPlane& columns, double cellWidth, double cellHeight) {
     m_dCellWidth = cellWidth;
     m_dCellHeight = cellHeight;
     m_dScaleX = ScaleOf(cellWidth);
     m_dScaleY = ScaleOf(cellHeight);
     CBxPatternPlane planes;
     return planes.PrepareRows(columns, m_dScaleY / columns.Scale()) && m_Map.Make(planes, kCellOfMap, kCellOfMap) &&
-           m_Map.AddComb(planes, tone);
+           m_Map.AddComb(planes);
 }
 
 // Between the pixels, (0, 0) being the middle of the first one; 0 outside.
@@ -144,21 +168,22 @@ double CBxTurnedSweep::Grids(double width, double height, double cellWidth, doub
     return columns * rows * kHeights * kWidths;
 }
 
+double CBxTurnedSweep::GridsSwept(double width, double height, double cellWidth, double cellHeight, double degrees) {
+    const CBxRect<double> frame = FrameTurnedBack(width, height, degrees);
+    const auto columns = static_cast<int>(frame.Width() * kViewOfCell / cellWidth);
+    const auto rows = static_cast<int>(frame.Height() * kViewOfCell / cellHeight);
+    return PlacesOfSizes(columns, kWidths, 1) * PlacesOfSizes(rows, kHeights, StepOfRows(degrees));
+}
+
 bool CBxTurnedSweep::Prepare(const CBxTurnedMap& map, double degrees) {
     m_fDegrees = static_cast<float>(degrees);
     m_dScaleX = kViewOfCell / map.m_dCellWidth;
     m_dScaleY = kViewOfCell / map.m_dCellHeight;
-    const double width = map.m_Map.Width() / map.m_dScaleX;
-    const double height = map.m_Map.Height() / map.m_dScaleY;
-    CBxPoint<double> last = {-1e9, -1e9};
-    m_Origin = {1e9, 1e9};
-    for (const int corner : {0, 1, 2, 3}) {
-        const CBxPoint<double> point = TurnedBack({(corner & 1) * width, (corner >> 1) * height}, degrees);
-        m_Origin = {std::min(m_Origin.x, point.x), std::min(m_Origin.y, point.y)};
-        last = {std::max(last.x, point.x), std::max(last.y, point.y)};
-    }
-    m_iWidth = static_cast<int>((last.x - m_Origin.x) * m_dScaleX);
-    m_iHeight = static_cast<int>((last.y - m_Origin.y) * m_dScaleY);
+    const CBxRect<double> frame =
+        FrameTurnedBack(map.m_Map.Width() / map.m_dScaleX, map.m_Map.Height() / map.m_dScaleY, degrees);
+    m_Origin = {frame.left, frame.top};
+    m_iWidth = static_cast<int>(frame.Width() * m_dScaleX);
+    m_iHeight = static_cast<int>(frame.Height() * m_dScaleY);
     if (!m_View.Allocate(static_cast<std::size_t>(m_iWidth) * m_iHeight) ||
         !m_Sums.AllocateZeroed(static_cast<std::size_t>(m_iWidth)) ||
         !m_Worths.AllocateZeroed(static_cast<std::size_t>(m_iWidth)) || !m_Fours.AllocateZeroed(m_View.Size()) ||
@@ -277,7 +302,7 @@ unsigned long CBxTurnedSweep::SweepHeight(CBxBestGrids& best, int height) {
     const SSpacing rows(high);
     SumFoursDown(rows);
     unsigned long grids = 0;
-    const int step = m_fDegrees == 0.0f ? 1 : kStepOfTurned;
+    const int step = StepOfRows(static_cast<double>(m_fDegrees));
     for (int top = 0; top + high <= m_iHeight; top += step) {
         SumRows(top, rows);
         for (int i = 0; i < widthCount; ++i) {

@@ -54,7 +54,7 @@ public:
     static double ScaleOf(double cell);
     // For cells from `cellWidth` x `cellHeight` pixels of the picture up to kSizes times as large, from planes whose
     // columns were scaled for them. False without memory.
-    [[nodiscard]] bool Make(const CBxPatternPlane& columns, double cellWidth, double cellHeight, const SBxTone& tone);
+    [[nodiscard]] bool Make(const CBxPatternPlane& columns, double cellWidth, double cellHeight);
 
     static constexpr double kSizes = 1.3;
 
@@ -78,8 +78,11 @@ private:
 // A map turned back by some degrees, and the walk over its grids.
 class CBxTurnedSweep {
 public:
-    // How many grids there are, about, in a picture of this size.
+    // How many grids of cells from this size up a picture of this size has room for, about.
     static double Grids(double width, double height, double cellWidth, double cellHeight);
+    // How many grids SweepHeight looks at, over all heights. A picture is swept in the frame that holds it when it is
+    // turned back: that of 400 x 8000 pixels at 12 degrees is five times as wide.
+    static double GridsSwept(double width, double height, double cellWidth, double cellHeight, double degrees);
 
     // False without memory.
     [[nodiscard]] bool Prepare(const CBxTurnedMap& map, double degrees);
