@@ -20,18 +20,18 @@ char kText[] = "Veri-2026x";
 const char* const kSamples[] = {"astronaut", "coffee", "cat"};
 
 const CBxOwnedPic& Sample(std::size_t index) {
-    static const std::vector<CBxOwnedPic> samples = [] {
+    static const std::vector<CBxOwnedPic> kPictures = [] {
         std::vector<CBxOwnedPic> loaded;
         for (const char* name : kSamples) {
             loaded.push_back(PictureOfImage(QImage(QString(VERIDANE_SAMPLES "/") + name + ".png")));
         }
         return loaded;
     }();
-    return samples[index];
+    return kPictures[index];
 }
 
 const CBxOwnedPic& SignedSample(std::size_t index) {
-    static const std::vector<CBxOwnedPic> samples = [] {
+    static const std::vector<CBxOwnedPic> kPictures = [] {
         std::vector<CBxOwnedPic> made;
         for (std::size_t i = 0; i < std::size(kSamples); ++i) {
             made.push_back(CopyOf(Sample(i).Pic()));
@@ -40,7 +40,7 @@ const CBxOwnedPic& SignedSample(std::size_t index) {
         }
         return made;
     }();
-    return samples[index];
+    return kPictures[index];
 }
 
 // The text found, empty for none.
@@ -106,7 +106,7 @@ TEST(DetectionTable, FindsTheSignAfterEachTreatmentInEnoughPictures) {
             found += text == kText;
         }
         EXPECT_GE(found, treatment.leastFound) << treatment.name;
-        RecordProperty(std::string(treatment.name).c_str(), found);
+        RecordProperty(treatment.name, found);
     }
 }
 

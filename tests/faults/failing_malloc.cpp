@@ -58,6 +58,8 @@ __attribute__((destructor)) void End() {
 }  // namespace
 
 // The C library's own names of the same functions.
+// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -88,3 +90,5 @@ int posix_memalign(void** out, std::size_t alignment, std::size_t size) {
     return 0;
 }
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
+// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)

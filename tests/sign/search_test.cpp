@@ -181,7 +181,8 @@ TEST_P(SearchForms, MakeTheMarkedSpansOfARowAndNoMore) {
         for (int row = 0; row < std::min(whole.Height(), 60); ++row) {
             whole.Row(wholeRow.data(), row);
             std::vector<float> part(1024, kUntouched);
-            const std::uint64_t spans = random() & random();
+            const std::uint64_t half = random();
+            const std::uint64_t spans = half & random();
             parts.Spans(part.data(), row, spans);
             for (int i = 0; i < 1024; ++i) {
                 const int x = kLeft + i;
