@@ -234,13 +234,22 @@ TEST(DeepSearch, ReadsACarrierThatIsSmallAgainstThePicture) {
 
 // Neither of the carrier's corners is strong any more.
 TEST(DeepSearch, ReadsTurnedAndReducedCarriersWithoutTheirCorners) {
-    for (const char* change : {"turned by 3", "scaled 50 %"}) {
+    for (const char* change : {"turned by 3", "scaled 33 %"}) {
         const SSearch search = SearchChanged("astronaut.png", change);
         EXPECT_EQ(search.ordinary, kBxFailure) << change;
         ASSERT_EQ(search.deep, kBxSuccess) << change;
         EXPECT_STREQ(search.finding.m_Reading.m_szText, kText) << change;
         EXPECT_EQ(search.finding.m_eStage, EBxDeepStage::Anywhere) << change;
     }
+}
+
+// Corners half a pixel off would leave it to the maps of cells.
+TEST(DeepSearch, ReadsReducedCarriersBetweenTheirCorners) {
+    const SSearch search = SearchChanged("astronaut.png", "scaled 50 %");
+    EXPECT_EQ(search.ordinary, kBxFailure);
+    ASSERT_EQ(search.deep, kBxSuccess);
+    EXPECT_STREQ(search.finding.m_Reading.m_szText, kText);
+    EXPECT_EQ(search.finding.m_eStage, EBxDeepStage::Pairs);
 }
 
 TEST(DeepSearch, FindsNothingInUnsignedPictures) {
