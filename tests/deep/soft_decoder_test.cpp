@@ -204,10 +204,10 @@ TEST(SoftDecoder, RegularityIsThatOfTheDisplacementThatTellsMost) {
 }
 
 TEST(SoftDecoder, TextsOfScreensRepeatACharacter) {
-    for (const char* text : {"wF8------M", "WT8-----wJ", "00000", "abcddddd"}) {
+    for (const char* text : {"wF8------M", "WT8-----wJ", "wF8----E9M", "00000", "abcddddd"}) {
         EXPECT_TRUE(BX_RepeatsItself(text)) << text;
     }
-    for (const char* text : {"Veri-2026x", "aaaa-aaaa", "1000", ""}) {
+    for (const char* text : {"Veri-2026x", "aaaa-aaaa", "10000---a", ""}) {
         EXPECT_FALSE(BX_RepeatsItself(text)) << text;
     }
 }

@@ -13,7 +13,8 @@ namespace {
 
 constexpr int kFarthestDisplacement = 12;  // cells
 constexpr int kFewestCompared = 48;        // pairs of cells
-constexpr int kMostRepetitions = 4;        // of a character in a row
+constexpr int kMostRepetitions = 4;        // of a character in a row,
+constexpr int kMostHyphens = 3;            // of the one that screens decode to
 constexpr double kRegularityOfNoise = 0.7;
 
 // The cells as 1, -1 and 0 for those that say nothing, with as many zeros behind each row as cells are displaced at
@@ -105,7 +106,7 @@ bool BX_RepeatsItself(const char* text) {
     int run = 0;
     for (const char* character = text; *character != 0; ++character) {
         run = character > text && *character == character[-1] ? run + 1 : 1;
-        if (run == kMostRepetitions + 1) {
+        if (run > (*character == '-' ? kMostHyphens : kMostRepetitions)) {
             return true;
         }
     }

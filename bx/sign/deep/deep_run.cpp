@@ -151,17 +151,21 @@ bool CBxDeepRun::RepeatsItself(const float* soft) {
     return reading.m_szText[0] == 0 || BX_IsTooRegular(soft, reading.m_szText);
 }
 
+void CBxDeepRun::TryExactly(float* soft, const SBxGridTrial& trial, EBxDeepStage stage) {
+    float means[kCellCount];
+    ReadMeans(means, trial);
+    BX_SoftValues(soft, means, BX_ToneOfMeans(means));
+    TryTones(trial, means, stage);
+}
+
 // Three quarters of the time of a reading are exact means, which few grids are worth.
 void CBxDeepRun::TryRoughly(float* soft, const SBxGridTrial& trial, EBxDeepStage stage) {
     float means[kCellCount];
     ReadRoughMeans(means, trial);
-    SBxTone tone = BX_ToneOfMeans(means);
+    const SBxTone tone = BX_ToneOfMeans(means);
     BX_SoftValues(soft, means, tone);
     if (IsPromising(soft, tone)) {
-        ReadMeans(means, trial);
-        tone = BX_ToneOfMeans(means);
-        BX_SoftValues(soft, means, tone);
-        TryTones(trial, means, stage);
+        TryExactly(soft, trial, stage);
     }
 }
 

@@ -105,8 +105,10 @@ public:
     void TryTones(const SBxGridTrial& trial, const float* means, EBxDeepStage stage);
     // Reads a trial and decodes it so.
     void TryAsRead(const SBxGridTrial& trial, EBxDeepStage stage);
+    // The same; `soft` receives the 256 soft values of the means.
+    void TryExactly(float* soft, const SBxGridTrial& trial, EBxDeepStage stage);
     // The same in less time, for a grid that is hardly worth it: exact means are read if rough ones may be a sign's.
-    // `soft` receives the 256 soft values of the last means that were read.
+    // `soft` receives those of the last means that were read.
     void TryRoughly(float* soft, const SBxGridTrial& trial, EBxDeepStage stage);
     // The comb that fits means best, of any gain or, in a picture that was put back, of hardly any.
     float FindComb(SBxTone& tone, const float* means) const;

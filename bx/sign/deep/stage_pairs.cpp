@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::size_t kSlice = 16;
 constexpr std::size_t kSampledSlice = 256;
+constexpr std::size_t kReadExactly = 500;  // grids in front of the pool; damaged carriers are rarely scaled, too
 constexpr std::size_t kAlwaysRead = 1500;  // grids in front of the pool, where zooms near 1 stand
 constexpr std::size_t kMostRead = 4500;
 constexpr std::size_t kMostReadOfSmall = 9000;  // copies saved as JPEG hide their combs, and cost little
@@ -70,7 +71,9 @@ unsigned char BX_SearchPairs(CBxDeepRun& run) {
     auto slice = [&run, &grids](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end && !run.Ended(); ++i) {
             float soft[kCellCount];
-            run.TryRoughly(soft, BX_TrialOfPair(run.m_Pool[grids[i].pair]), EBxDeepStage::Pairs);
+            const SBxGridTrial trial = BX_TrialOfPair(run.m_Pool[grids[i].pair]);
+            grids[i].pair < kReadExactly ? run.TryExactly(soft, trial, EBxDeepStage::Pairs)
+                                         : run.TryRoughly(soft, trial, EBxDeepStage::Pairs);
             run.m_Softs.Set(grids[i].pair, soft);
         }
         return !run.Ended();
