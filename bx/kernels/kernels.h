@@ -49,7 +49,7 @@ struct SBxEllipses {
     double firstY;
     double stepX;
     double stepY;
-    double top;  // above 0
+    double top;  // above 0, below kFarthest
     float shear;
     float reach;
 };

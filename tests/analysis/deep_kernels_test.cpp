@@ -197,7 +197,7 @@ TEST_P(KernelForms, WalkAcrossAPlaneTheSame) {
     }
 }
 
-// Some reach beyond the plane on every side, and one lies far from it.
+// Some reach beyond the plane on every side, one row of them lies far from it.
 TEST_P(KernelForms, SumEllipsesTheSame) {
     constexpr int kWidth = 60;
     constexpr int kHeight = 40;
@@ -220,6 +220,12 @@ TEST_P(KernelForms, SumEllipsesTheSame) {
             kernels.SumEllipses(cells, out.data(), out.data() + SBxEllipses::kColumns);
             for (std::size_t i = 0; offset % 2 == 0 && i < SBxEllipses::kColumns; ++i) {
                 EXPECT_NEAR(out[i], out[i + SBxEllipses::kColumns], 1e-3f);  // each pixel is a one
+            }
+            const float areaOfSeventh = out[SBxEllipses::kColumns + 6];
+            if (firstX < -SBxEllipses::kFarthest) {
+                EXPECT_EQ(areaOfSeventh, 0.0f);
+            } else if (firstX < 0.0) {
+                EXPECT_NEAR(areaOfSeventh, 3.14159 * top * 5.5, 2.0);  // whole
             }
             return out;
         });

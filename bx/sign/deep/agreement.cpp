@@ -14,7 +14,7 @@ namespace {
 constexpr int kFarthestDisplacement = 12;  // cells
 constexpr int kFewestCompared = 48;        // pairs of cells
 constexpr int kMostRepetitions = 4;        // of a character in a row,
-constexpr int kMostHyphens = 3;            // of the one that screens decode to
+constexpr int kMostHyphens = 3;            // of the one that screens and pages decode to
 constexpr double kRegularityOfNoise = 0.7;
 
 // The cells as 1, -1 and 0 for those that say nothing, with as many zeros behind each row as cells are displaced at

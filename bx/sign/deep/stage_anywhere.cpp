@@ -1,5 +1,6 @@
 // Stage: no pair of corners leads to the carrier, because the picture was turned or reduced and its strongest corners
-// are others now. All grids of all sizes are weighed on maps of cells, upright and turned by up to 12 degrees; the best
+// are others now. All grids of all sizes are weighed on maps of cells, upright and turned by up to 12 degrees (less in
+// very long pictures); the best
 // are moved to where the comb of their means is clearest, and decoded. Carriers that are small against the picture have
 // very many places, by chance some of them are worth more than a larger carrier that is there: they come afterwards.
 #include <algorithm>
@@ -25,7 +26,7 @@ constexpr double kSmallestCell = 4.1;                               // pixels
 constexpr double kAlmost = 0.999;
 constexpr double kLongest = 2.6;                // the longer side of a carrier against the shorter one
 constexpr double kMostUpright = 3.5e8;          // grids
-constexpr double kMostTurned = 4e8;             // by those that upright ones have,
+constexpr double kMostTurned = 4e8;             // if each angle had as many as the upright ones,
 constexpr double kMostSwept = 2.5e8;            // and in the frames of the turned picture; ordinary shapes stay below
 constexpr double kLargePicture = 4.5e5;         // pixels; of larger ones
 constexpr double kFirstUprightOfLarge = 3.6e7;  // come first,
