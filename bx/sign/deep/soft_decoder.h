@@ -59,7 +59,7 @@ inline constexpr double kMostRegularityOfText = 9.0;
 // Whether cells are regular in a way that the text read from them does not explain.
 bool BX_IsTooRegular(const float* soft, const char* text);
 
-// Whether a text says one character five times in a row or more, or '-' four times. Screens of printing dots, pages of text
-// and other patterns of two periods decode to such texts ("wF8------M", "wF8----E9M"), for which the bound above does not hold
-// either; signs are hardly ever so, and one that is can still be read with certainty.
+// Whether a text says one character five times in a row or more, or '-' four times. Screens of printing dots, pages of
+// text and other patterns of two periods decode to such texts ("wF8------M", "wF8----E9M"), for which the bound above
+// does not hold either; signs are hardly ever so, and one that is can still be read with certainty.
 bool BX_RepeatsItself(const char* text);
