@@ -103,7 +103,7 @@ struct SGroup {
 
 inline SGroup LoadGroup(const SBxEllipseRow& row, int first) {
     const auto twice = [first](const double* from) {
-        const THalf half = LoadHalf(from + first);
+        const THalf half = Load<THalf>(from + first);
         return Pairs(half, half);
     };
     const TPairs left = twice(row.lefts);
@@ -149,8 +149,8 @@ inline bool AddPlainGroup(const SBxEllipseRow& row, const SGroup& group, bool ha
     if (Bits(open) != 0 || Bits(full) != (1U << kLanes) - 1) {
         return false;
     }
-    StoreHalf(sums, LoadHalf(sums) + Between(SumsOfThreeLines(row.prefix, places[0], places[1], places[2])));
-    StoreHalf(weights, LoadHalf(weights) + Between(places[0]) + Between(places[1]) + Between(places[2]));
+    Store(sums, Load<THalf>(sums) + Between(SumsOfThreeLines(row.prefix, places[0], places[1], places[2])));
+    Store(weights, Load<THalf>(weights) + Between(places[0]) + Between(places[1]) + Between(places[2]));
     return true;
 }
 
@@ -160,8 +160,8 @@ inline unsigned int AddGroup(const SBxEllipseRow& row, const SGroup& group, bool
     TPairs places[SBxEllipseRow::kLines] = {};
     TFlags special{};
     unsigned int left = 0;
-    THalf sum = LoadHalf(sums);
-    THalf weight = LoadHalf(weights);
+    THalf sum = Load<THalf>(sums);
+    THalf weight = Load<THalf>(weights);
     for (int line = 0; line < SBxEllipseRow::kLines; ++line) {
         if (row.reach[line] <= 0.0) {
             continue;
@@ -184,11 +184,11 @@ inline unsigned int AddGroup(const SBxEllipseRow& row, const SGroup& group, bool
     }
     if (close) {
         // The sum of a cell does not depend on the others of the group, to the last bit.
-        const THalf atOnce = LoadHalf(sums) + Between(SumsOfThreeLines(row.prefix, places[0], places[1], places[2]));
+        const THalf atOnce = Load<THalf>(sums) + Between(SumsOfThreeLines(row.prefix, places[0], places[1], places[2]));
         sum = Begin(Choose(OfBothHalves(special), Pairs(sum, sum), Pairs(atOnce, atOnce)));
     }
-    StoreHalf(sums, sum);
-    StoreHalf(weights, weight);
+    Store(sums, sum);
+    Store(weights, weight);
     return left;
 }
 

@@ -41,11 +41,11 @@ void ResampleAlongTaps(double* __restrict out, const unsigned char* __restrict i
         TInts places;
         __builtin_memcpy(&places, first + i, sizeof places);
         const TMask place = __builtin_convertvector(places - first[i], TMask);
-        TDoubles sum = LoadDoubles(weight[0] + i) * Permuted(lower, place, upper);
+        TDoubles sum = Load<TDoubles>(weight[0] + i) * Permuted(lower, place, upper);
         for (int tap = 1; tap < Taps; ++tap) {
-            sum += LoadDoubles(weight[tap] + i) * Permuted(lower, place + tap, upper);
+            sum += Load<TDoubles>(weight[tap] + i) * Permuted(lower, place + tap, upper);
         }
-        StoreDoubles(out + i, sum);
+        Store(out + i, sum);
     }
 #endif
     for (; i < count; ++i) {

@@ -92,7 +92,7 @@ void SmoothedSums4(double* const* sums, const float* const* rows, std::size_t co
             double carry = carries[row];
             for (std::size_t i = 0; i < kWide; i += kFour) {
                 const THalf all = carry + SumsOfFour(smooth + i);
-                StoreHalf(out + i, all);
+                Store(out + i, all);
                 carry = all[3];
             }
             carries[row] = carry;

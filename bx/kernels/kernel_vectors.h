@@ -23,20 +23,14 @@ typedef int TInts __attribute__((vector_size(kLanes * sizeof(int))));
 // Half as many.
 typedef double THalf __attribute__((vector_size(kLanes / 2 * sizeof(double))));
 
-inline TDoubles LoadDoubles(const double* from) {
-    TDoubles value;
+template <typename Vector, typename Number>
+inline Vector Load(const Number* from) {
+    Vector value;
     __builtin_memcpy(&value, from, sizeof value);
     return value;
 }
-inline void StoreDoubles(double* to, TDoubles value) {
-    __builtin_memcpy(to, &value, sizeof value);
-}
-inline THalf LoadHalf(const double* from) {
-    THalf value;
-    __builtin_memcpy(&value, from, sizeof value);
-    return value;
-}
-inline void StoreHalf(double* to, THalf value) {
+template <typename Vector, typename Number>
+inline void Store(Number* to, Vector value) {
     __builtin_memcpy(to, &value, sizeof value);
 }
 inline TDoubles Splat(double value) {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 
+#include "kernel_vectors.h"
 #include "kernels.h"
 
 namespace {
@@ -12,8 +13,7 @@ constexpr int kWords = SBxKernels::kWords;
 constexpr int kWordTexts = SBxKernels::kWordTexts;
 constexpr int kNearTexts = 8;                       // that differ in the first three data bits
 constexpr int kFarTexts = kWordTexts / kNearTexts;  // that differ in the others
-constexpr int kNearData = 3;
-constexpr int kFarData = SBxKernels::kWordData - kNearData;
+constexpr int kFarData = SBxKernels::kWordData - 3;
 
 // As many words as a register holds.
 #if defined(__AVX512F__)
@@ -25,14 +25,6 @@ constexpr int kWordLanes = 4;
 #endif
 typedef float TWords __attribute__((vector_size(kWordLanes * sizeof(float))));
 
-inline TWords LoadWords(const float* from) {
-    TWords value;
-    __builtin_memcpy(&value, from, sizeof value);
-    return value;
-}
-inline void StoreWords(float* to, TWords value) {
-    __builtin_memcpy(to, &value, sizeof value);
-}
 inline TWords LargerWords(TWords a, TWords b) {
     return a > b ? a : b;
 }
@@ -79,44 +71,35 @@ inline void WeighSomeWords(float* zeros, float* ones, float* weights) {
         float* const from = weights + static_cast<std::ptrdiff_t>(block) * kNearTexts * kWords;
         TWords near[kNearTexts];
         for (int i = 0; i < kNearTexts; ++i) {
-            near[i] = LoadWords(from + static_cast<std::ptrdiff_t>(i) * kWords);
+            near[i] = Load<TWords>(from + static_cast<std::ptrdiff_t>(i) * kWords);
         }
         TransformWords<kNearTexts>(near);
         for (int i = 0; i < kNearTexts; ++i) {
-            StoreWords(from + static_cast<std::ptrdiff_t>(i) * kWords, near[i]);
+            Store(from + static_cast<std::ptrdiff_t>(i) * kWords, near[i]);
         }
     }
-    constexpr float kLowest = -3e38f;
-    TWords bestZeros[kFarData];
-    TWords bestOnes[kFarData];
-    for (int bit = 0; bit < kFarData; ++bit) {
+    // From the highest data bit on.
+    TWords bestZeros[SBxKernels::kWordData];
+    TWords bestOnes[SBxKernels::kWordData];
+    for (int bit = 0; bit < SBxKernels::kWordData; ++bit) {
+        constexpr float kLowest = -3e38f;
         bestZeros[bit] = bestOnes[bit] = kLowest - TWords{};
     }
     TWords near[kNearTexts];
     for (int first = 0; first < kNearTexts; ++first) {
         TWords far[kFarTexts];
         for (int i = 0; i < kFarTexts; ++i) {
-            far[i] = LoadWords(weights + static_cast<std::ptrdiff_t>(i * kNearTexts + first) * kWords);
+            far[i] = Load<TWords>(weights + static_cast<std::ptrdiff_t>(i * kNearTexts + first) * kWords);
         }
         TransformWords<kFarTexts>(far);
         RaiseByBits<kFarTexts>(bestZeros, bestOnes, far);
         near[first] = far[0];
     }
-    TWords nearZeros[kNearData];
-    TWords nearOnes[kNearData];
-    for (int bit = 0; bit < kNearData; ++bit) {
-        nearZeros[bit] = nearOnes[bit] = kLowest - TWords{};
-    }
-    RaiseByBits<kNearTexts>(nearZeros, nearOnes, near);
-    for (int bit = 0; bit < kFarData; ++bit) {
+    RaiseByBits<kNearTexts>(bestZeros + kFarData, bestOnes + kFarData, near);
+    for (int bit = 0; bit < SBxKernels::kWordData; ++bit) {
         const std::ptrdiff_t place = static_cast<std::ptrdiff_t>(SBxKernels::kWordData - 1 - bit) * kWords;
-        StoreWords(zeros + place, bestZeros[bit]);
-        StoreWords(ones + place, bestOnes[bit]);
-    }
-    for (int bit = 0; bit < kNearData; ++bit) {
-        const std::ptrdiff_t place = static_cast<std::ptrdiff_t>(kNearData - 1 - bit) * kWords;
-        StoreWords(zeros + place, nearZeros[bit]);
-        StoreWords(ones + place, nearOnes[bit]);
+        Store(zeros + place, bestZeros[bit]);
+        Store(ones + place, bestOnes[bit]);
     }
 }
 
