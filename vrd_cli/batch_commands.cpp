@@ -1,4 +1,3 @@
-#include <filesystem>
 #include <functional>
 
 #include "base_files.h"
@@ -143,11 +142,6 @@ std::string OfFiles(std::size_t count, const SBxRunOutcome& outcome, const char*
     return std::to_string(count) + " of " + std::to_string(outcome.total) + " " + what;
 }
 
-bool IsFile(const std::string& path) {
-    std::error_code error;
-    return std::filesystem::is_regular_file(path, error);
-}
-
 // As for a search of single files: a file that could not be searched is an error, whatever was found in others.
 EBxExit SearchStatus(const SBxRunOutcome& outcome, bool isFound) {
     if (outcome.hasFailed || outcome.wasCancelled || outcome.unreadable > 0 || outcome.failed > 0) {
@@ -174,7 +168,7 @@ EBxExit BX_BatchSignCommand(const SBxBatchRequest& request, CBxConsole& console)
             reports.Report(progress.View(), [&] { ReportSigned(file, request.sign, console); });
         });
     reports.Wipe();
-    if (outcome.hasFailed && IsFile(request.folder)) {
+    if (outcome.isNoFolder) {
         outcome.reason += "; vrd sign signs single pictures";
     }
     const CBxJson record = {{"folder", BX_ValidUtf8(request.folder)},
@@ -207,7 +201,7 @@ EBxExit BX_BatchDetectCommand(const SBxBatchRequest& request, CBxConsole& consol
         });
     });
     reports.Wipe();
-    if (outcome.hasFailed && IsFile(request.folder)) {
+    if (outcome.isNoFolder) {
         outcome.reason += "; vrd detect searches single pictures";
     }
     const CBxJson record = {{"folder", BX_ValidUtf8(request.folder)},

@@ -56,7 +56,7 @@ SBxBatchDetectOutcome BX_RunBatchDetect(const SBxRunContext& context, const std:
     outcome.logPath = log.Path();
     if (!BX_ListFolder(files, input)) {
         log.Error("Cannot read input files.");
-        outcome.reason = BX_GetFolderFault(input, CBxLocalization::Translate("the folder cannot be read"));
+        BX_TellFolderFault(outcome, input, CBxLocalization::Translate("the folder cannot be read"));
         outcome.logFault.clear();  // has the same cause
         return outcome;
     }

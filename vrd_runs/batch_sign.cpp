@@ -41,7 +41,7 @@ bool Prepare(SPlaces& places, const std::string& folder, SBxBatchSignOutcome& ou
         return false;
     }
     if (!BX_ExistDirectory(places.input.c_str())) {
-        outcome.reason = BX_GetFolderFault(places.input, CBxLocalization::Translate("there is no such folder"));
+        BX_TellFolderFault(outcome, places.input, CBxLocalization::Translate("there is no such folder"));
         return false;
     }
     if (BX_CreateDirectory(places.output.c_str()) != 0) {

@@ -30,10 +30,10 @@ bool BX_ListFolder(std::vector<std::string>& files, const std::string& folder) {
     return true;
 }
 
-std::string BX_GetFolderFault(const std::string& path, const char* otherwise) {
+void BX_TellFolderFault(SBxRunOutcome& outcome, const std::string& path, const char* otherwise) {
     std::error_code error;
-    return std::filesystem::is_regular_file(path, error) ? CBxLocalization::Translate("it is a file, no folder")
-                                                         : otherwise;
+    outcome.isNoFolder = std::filesystem::is_regular_file(path, error);
+    outcome.reason = outcome.isNoFolder ? CBxLocalization::Translate("it is a file, no folder") : otherwise;
 }
 
 std::string BX_GetAbsolutePath(const std::string& path) {

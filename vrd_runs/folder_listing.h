@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+struct SBxRunOutcome;
+
 inline constexpr char kBatchSignLog[] = "batch_sign.log";
 inline constexpr char kBatchDetectLog[] = "batch_detect.log";
 inline constexpr char kPdfDetectLog[] = "Veridane_PDF.log";
@@ -12,8 +14,8 @@ inline constexpr char kPdfDetectLog[] = "Veridane_PDF.log";
 // and the logs that runs have written into it. False when the folder cannot be read.
 bool BX_ListFolder(std::vector<std::string>& files, const std::string& folder);
 
-// Why what was named as a folder is none, in the user's language: because it is a file, or else `otherwise`.
-std::string BX_GetFolderFault(const std::string& path, const char* otherwise);
+// Gives a run that cannot begin in `path` its reason, in the user's language: that it is a file, or else `otherwise`.
+void BX_TellFolderFault(SBxRunOutcome& outcome, const std::string& path, const char* otherwise);
 
 // The path without "/" at its end, from the root of the file system on. Empty when the working folder is not known.
 std::string BX_GetAbsolutePath(const std::string& path);

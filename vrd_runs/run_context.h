@@ -35,10 +35,11 @@ struct SBxFileOutcome {
 struct SBxRunOutcome {
     bool hasFailed = true;  // it could not be begun, or not go on; what follows tells how far it came
     bool wasCancelled = false;
-    std::string reason;     // of the failure
-    std::string logPath;    // of the log that this run wrote; empty: none
-    std::string logFault;   // why there is no log, or no whole one; empty otherwise
-    std::size_t total = 0;  // files found
+    bool isNoFolder = false;  // it has failed as its folder is a file
+    std::string reason;       // of the failure
+    std::string logPath;      // of the log that this run wrote; empty: none
+    std::string logFault;     // why there is no log, or no whole one; empty otherwise
+    std::size_t total = 0;    // files found
     std::size_t processed = 0;
     std::size_t unreadable = 0;
     std::size_t failed = 0;     // files that could be read and not worked on

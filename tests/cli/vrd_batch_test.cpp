@@ -87,15 +87,22 @@ TEST_F(VrdBatch, ARunThatCannotBeginSaysWhy) {
     EXPECT_THAT(missing.err, HasSubstr("the folder cannot be read"));
     for (const auto& [command, end] : {std::pair("batch-sign", "; vrd sign signs single pictures\n"),
                                        std::pair("batch-detect", "; vrd detect searches single pictures\n")}) {
-        std::vector<std::string> words = {command, Photo()};
-        if (words[0] == "batch-sign") {
-            words.insert(words.end(), {"-s", kSign});
+        for (const std::string& named : {Photo(), Photo() + "/"}) {
+            std::vector<std::string> words = {command, named};
+            if (words[0] == "batch-sign") {
+                words.insert(words.end(), {"-s", kSign});
+            }
+            const SProgramRun file = RunVrd(words);
+            EXPECT_EQ(file.status, 2);
+            EXPECT_THAT(file.err, HasSubstr(named + ": Batch "));
+            EXPECT_THAT(file.err, HasSubstr(std::string("it is a file, no folder") + end));
         }
-        const SProgramRun file = RunVrd(words);
-        EXPECT_EQ(file.status, 2);
-        EXPECT_THAT(file.err, HasSubstr(Photo() + ": Batch "));
-        EXPECT_THAT(file.err, HasSubstr(std::string("it is a file, no folder") + end));
     }
+    const int locked = ::open(Photo().c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(locked, LOCK_EX), 0);
+    const SProgramRun file = RunVrd({"batch-detect", Photo()});
+    EXPECT_THAT(file.err, HasSubstr("another run works in this folder\n"));
+    ::close(locked);
     const int other = ::open(m_Folder.Path().c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(::flock(other, LOCK_EX), 0);
     for (const SProgramRun& run : {RunVrd({"batch-sign", m_Folder.Path(), "-s", kSign, "--json"}),
